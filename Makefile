@@ -1,0 +1,66 @@
+# The everyday commands, over the CMake presets.
+JOBS ?= $(shell nproc)
+FUZZ_SECONDS ?= 60
+
+.PHONY: demo test check format asan tsan asan-clang tsan-clang coverage bench fuzz install clean
+
+demo:
+	@tools/demo
+
+test:
+	@tools/setup
+	@cmake --preset dev
+	@cmake --build --preset dev -j $(JOBS)
+	@ctest --preset dev
+
+check:
+	@tools/setup check
+	tools/check_format
+	tools/check_rules
+	@cmake --preset dev >/dev/null
+	tools/tidy
+
+format:
+	@tools/setup check
+	tools/check_format --fix
+
+asan tsan:
+	@tools/setup
+	@cmake --preset $@
+	@cmake --build --preset $@ -j $(JOBS)
+	@ctest --preset $@
+
+asan-clang tsan-clang:
+	@tools/setup clang
+	@cmake --preset $@
+	@cmake --build --preset $@ -j $(JOBS)
+	@ctest --preset $@
+
+coverage:
+	@tools/setup clang
+	@cmake --preset coverage
+	@cmake --build --preset coverage -j $(JOBS)
+	@tools/coverage
+
+bench:
+	@tools/setup
+	@cmake --preset release
+	@cmake --build --preset release -j $(JOBS) --target benchmarks
+	@set -e; for program in build/release/bin/bench_*; do echo "== $$program"; "$$program"; done
+
+fuzz:
+	@tools/setup clang
+	@cmake --preset fuzz
+	@cmake --build --preset fuzz -j $(JOBS)
+	@set -e; for program in build/fuzz/bin/fuzz_*; do echo "== $$program"; \
+	  mkdir -p "build/fuzz/corpus/$${program##*/}"; \
+	  "$$program" -max_total_time=$(FUZZ_SECONDS) -artifact_prefix=build/fuzz/ "build/fuzz/corpus/$${program##*/}"; done
+
+install:
+	@tools/setup
+	@cmake --preset release
+	@cmake --build --preset release -j $(JOBS)
+	@cmake --install build/release $(if $(PREFIX),--prefix "$(PREFIX)")
+
+clean:
+	rm -rf build
