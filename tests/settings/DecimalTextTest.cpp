@@ -1,0 +1,56 @@
+#include <limits>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "settings/DecimalText.h"
+
+namespace photometer {
+namespace {
+
+TEST(DecimalTextTest, RealsBeyondTheRangeBecomeTheNearestThatFits) {
+  constexpr double Largest = std::numeric_limits<double>::max();
+  struct Case {
+    std::string text;
+    double dExpected;
+  };
+  const std::vector<Case> cases = {
+      {"1e400", Largest},
+      {"-1e400", -Largest},
+      {"1e99999999999999999999", Largest},
+      {"1" + std::string(400, '0'), Largest},
+      {"0.0001e313", Largest},
+      {"1e-400", 0},
+      {"1e-99999999999999999999", 0},
+      {"0." + std::string(400, '0') + "1", 0},
+      {"1000e-400", 0},
+      {"0e99999", 0},
+      {"4.9e-324", std::numeric_limits<double>::denorm_min()},
+      {"1e", 1},
+      {"5.", 5},
+      {".", 0},
+      {"+-1", 0},
+      {"+1.5.2", 1.5},
+  };
+  for (const Case& row : cases) {
+    EXPECT_EQ(ParseReal(row.text), row.dExpected) << row.text;
+  }
+}
+
+TEST(DecimalTextTest, TakingAnIntegerLeavesTheRest) {
+  std::string_view text = " -7;x";
+  EXPECT_EQ(TakeInteger(&text), -7);
+  EXPECT_EQ(text, ";x");
+  EXPECT_EQ(TakeInteger(&text), std::nullopt);
+  EXPECT_EQ(text, ";x");
+}
+
+TEST(DecimalTextTest, FixedTextHoldsEveryDouble) {
+  EXPECT_EQ(FormatFixed(-std::numeric_limits<double>::max(), 8).size(), 319U);
+  EXPECT_EQ(FormatFixed(-0.00004438, 8), "-0.00004438");
+  EXPECT_EQ(FormatFixed(0.125, 2), "0.12");
+}
+
+}  // namespace
+}  // namespace photometer

@@ -1,0 +1,251 @@
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "photometer/Settings.h"
+#include "platform/Platform.h"
+#include "platform/virtual/VirtualBoard.h"
+
+namespace photometer {
+namespace {
+
+using Lines = std::vector<std::string>;
+
+const std::u16string MissingMessage = u"[Tools] Missing parameter in file 'settings.cfg'.\n\r";
+
+const std::string CalibrationList =
+    "345.0,0.000;350.0,0.000;365.0,0.000;412.0,0.000;436.0,0.000;450.0,0.000;470.0,0.000;490.0,0.000;506.0,0.000;"
+    "510.0,0.000;520.0,0.000;525.0,0.000;530.0,0.000;540.0,0.000;545.0,0.000;558.0,0.000;585.0,0.000;605.0,0.000;"
+    "620.0,0.000;680.0,0.000;690.0,0.000;800.0,0.000;820.0,0.000;885.0,0.000";
+
+const Lines DefaultLines = {
+    "LowerFilterWL=375",
+    "MiddleFilterWL=450",
+    "UpperFilterWL=550",
+    "RefMinWL=340",
+    "RefMaxWL=380",
+    "Peak1=360.7",
+    "Peak2=453.8",
+    "Peak3=537.0",
+    "F0=-1771912.20088685",
+    "F1=89325.07932532",
+    "F2=-0.18985745",
+    "F3=-0.00004438",
+    "UV=true",
+    "Manufacturer=VELTRANOMETRIK GmbH & Co. KG",
+    "Model=KESTRA-UV",
+    "SN=0",
+    "FA=0.00011234",
+    "FB=-3.16358212",
+    "FC=0.00003332",
+    "FD=-2.67440103",
+    "HalogenMin=330",
+    "HalogenMax=1100",
+    "UVMin=190",
+    "UVMax=350",
+    "Zeros=" + CalibrationList,
+    "CODOffsets=" + CalibrationList,
+    "NitrateOffsets=" + CalibrationList,
+    "ZeroCalibrationDT=2000;1;1;12;0",
+    "ZeroOffsetCalibDT=2000;1;1;12;0",
+    "TurbHighCalibrationDT=2000;1;1;12;0",
+    "TurbLowCalibrationDT=2000;1;1;12;0",
+    "HalLampOffset=0",
+    "UVLampOffset=0",
+    "HalLampFactor=1.00",
+    "UVLampFactor=1.00",
+    "StartPoints=",
+    "StartPointsRef=",
+    "VolumeMultiplier=2000",
+    "WavelengthTest=0",
+    "DbFlashWaitTime=15",
+    "TurbCalHigh=",
+    "TurbCalLow=",
+    "TurbCalRef=",
+    "TurbHighCalibrationDTAdjusted=2000;1;1;12;0",
+    "TurbLowCalibrationDTAdjusted=2000;1;1;12;0",
+};
+
+std::string KeyOf(const std::string& line) { return line.substr(0, line.find('=') + 1); }
+
+std::string Join(const Lines& lines, const std::string& lineEnd) {
+  std::string content;
+  for (const std::string& line : lines) {
+    content += line + lineEnd;
+  }
+  return content;
+}
+
+/// The lines with the one of the same key replaced.
+Lines With(Lines lines, const std::string& replacement) {
+  for (std::string& line : lines) {
+    if (KeyOf(line) == KeyOf(replacement)) {
+      line = replacement;
+    }
+  }
+  return lines;
+}
+
+class SettingsTest : public testing::Test {
+ protected:
+  SettingsTest() {
+    platform::SetBoard(&m_Board);
+    const std::u16string program = platform::GetModuleFileNameW();
+    m_strFolder = program.substr(0, program.rfind(u'\\'));
+    m_Board.MakeFolder(m_strFolder);
+    SetDefaultSettings(&m_Settings);
+  }
+  ~SettingsTest() override { platform::SetBoard(nullptr); }
+
+  [[nodiscard]] std::u16string Path() const { return m_strFolder + u"\\settings.cfg"; }
+
+  HRESULT Read(const std::string& content) {
+    platform::ReplaceFileW(Path().c_str(), content);
+    return ReadSettings(&m_Settings, &m_bZerosChanged);
+  }
+
+  /// The record as the file's lines.
+  Lines Written() {
+    EXPECT_EQ(WriteSettings(&m_Settings), S_OK);
+    std::istringstream content(platform::LoadFileW(Path().c_str(), 1U << 20U).value_or(""));
+    Lines lines;
+    for (std::string line; std::getline(content, line);) {
+      lines.push_back(line);
+    }
+    return lines;
+  }
+
+  platform::VirtualBoard m_Board;
+  std::u16string m_strFolder;
+  InstrumentSettings m_Settings;
+  BOOL m_bZerosChanged = 7;
+};
+
+TEST_F(SettingsTest, DefaultsAreWrittenByteForByteAndReadBack) {
+  EXPECT_EQ(Written(), DefaultLines);
+  EXPECT_EQ(platform::LoadFileW(Path().c_str(), 1U << 20U), Join(DefaultLines, "\n"));
+
+  EXPECT_EQ(ReadSettings(&m_Settings, &m_bZerosChanged), S_OK);
+  EXPECT_EQ(m_bZerosChanged, FALSE);
+  EXPECT_EQ(Read(Join(DefaultLines, "\r\n")), S_OK);
+  EXPECT_EQ(Written(), DefaultLines);
+  EXPECT_EQ(m_Board.DebugText(), u"");
+}
+
+TEST_F(SettingsTest, EachCountedKeyMustBeThereOnce) {
+  for (std::size_t nLine = 0; nLine < DefaultLines.size(); ++nLine) {
+    const HRESULT expected = DefaultLines[nLine].starts_with("WavelengthTest=") ? S_OK : E_FAIL;
+    Lines missing = DefaultLines;
+    missing.erase(missing.begin() + static_cast<std::ptrdiff_t>(nLine));
+    EXPECT_EQ(Read(Join(missing, "\n")), expected) << DefaultLines[nLine];
+    Lines twice = DefaultLines;
+    twice.push_back(DefaultLines[nLine]);
+    EXPECT_EQ(Read(Join(twice, "\n")), expected) << DefaultLines[nLine];
+  }
+}
+
+TEST_F(SettingsTest, TakesWhatAValueHolds) {
+  struct Case {
+    std::string read;
+    std::string written;
+    BOOL bZerosChanged = FALSE;
+  };
+  const std::string shifted = CalibrationList.substr(0, CalibrationList.rfind(';')) + ";900.0,-0.500";
+  const std::string merged = "345.0,0.010;350.0,0.020" + CalibrationList.substr(23);
+  const std::string longText(600, 't');
+  std::string hidden = "Manufacturer=" + std::string(498, 'm') + "UV=false";
+  std::string points;
+  while (points.size() < 900) {
+    points += "1.0,2.000;";
+  }
+  const std::vector<Case> cases = {
+      {"UV=TRUE", "UV=false"},
+      {"UV=true ", "UV=false"},
+      {"HalogenMax=1500", "HalogenMax=1100"},
+      {"HalogenMax=-1", "HalogenMax=1100"},
+      {"HalogenMax=1099", "HalogenMax=1099"},
+      {"HalogenMin=-1", "HalogenMin=-1"},
+      {"RefMinWL= \t+12abc", "RefMinWL=12"},
+      {"RefMinWL=", "RefMinWL=0"},
+      {"RefMinWL=-99999999999999999999", "RefMinWL=-2147483648"},
+      {"RefMinWL=4294967297", "RefMinWL=2147483647"},
+      {"UVLampFactor=1,5", "UVLampFactor=1.00"},
+      {"UVLampFactor= -.25e1x", "UVLampFactor=-2.50"},
+      {"UVLampFactor=0x10", "UVLampFactor=0.00"},
+      {"UVLampFactor=nan", "UVLampFactor=0.00"},
+      {"UVLampFactor=-inf", "UVLampFactor=0.00"},
+      {"Manufacturer=M\xFCller = S\xF6hne \x80", "Manufacturer=M\xFCller = S\xF6hne \x80"},
+      {"Model= \x81\t ", "Model= \x81\t "},
+      {std::string("SN=12\0UV=false", 14), "SN=12"},
+      {"SN=12\rUV=false", "SN=12"},
+      {"Model=" + longText, "Model=" + longText.substr(0, 505)},
+      {hidden, "Manufacturer=" + std::string(498, 'm')},
+      {"StartPoints=400.0", "StartPoints=0.0,0.000"},
+      {"StartPoints=;;400.04,1.0005,7;;-1,x;", "StartPoints=400.0,1.000;-1.0,0.000"},
+      {"TurbCalRef=1e300,1", "TurbCalRef=1000000000000000052504760255204"},
+      {"TurbCalLow=" + points, "TurbCalLow=" + points.substr(0, 499)},
+      {"ZeroCalibrationDT=2026;11;17;22;49;rest", "ZeroCalibrationDT=2026;11;17;22;49"},
+      {"ZeroCalibrationDT=2026;2;x;5;6", "ZeroCalibrationDT=2026;2;1;12;0"},
+      {"ZeroCalibrationDT=2026 ;2;3;4;5", "ZeroCalibrationDT=2026;1;1;12;0"},
+      {"ZeroCalibrationDT=70000;-1; 3;4", "ZeroCalibrationDT=65535;0;3;4;0"},
+      {"Zeros=" + shifted, "Zeros=" + shifted},
+      {"Zeros=350.0,0.020;345.0,0.010;345.0,0.030;346.0,9", "Zeros=" + merged, TRUE},
+      {"Zeros=", "Zeros=" + CalibrationList, TRUE},
+      {"CODOffsets=345.0,0.010;350.0,0.020", "CODOffsets=" + merged},
+  };
+  for (const Case& row : cases) {
+    SetDefaultSettings(&m_Settings);
+    EXPECT_EQ(Read(Join(With(DefaultLines, row.read), "\n")), S_OK) << row.read;
+    EXPECT_EQ(m_bZerosChanged, row.bZerosChanged) << row.read;
+    EXPECT_EQ(Written(), With(DefaultLines, row.written)) << row.read;
+  }
+}
+
+TEST_F(SettingsTest, IgnoresForeignLinesAndKeepsWhatTheFileDoesNotName) {
+  m_Settings.UVMin = 200;
+  EXPECT_EQ(Read("\n=\n=5\nuvmax=1\nUVMax =2\n UVMax=3\nno separator\n" + std::string(2000, '=') + "\nUVMax=349"),
+            E_FAIL);
+  EXPECT_EQ(m_Board.DebugText(), MissingMessage);
+  m_Settings.UVMin = 190;
+  EXPECT_EQ(Written(), With(DefaultLines, "UVMax=349"));
+}
+
+TEST_F(SettingsTest, EmptyListOfTheRecordStaysEmpty) {
+  m_Settings.Zeros.clear();
+  EXPECT_EQ(Read(Join(DefaultLines, "\n")), S_OK);
+  EXPECT_EQ(m_bZerosChanged, TRUE);
+  EXPECT_EQ(Read(Join(With(DefaultLines, "Zeros="), "\n")), S_OK);
+  EXPECT_EQ(m_bZerosChanged, FALSE);
+  EXPECT_TRUE(m_Settings.Zeros.empty());
+}
+
+TEST_F(SettingsTest, TextsBringNoLinesOfTheirOwn) {
+  m_Settings.Manufacturer = u"Ω & Müller\nUV=false";
+  m_Settings.Model = u"K\rx";
+  m_Settings.SN = std::u16string(u"1\0002", 3);
+  Lines expected = With(DefaultLines, "Manufacturer=? & M\xFCller");
+  expected = With(With(expected, "Model=K"), "SN=1");
+  EXPECT_EQ(Written(), expected);
+}
+
+TEST_F(SettingsTest, FailsCleanly) {
+  EXPECT_EQ(SetDefaultSettings(nullptr), E_FAIL);
+  EXPECT_EQ(WriteSettings(nullptr), E_FAIL);
+  EXPECT_EQ(m_Board.DebugText(), u"");
+  EXPECT_EQ(ReadSettings(nullptr, &m_bZerosChanged), E_FAIL);
+  EXPECT_EQ(m_bZerosChanged, FALSE);
+  EXPECT_EQ(ReadSettings(&m_Settings), E_FAIL) << "no file";
+  EXPECT_EQ(m_Board.DebugText(), MissingMessage + MissingMessage);
+  EXPECT_EQ(Written(), DefaultLines);
+
+  m_Settings.UVMin = 200;
+  m_Board.SetDiskFull(m_strFolder, true);
+  EXPECT_EQ(WriteSettings(&m_Settings), E_FAIL);
+  m_Board.SetDiskFull(m_strFolder, false);
+  EXPECT_EQ(platform::LoadFileW(Path().c_str(), 1U << 20U), Join(DefaultLines, "\n")) << "the old file stands";
+}
+
+}  // namespace
+}  // namespace photometer
