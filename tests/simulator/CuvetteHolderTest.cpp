@@ -1,0 +1,79 @@
+#include <set>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "simulator/CuvetteHolder.h"
+#include "simulator/Instrument.h"
+
+namespace simulator {
+namespace {
+
+std::string Pins(CuvetteHolder& holder, Time now) {
+  std::string strLevels;
+  for (const std::uint32_t dwPin : {10U, 11U, 12U}) strLevels += std::to_string(holder.ReadPin(now, dwPin));
+  return strLevels;
+}
+
+TEST(CuvetteHolder, ShowsWhatStandsInIt) {
+  struct Case {
+    int size;
+    const char* withUV;
+    const char* withoutUV;
+  };
+  for (const Case& oneCase : {Case{10, "001", "010"}, Case{14, "010", "001"}, Case{20, "011", "011"},
+                              Case{40, "110", "101"}, Case{50, "111", "111"}, Case{-1, "100", "100"}}) {
+    for (const bool bUV : {true, false}) {
+      CuvetteHolder holder({.bUV = bUV});
+      holder.Insert(oneCase.size, 1000);
+      holder.Remove(2000);
+      EXPECT_EQ(Pins(holder, 999), "000");
+      EXPECT_EQ(Pins(holder, 1000), bUV ? oneCase.withUV : oneCase.withoutUV) << oneCase.size;
+      EXPECT_EQ(Pins(holder, 2000), "000");
+    }
+  }
+}
+
+TEST(CuvetteHolder, BouncesTheSameWayForTheSameSeed) {
+  const auto Watch = [](std::uint64_t seed) {
+    CuvetteHolder holder({.seed = seed, .bounceMilliseconds = 20});
+    holder.Insert(14, 100'000);
+    std::string strPatterns;
+    for (Time now = 90'000; now < 130'000; now += 500) strPatterns += Pins(holder, now) + " ";
+    return strPatterns;
+  };
+  EXPECT_EQ(Watch(1), Watch(1));
+  EXPECT_NE(Watch(1), Watch(2));
+  const std::string strSeen = Watch(1);
+  EXPECT_EQ(strSeen.find('1'), strSeen.find("010") + 1) << "only the switch that moves chatters";
+  const std::size_t nFirst = strSeen.find("010");
+  EXPECT_NE(strSeen.find("000", nFirst), std::string::npos);
+  EXPECT_GE(nFirst / 4, 20u);
+  EXPECT_EQ(strSeen.substr(60 * 4, 4), "010 ") << "settled after the bounce time";
+}
+
+TEST(CuvetteHolder, HasPinsThatCannotBeRead) {
+  CuvetteHolder holder;
+  holder.Insert(50, 0);
+  holder.SetUnreadable(11, true);
+  EXPECT_EQ(holder.ReadPin(1, 11), CuvetteHolder::Unreadable);
+  EXPECT_EQ(holder.ReadPin(1, 12), 1u);
+  EXPECT_EQ(holder.ReadPin(1, 9), CuvetteHolder::Unreadable);
+  holder.SetUnreadable(11, false);
+  EXPECT_EQ(holder.ReadPin(1, 11), 1u);
+}
+
+TEST(Instrument, PutsCuvetteAndSampleInTogether) {
+  Instrument instrument;
+  instrument.InsertCuvette(10, Sample::NeutralGlass(1.0), 1000);
+  instrument.RemoveCuvette(5000);
+  EXPECT_EQ(instrument.holder.Size(999), 0);
+  EXPECT_NEAR(instrument.unit.ApparentAbsorbance(500, 999), 0.0, 1e-9);
+  EXPECT_EQ(instrument.holder.Size(1000), 10);
+  EXPECT_NEAR(instrument.unit.ApparentAbsorbance(500, 1000), 0.9996, 0.0001);
+  EXPECT_EQ(instrument.holder.Size(5000), 0);
+  EXPECT_NEAR(instrument.unit.ApparentAbsorbance(500, 5000), 0.0, 1e-9);
+}
+
+}  // namespace
+}  // namespace simulator

@@ -1,0 +1,38 @@
+#include <gtest/gtest.h>
+
+#include "Bench.h"
+#include "simulator/TurbidityChannel.h"
+#include "simulator/WireNumber.h"
+
+namespace simulator {
+namespace {
+
+double Turbidity(Bench& bench) {
+  const std::string bytes = bench.Ask("$t\r").strBytes;
+  double sum = 0.0;
+  for (std::size_t i = 0; i < 96; i += 12) {
+    sum += static_cast<double>(Read24Bits(bytes, i + 6)) - static_cast<double>(Read24Bits(bytes, i));
+  }
+  return sum / 8.0;
+}
+
+TEST(TurbidityChannel, RisesWithTheSampleInBothRanges) {
+  struct Case {
+    double ntu;
+    double high;  // power 1, low gain
+    double low;   // power 3, high gain
+  };
+  const double full = 0xFFFFFF - 2000.0;
+  for (const Case& oneCase :
+       {Case{0, 200, 14'400}, Case{1, 600, 43'200}, Case{40, 16'200, 1'166'400}, Case{1000, 400'200, full}}) {
+    Bench bench;
+    bench.unit.SetSample(Sample::Blank().WithTurbidity(oneCase.ntu));
+    bench.Set({"T1", "G0"});
+    EXPECT_NEAR(Turbidity(bench), oneCase.high, 40 + 0.001 * oneCase.high) << oneCase.ntu;
+    bench.Set({"T3", "G1"});
+    EXPECT_NEAR(Turbidity(bench), oneCase.low, 40 + 0.001 * oneCase.low) << oneCase.ntu;
+  }
+}
+
+}  // namespace
+}  // namespace simulator
