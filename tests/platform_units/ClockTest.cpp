@@ -1,0 +1,40 @@
+#include <gtest/gtest.h>
+
+#include "platform/Platform.h"
+
+namespace photometer::platform {
+namespace {
+
+constexpr SYSTEMTIME Evening = {2026, 11, 2, 17, 22, 49, 44, 7};
+constexpr SYSTEMTIME Early = {987, 1, 0, 2, 3, 4, 5, 0};
+
+TEST(Clock, GermanDate) {
+  EXPECT_EQ(GetDateFormatW(LOCALE_GERMAN, Evening), u"17.11.2026");
+  EXPECT_EQ(GetDateFormatW(LOCALE_GERMAN, Early), u"02.01.0987");
+  EXPECT_EQ(GetDateFormatW(1033, Evening), u"");
+}
+
+TEST(Clock, TimeByFormat) {
+  const struct {
+    SYSTEMTIME time;
+    const char16_t* format;
+    const char16_t* text;
+  } cases[] = {
+      {Evening, u"HH':'mm':'ss", u"22:49:44"},
+      {Early, u"HH':'mm':'ss", u"03:04:05"},
+      {Early, u"H:m:s", u"3:4:5"},
+      {Early, u"HHHH", u"03"},
+      {Evening, u"HH' o''clock'", u"22 o'clock"},
+      {Evening, u"'HH mm'ss", u"HH mm44"},
+      {Evening, u"ss'open", u"44open"},
+      {Evening, u"''HH", u"22"},
+      {Evening, u"", u""},
+  };
+  for (const auto& test : cases) {
+    EXPECT_EQ(GetTimeFormatW(LOCALE_GERMAN, test.time, test.format), test.text) << ToUtf8(test.format);
+  }
+  EXPECT_EQ(GetTimeFormatW(1033, Evening, u"HH"), u"");
+}
+
+}  // namespace
+}  // namespace photometer::platform

@@ -1,0 +1,177 @@
+#include <signal.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+#include <thread>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "TemporaryFolder.h"
+#include "platform/posix/PosixFiles.h"
+
+namespace photometer::platform {
+namespace {
+
+constexpr std::size_t Limit = 1'000'000;
+
+class PosixFilesTest : public testing::Test {
+ protected:
+  PosixFilesTest() : m_files(m_folder.At("root"), {}) { m_folder.MakeFolder("root/NANDFlash"); }
+
+  TemporaryFolder m_folder;
+  PosixFiles m_files;
+};
+
+TEST_F(PosixFilesTest, FilesLieBelowTheRoot) {
+  EXPECT_TRUE(m_files.CreateDirectory(u"\\NANDFlash\\Logging"));
+  EXPECT_FALSE(m_files.CreateDirectory(u"\\NANDFlash\\Logging"));
+  EXPECT_TRUE(m_files.Append(u"\\NANDFlash\\Logging\\Gr\u00FCn.log", "one\n"));
+  EXPECT_TRUE(m_files.Append(u"\\NANDFlash\\Logging\\Gr\u00FCn.log", "two\n"));
+  EXPECT_EQ(m_folder.Read("root/NANDFlash/Logging/Gr\xC3\xBCn.log"), "one\ntwo\n");
+  EXPECT_EQ(m_files.GetStatus(u"\\NANDFlash\\Logging\\Gr\u00FCn.log")->nBytes, 8U);
+  EXPECT_TRUE(m_files.GetStatus(u"\\NANDFlash\\Logging")->bDirectory);
+  EXPECT_TRUE(m_files.GetStatus(u"\\")->bDirectory);
+  EXPECT_FALSE(m_files.GetStatus(u"\\SDMemory").has_value());
+
+  EXPECT_TRUE(m_files.Copy(u"\\NANDFlash\\Logging\\Gr\u00FCn.log", u"\\NANDFlash\\copy"));
+  EXPECT_TRUE(m_files.Replace(u"\\NANDFlash\\Logging\\Gr\u00FCn.log", std::string("\0new", 4)));
+  EXPECT_TRUE(m_files.Copy(u"\\NANDFlash\\Logging\\Gr\u00FCn.log", u"\\NANDFlash\\copy"));
+  EXPECT_EQ(m_files.Read(u"\\NANDFlash\\copy", 4), std::string("\0new", 4));
+  EXPECT_FALSE(m_files.Read(u"\\NANDFlash\\copy", 3).has_value());
+  EXPECT_TRUE(m_files.Delete(u"\\NANDFlash\\copy"));
+  EXPECT_FALSE(m_files.Delete(u"\\NANDFlash\\copy"));
+  EXPECT_FALSE(m_files.Delete(u"\\NANDFlash\\Logging"));
+}
+
+TEST_F(PosixFilesTest, NothingLeadsOutOfTheRoot) {
+  m_folder.Write("secret/file", "secret");
+  m_folder.Write("root/NANDFlash/own", "own");
+  std::filesystem::create_symlink("../../secret/file", m_folder.At("root/NANDFlash/link"));
+  std::filesystem::create_symlink("../../secret/new", m_folder.At("root/NANDFlash/dangling"));
+  std::filesystem::create_symlink(m_folder.At("secret"), m_folder.At("root/Linked"));
+  std::filesystem::create_symlink("own", m_folder.At("root/NANDFlash/inside"));
+  const std::u16string paths[] = {
+      u"\\..\\secret\\file",
+      u"\\NANDFlash\\..\\..\\secret\\file",
+      u"\\NANDFlash\\..\\NANDFlash\\own",
+      u"\\.\\NANDFlash\\own",
+      u"\\NANDFlash\\link",
+      u"\\NANDFlash\\dangling",
+      u"\\NANDFlash\\inside",
+      u"\\Linked\\file",
+      u"\\Linked\\new",
+      u"/etc/passwd",
+      u"\\NANDFlash/../../secret/file",
+      u"\\../secret/file",
+      u"C:\\secret\\file",
+      u"\\C:\\secret",
+      u"NANDFlash\\own",
+      u"\\\\NANDFlash\\own",
+      u"\\NANDFlash\\own\\",
+      u"\\NANDFlash\\own\\below",
+      std::u16string(u"\\NANDFlash\\own\0", 15),
+      u"\\NANDFlash\\o\nwn",
+      u"\\NANDFlash\\..",
+      u"",
+  };
+  for (const std::u16string& path : paths) {
+    const std::string name = testing::PrintToString(path);
+    EXPECT_FALSE(m_files.Read(path, Limit).has_value()) << name;
+    EXPECT_FALSE(m_files.Append(path, "x")) << name;
+    EXPECT_FALSE(m_files.CreateDirectory(path)) << name;
+    EXPECT_FALSE(m_files.Copy(path, u"\\NANDFlash\\copy")) << name;
+    EXPECT_FALSE(path != u"\\Linked\\file" && m_files.GetStatus(path).has_value()) << name;
+  }
+  // In the place of a link a file of its own is put; what the link led to is untouched.
+  EXPECT_TRUE(m_files.Replace(u"\\NANDFlash\\link", "new"));
+  EXPECT_TRUE(m_files.Delete(u"\\NANDFlash\\dangling"));
+  EXPECT_FALSE(m_files.Replace(u"\\Linked\\file", "new"));
+  EXPECT_FALSE(m_files.Delete(u"\\Linked\\file"));
+  EXPECT_EQ(m_folder.Read("secret/file"), "secret");
+  EXPECT_EQ(m_folder.Entries("secret").size(), 1U);
+  EXPECT_EQ(m_folder.Read("root/NANDFlash/own"), "own");
+}
+
+TEST_F(PosixFilesTest, AbsentFoldersAndOddFilesFailCleanly) {
+  ASSERT_EQ(::mkfifo(m_folder.At("root/NANDFlash/pipe").c_str(), 0600), 0);
+  for (const char16_t* path : {u"\\SDMemory\\ErrorCodeList.csv", u"\\NANDFlash\\pipe", u"\\NANDFlash", u"\\"}) {
+    EXPECT_FALSE(m_files.Append(path, "x")) << testing::PrintToString(path);
+    EXPECT_FALSE(m_files.Read(path, Limit).has_value()) << testing::PrintToString(path);
+  }
+  EXPECT_FALSE(m_files.GetStatus(u"\\NANDFlash\\pipe").has_value());
+  EXPECT_FALSE(m_files.Copy(u"\\NANDFlash\\absent", u"\\NANDFlash\\copy"));
+  PosixFiles nowhere(m_folder.At("absent"), {});
+  EXPECT_FALSE(nowhere.Append(u"\\file", "x"));
+  EXPECT_FALSE(nowhere.GetStatus(u"\\").has_value());
+}
+
+TEST_F(PosixFilesTest, ReplaceThatFailsLeavesOnlyTheOldContent) {
+  m_folder.Write("root/NANDFlash/Folder/inside", "old");
+  EXPECT_FALSE(m_files.Replace(u"\\NANDFlash\\Folder", "new"));
+  EXPECT_EQ(m_folder.Read("root/NANDFlash/Folder/inside"), "old");
+  EXPECT_THAT(m_folder.Entries("root/NANDFlash"), testing::ElementsAre("Folder"));
+
+  // A medium that takes only the first bytes, by the process's limit on the length of files.
+  m_folder.Write("root/NANDFlash/full", "old");
+  m_folder.Write("root/NANDFlash/source", std::string(10'000, 's'));
+  rlimit before{};
+  ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &before), 0);
+  const rlimit small{4096, before.rlim_max};
+  const auto signalBefore = ::signal(SIGXFSZ, SIG_IGN);
+  ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &small), 0);
+  const bool bReplaced = m_files.Replace(u"\\NANDFlash\\full", std::string(10'000, 'n'));
+  const bool bCopied = m_files.Copy(u"\\NANDFlash\\source", u"\\NANDFlash\\full");
+  const bool bAppended = m_files.Append(u"\\NANDFlash\\full", std::string(10'000, 'a'));
+  ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &before), 0);
+  ::signal(SIGXFSZ, signalBefore);
+  EXPECT_FALSE(bReplaced);
+  EXPECT_FALSE(bCopied);
+  EXPECT_FALSE(bAppended);
+  EXPECT_EQ(m_folder.Read("root/NANDFlash/full").substr(0, 4), "olda");
+  EXPECT_THAT(m_folder.Entries("root/NANDFlash"), testing::UnorderedElementsAre("Folder", "full", "source"));
+}
+
+TEST_F(PosixFilesTest, ReadersSeeTheOldOrTheNewContentNeverHalf) {
+  const std::string contents[] = {std::string(30'000, 'a'), std::string(50'000, 'b')};
+  ASSERT_TRUE(m_files.Replace(u"\\NANDFlash\\file", contents[0]));
+  std::thread writer([&] {
+    for (std::size_t nRound = 0; nRound < 100; ++nRound) {
+      EXPECT_TRUE(m_files.Replace(u"\\NANDFlash\\file", contents[nRound % 2]));
+    }
+  });
+  for (int iRound = 0; iRound < 500; ++iRound) {
+    const std::optional<std::string> text = m_files.Read(u"\\NANDFlash\\file", Limit);
+    ASSERT_TRUE(text.has_value());
+    EXPECT_TRUE(*text == contents[0] || *text == contents[1]);
+  }
+  writer.join();
+  EXPECT_THAT(m_folder.Entries("root/NANDFlash"), testing::ElementsAre("file"));
+}
+
+TEST_F(PosixFilesTest, LinesOfManyThreadsStayWhole) {
+  std::vector<std::thread> threads;
+  for (char letter = 'a'; letter <= 'd'; ++letter) {
+    threads.emplace_back([this, letter] {
+      for (int iLine = 0; iLine < 200; ++iLine) {
+        EXPECT_TRUE(m_files.Append(u"\\NANDFlash\\log", std::string(99, letter) + "\n"));
+      }
+    });
+  }
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+  const std::string text = m_folder.Read("root/NANDFlash/log");
+  ASSERT_EQ(text.size(), 4U * 200U * 100U);
+  for (std::size_t nLine = 0; nLine < text.size(); nLine += 100) {
+    EXPECT_EQ(text.substr(nLine, 100), std::string(99, text[nLine]) + "\n");
+  }
+}
+
+TEST_F(PosixFilesTest, TheProgramHasAnInstrumentPath) {
+  EXPECT_EQ(m_files.GetModuleFileName(), u"\\Application\\test_platform_units");
+  EXPECT_EQ(PosixFiles("/", u"\\NANDFlash\\UI.exe").GetModuleFileName(), u"\\NANDFlash\\UI.exe");
+}
+
+}  // namespace
+}  // namespace photometer::platform
