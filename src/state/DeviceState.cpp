@@ -1,0 +1,60 @@
+#include "state/DeviceState.h"
+
+#include <array>
+
+namespace photometer {
+
+DeviceState::DeviceState() : m_csState{} { InitializeCriticalSection(&m_csState, "m_csState"); }
+
+DeviceState::~DeviceState() {
+  CloseEvents();
+  DeleteCriticalSection(&m_csState);
+}
+
+BOOL DeviceState::IsCancelled() { return Lock()->m_Status.bCancel; }
+
+void DeviceState::SetLastCommand(std::string_view name) { Lock()->m_strLastCommand = name; }
+
+std::string DeviceState::LastCommand() { return Lock()->m_strLastCommand; }
+
+BOOL DeviceState::CreateEvents() {
+  for (std::atomic<HANDLE>* phEvent :
+       {&m_hStopEvent, &m_hCancelEvent, &m_hPumpCancelEvent, &m_hSipperLostEvent, &m_hWarmUpDoneEvent}) {
+    *phEvent = CreateEventW(TRUE, FALSE, nullptr);
+    if (*phEvent == 0) {
+      return FALSE;
+    }
+  }
+  return TRUE;
+}
+
+void DeviceState::CloseEvents() {
+  for (std::atomic<HANDLE>* phEvent :
+       {&m_hStopEvent, &m_hCancelEvent, &m_hPumpCancelEvent, &m_hSipperLostEvent, &m_hWarmUpDoneEvent}) {
+    if (const HANDLE hEvent = phEvent->exchange(0); hEvent != 0) {
+      CloseHandle(hEvent);
+    }
+  }
+}
+
+void DeviceState::RaiseStop() {
+  m_bStopThreads = TRUE;
+  for (const HANDLE hEvent : {StopEvent(), CancelEvent(), PumpCancelEvent(), SipperLostEvent(), WarmUpDoneEvent()}) {
+    if (hEvent != 0) {
+      SetEvent(hEvent);
+    }
+  }
+}
+
+BOOL DeviceState::Pause(DWORD dwMilliseconds) const {
+  if (m_bStopThreads) {
+    return FALSE;
+  }
+  const HANDLE hStopEvent = StopEvent();
+  if (hStopEvent == 0 || WaitForSingleObject(hStopEvent, dwMilliseconds) == WAIT_FAILED) {
+    Sleep(dwMilliseconds);  // without the event the pause still has its length: no caller may spin
+  }
+  return m_bStopThreads ? FALSE : TRUE;
+}
+
+}  // namespace photometer

@@ -1,0 +1,149 @@
+#include "state/ReaderPort.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+namespace photometer {
+
+namespace {
+
+/// Received character, event character, break, line error, power.
+constexpr DWORD PORT_EVENTS = 0x20C3;
+/// All five time-outs, ms: a read of 192 bytes sleeps at most 193 ms on an idle line.
+constexpr DWORD PORT_TIMEOUT = 1;
+constexpr DWORD READ_BLOCK = 192;
+/// Between two reads after a failed one, ms: a port that is gone must not make the reader spin.
+constexpr DWORD FAILED_READ_PAUSE = 100;
+
+/// The port's fields are narrower than the host's numbers: what does not fit must not become a valid value.
+BYTE Narrow(DWORD dwValue) { return static_cast<BYTE>(std::min<DWORD>(dwValue, 0xFF)); }
+
+BOOL SetLine(HANDLE hPort, const LineSettings& settings) {
+  DCB state{};
+  if (!GetCommState(hPort, &state)) {
+    return FALSE;
+  }
+  state.DCBlength = DCB_LENGTH;
+  state.BaudRate = settings.dwBaudRate;
+  state.Flags &= ~DCB_CHECK_PARITY;
+  state.Parity = Narrow(settings.dwParity);
+  state.StopBits = ONESTOPBIT;
+  state.ByteSize = Narrow(settings.dwByteSize);
+  return SetCommState(hPort, &state);
+}
+
+}  // namespace
+
+// ---- opening and closing ----
+
+BOOL ReaderPort::Open(const LineSettings& settings, PortReader reader) {
+  if (m_State.IsStopping()) {
+    return FALSE;
+  }
+  const HANDLE hPort = CreateFileW(m_strName);
+  m_hPort = hPort;
+  if (hPort == INVALID_HANDLE_VALUE) {
+    return FALSE;
+  }
+  {
+    const auto state = m_State.Lock();
+    m_Open.push_back(hPort);
+  }
+  const char* const name = reader.name;
+  auto run = [this, hPort, reader = std::move(reader)] { Run(hPort, reader); };
+  if (!Configure(hPort, settings) || !m_Threads.Start(name, std::move(run))) {
+    GiveUp(hPort);
+    return FALSE;
+  }
+  return TRUE;
+}
+
+BOOL ReaderPort::Configure(HANDLE hPort, const LineSettings& settings) {
+  const COMMTIMEOUTS timeouts{PORT_TIMEOUT, PORT_TIMEOUT, PORT_TIMEOUT, PORT_TIMEOUT, PORT_TIMEOUT};
+  return SetLine(hPort, settings) && SetCommMask(hPort, PORT_EVENTS) && SetCommTimeouts(hPort, &timeouts);
+}
+
+void ReaderPort::Close() {
+  if (const HANDLE hPort = m_hPort.exchange(0); IsUsable(hPort)) {
+    SetCommMask(hPort, 0);
+    PurgeComm(hPort, 0);
+  }
+  std::vector<HANDLE> open;
+  {
+    const auto state = m_State.Lock();
+    open.swap(m_Open);
+  }
+  for (const HANDLE hOpen : open) {
+    CloseHandle(hOpen);
+  }
+}
+
+void ReaderPort::GiveUp(HANDLE hPort) {
+  HANDLE hOwn = hPort;
+  m_hPort.compare_exchange_strong(hOwn, INVALID_HANDLE_VALUE);
+  CloseOnce(hPort);
+}
+
+void ReaderPort::CloseOnce(HANDLE hPort) {
+  {
+    const auto state = m_State.Lock();
+    if (std::erase(m_Open, hPort) == 0) {
+      return;
+    }
+  }
+  CloseHandle(hPort);
+}
+
+// ---- reading ----
+
+void ReaderPort::Run(HANDLE hPort, const PortReader& reader) {
+  if (reader.onStart) {
+    reader.onStart();
+  }
+  const bool bLost = !ReadBlocks(hPort, reader);
+  if (bLost) {
+    if (reader.onLost) {
+      reader.onLost();
+    }
+    GiveUp(hPort);
+  }
+  reader.onEnd(bLost);
+}
+
+bool ReaderPort::ReadBlocks(HANDLE hPort, const PortReader& reader) {
+  std::array<char, READ_BLOCK> block{};
+  for (int iFailedReads = 0; iFailedReads < reader.iFailedReadLimit;) {
+    DWORD dwRead = 0;
+    const BOOL bRead = ReadFile(hPort, block.data(), READ_BLOCK, &dwRead);
+    const HANDLE hNow = m_hPort;
+    if (m_State.IsStopping() || hNow == 0) {
+      return true;
+    }
+    if (hNow != hPort) {
+      return false;
+    }
+    iFailedReads = bRead ? 0 : iFailedReads + 1;
+    if (bRead && dwRead > 0) {
+      reader.onBlock({block.data(), dwRead});
+    } else if (!bRead && iFailedReads < reader.iFailedReadLimit) {
+      m_State.Pause(FAILED_READ_PAUSE);
+    }
+  }
+  return false;
+}
+
+// ---- the open port ----
+
+BOOL ReaderPort::Write(std::string_view bytes) {
+  const HANDLE hPort = m_hPort;
+  DWORD dwWritten = 0;
+  return IsUsable(hPort) && WriteFile(hPort, bytes.data(), static_cast<DWORD>(bytes.size()), &dwWritten);
+}
+
+BOOL ReaderPort::Apply(const LineSettings& settings) {
+  const HANDLE hPort = m_hPort;
+  return IsUsable(hPort) && SetLine(hPort, settings);
+}
+
+}  // namespace photometer
