@@ -1,0 +1,352 @@
+#include "optics/OpticalLink.h"
+
+#include <array>
+#include <utility>
+
+#include "logging/LogFiles.h"
+
+namespace photometer {
+
+namespace {
+
+constexpr const char16_t* OPTICAL_PORT = u"COM2:";
+constexpr DWORD OPTICAL_BAUD_RATE = 115200;
+/// Received character, event character, break, line error, power.
+constexpr DWORD PORT_EVENTS = 0x20C3;
+/// All five time-outs, ms: a read of 192 bytes sleeps at most 193 ms on an idle line.
+constexpr DWORD PORT_TIMEOUT = 1;
+constexpr DWORD READ_BLOCK = 192;
+
+/// Between two reads after a failed one, ms: a port that is gone must not make the reader spin.
+constexpr DWORD FAILED_READ_PAUSE = 100;
+/// So many failed reads in a row mean that the port is gone.
+constexpr int FAILED_READ_LIMIT = 3;
+
+/// Silence that says that the line end behind an answer has come, ms: two bytes take 0.2 ms, and the read that takes
+/// them in may end its interval time-out later.
+constexpr DWORD QUIET_AFTER_LINE_END = 1 + PORT_TIMEOUT;
+/// Silence that says that the answers to raw writes have come, ms.
+constexpr DWORD QUIET_AFTER_ANSWER = 100;
+/// For so long after a raw write silence says nothing, ms: the mirror turns for 200 ms before it answers.
+constexpr DWORD MOTION_AFTER_RAW_WRITE = 300;
+/// How long the line may stay busy before the exchange begins all the same, ms.
+constexpr DWORD LINE_END_LIMIT = 100;
+constexpr DWORD ANSWER_LIMIT = 2000;
+/// The longest stream takes its time to end.
+constexpr DWORD STREAM_LIMIT = 15000;
+/// The bytes behind the last point come with it or, at worst, this much later.
+constexpr DWORD STREAM_END_LIMIT = 2000;
+/// Between two looks at a line that another exchange owns, ms.
+constexpr DWORD CLAIM_PAUSE = 1;
+
+bool Contains(const std::string& text, const char* word) { return text.find(word) != std::string::npos; }
+
+}  // namespace
+
+// ---- port and reader ----
+
+BOOL OpticalLink::OpenOpticalPort() {
+  const HANDLE hPort = CreateFileW(OPTICAL_PORT);
+  m_hOpticalPort = hPort;
+  m_Backlog = Backlog::LineEnd;
+  if (hPort == INVALID_HANDLE_VALUE) {
+    return FALSE;
+  }
+  if (!ConfigurePort(hPort) || !m_Threads.Start("OpticalReader", [this, hPort] { OpticalReader(hPort); })) {
+    GiveUpPort(hPort);
+    return FALSE;
+  }
+  return TRUE;
+}
+
+BOOL OpticalLink::ConfigurePort(HANDLE hPort) {
+  DCB state{};
+  if (!GetCommState(hPort, &state)) {
+    return FALSE;
+  }
+  state.DCBlength = DCB_LENGTH;
+  state.BaudRate = OPTICAL_BAUD_RATE;
+  state.Flags &= ~DCB_CHECK_PARITY;
+  state.Parity = NOPARITY;
+  state.StopBits = ONESTOPBIT;
+  state.ByteSize = 8;
+  const COMMTIMEOUTS timeouts{PORT_TIMEOUT, PORT_TIMEOUT, PORT_TIMEOUT, PORT_TIMEOUT, PORT_TIMEOUT};
+  return SetCommState(hPort, &state) && SetCommMask(hPort, PORT_EVENTS) && SetCommTimeouts(hPort, &timeouts);
+}
+
+void OpticalLink::CloseOpticalPort() {
+  const HANDLE hPort = m_hOpticalPort.exchange(0);
+  if (hPort == 0 || hPort == INVALID_HANDLE_VALUE) {
+    return;
+  }
+  SetCommMask(hPort, 0);
+  PurgeComm(hPort, 0);
+  CloseHandle(hPort);
+}
+
+bool OpticalLink::IsOpen() const {
+  const HANDLE hPort = m_hOpticalPort;
+  return hPort != 0 && hPort != INVALID_HANDLE_VALUE;
+}
+
+void OpticalLink::OpticalReader(HANDLE hPort) {
+  std::array<char, READ_BLOCK> block{};
+  int iFailedReads = 0;
+  while (iFailedReads < FAILED_READ_LIMIT) {
+    DWORD dwRead = 0;
+    const BOOL bRead = ReadFile(hPort, block.data(), READ_BLOCK, &dwRead);
+    if (m_State.IsStopping() || m_hOpticalPort != hPort) {
+      break;
+    }
+    iFailedReads = bRead ? 0 : iFailedReads + 1;
+    if (!bRead) {
+      m_State.Pause(FAILED_READ_PAUSE);
+    } else if (dwRead > 0) {
+      KeepReceived({block.data(), dwRead});
+    }
+  }
+  if (iFailedReads == FAILED_READ_LIMIT) {
+    GiveUpPort(hPort);
+  }
+  NKDbgPrintfW("[Photometer] Ending reader thread.\n\r");
+}
+
+void OpticalLink::KeepReceived(std::string_view bytes) {
+  bool bDropped = false;
+  {
+    const auto state = m_State.Lock();
+    if (state->m_Status.bBusy) {
+      bDropped = m_Buffer.Append(bytes);
+    }
+  }
+  m_Buffer.Signal();
+  if (bDropped) {
+    LogPhotometer("[Photometer] Receive buffer of the optical port full, oldest bytes dropped.");
+  }
+}
+
+void OpticalLink::GiveUpPort(HANDLE hPort) {
+  HANDLE hOwn = hPort;
+  if (m_hOpticalPort.compare_exchange_strong(hOwn, INVALID_HANDLE_VALUE)) {
+    CloseHandle(hPort);
+  }
+}
+
+// ---- raw writes ----
+
+BOOL OpticalLink::WritePort(std::string_view bytes) {
+  if (!IsOpen()) {
+    return FALSE;
+  }
+  DWORD dwWritten = 0;
+  return WriteFile(m_hOpticalPort, bytes.data(), static_cast<DWORD>(bytes.size()), &dwWritten);
+}
+
+BOOL OpticalLink::WriteOpticalRaw(std::string_view bytes) {
+  m_dwRawWriteTick = GetTickCount();
+  NoteBacklog(Backlog::Answer);
+  return WritePort(bytes);
+}
+
+BOOL OpticalLink::WriteBetweenExchanges(std::string_view bytes) {
+  Enqueue(bytes);
+  return SendWaiting();
+}
+
+void OpticalLink::Enqueue(std::string_view bytes) {
+  const auto state = m_State.Lock();
+  m_Waiting.emplace_back(bytes);
+}
+
+BOOL OpticalLink::SendWaiting() {
+  {
+    const auto state = m_State.Lock();
+    if (m_bClaimed) {
+      return TRUE;
+    }
+    m_bClaimed = true;
+  }
+  return ReleaseClaim();
+}
+
+void OpticalLink::SwitchOff() {
+  for (const char* strCommand : {"$r0\r", "$d0\r", "$h0\r", "$f0\r"}) {
+    WriteOpticalRaw(strCommand);
+  }
+}
+
+void OpticalLink::HandleInstrumentError(DWORD dwError) {
+  SwitchOff();
+  m_State.Lock()->m_Cache.ForgetAfterError();
+  m_Sink.Notify([dwError](IPhotometerSink& sink) { sink.OnError(0, dwError); });
+}
+
+// ---- claiming the line ----
+
+bool OpticalLink::Claim() {
+  const DWORD dwStart = GetTickCount();
+  for (;;) {
+    {
+      const auto state = m_State.Lock();
+      if (!m_bClaimed) {
+        m_bClaimed = true;
+        return true;
+      }
+    }
+    if (GetTickCount() - dwStart > SILENCE_LIMIT || !m_State.Pause(CLAIM_PAUSE)) {
+      return false;
+    }
+  }
+}
+
+std::vector<std::string> OpticalLink::TakeWaiting(bool bReleaseIfNone) {
+  const auto state = m_State.Lock();
+  m_bClaimed = !(bReleaseIfNone && m_Waiting.empty());
+  return std::exchange(m_Waiting, {});
+}
+
+BOOL OpticalLink::WriteAll(const std::vector<std::string>& waiting) {
+  BOOL bWritten = TRUE;
+  for (const std::string& bytes : waiting) {
+    bWritten = WriteOpticalRaw(bytes) && bWritten;
+  }
+  return bWritten;
+}
+
+BOOL OpticalLink::ReleaseClaim() {
+  BOOL bWritten = TRUE;
+  for (auto waiting = TakeWaiting(true); !waiting.empty(); waiting = TakeWaiting(true)) {
+    bWritten = WriteAll(waiting) && bWritten;
+  }
+  return bWritten;
+}
+
+// ---- late bytes ----
+
+void OpticalLink::NoteBacklog(Backlog backlog) {
+  Backlog known = m_Backlog;
+  while (known < backlog && !m_Backlog.compare_exchange_weak(known, backlog)) {
+  }
+}
+
+void OpticalLink::DrainBacklog(ExchangeKind kind) {
+  switch (m_Backlog.exchange(Backlog::LineEnd)) {
+    case Backlog::Stream:
+      WaitForMotion();
+      return WaitUntilQuiet(QUIET_AFTER_ANSWER, STREAM_LIMIT);
+    case Backlog::Answer:
+      WaitForMotion();
+      return WaitUntilQuiet(QUIET_AFTER_ANSWER, ANSWER_LIMIT);
+    case Backlog::LineEnd:
+      if (kind == ExchangeKind::Data) {
+        WaitUntilQuiet(QUIET_AFTER_LINE_END, LINE_END_LIMIT);
+      }
+  }
+}
+
+void OpticalLink::WaitForMotion() {
+  const DWORD dwElapsed = GetTickCount() - m_dwRawWriteTick;
+  if (dwElapsed < MOTION_AFTER_RAW_WRITE) {
+    m_State.Pause(MOTION_AFTER_RAW_WRITE - dwElapsed);
+  }
+}
+
+void OpticalLink::WaitUntilQuiet(DWORD dwQuiet, DWORD dwLimit) {
+  const DWORD dwStart = GetTickCount();
+  const std::array<HANDLE, 2> handles{m_Buffer.DataEvent(), m_State.StopEvent()};
+  do {
+    m_Buffer.Clear();
+    if (WaitForMultipleObjects(2, handles.data(), dwQuiet) != WAIT_OBJECT_0) {
+      return;
+    }
+  } while (GetTickCount() - dwStart < dwLimit);
+}
+
+// ---- exchanges ----
+
+DWORD OpticalLink::SendCommand(std::string_view strCommand, DWORD dwMaxReply) {
+  OpticalExchange exchange(*this, ExchangeKind::Setting);
+  if (!exchange.Send(strCommand)) {
+    return CAUSE_WRITE;
+  }
+  for (std::string reply;;) {
+    if (exchange.Receive(reply) == OpticalExchange::Arrival::Silence) {
+      return exchange.GiveUp(Backlog::Answer, CAUSE_SILENCE);
+    }
+    if (reply.size() > dwMaxReply) {
+      return exchange.GiveUp(Backlog::Answer, CAUSE_TOO_LONG);
+    }
+    if (Contains(reply, "error")) {
+      return CAUSE_ERROR;
+    }
+    if (Contains(reply, "ok")) {
+      return 0;
+    }
+  }
+}
+
+OpticalExchange::OpticalExchange(OpticalLink& link, ExchangeKind kind) : m_Link(link), m_bClaimed(link.Claim()) {
+  if (m_bClaimed) {
+    m_Link.WriteAll(m_Link.TakeWaiting(false));
+    m_Link.DrainBacklog(kind);
+  }
+}
+
+OpticalExchange::~OpticalExchange() {
+  if (m_bClaimed) {
+    m_Link.ReleaseClaim();
+  }
+}
+
+bool OpticalExchange::Send(std::string_view strCommand) {
+  if (!m_bClaimed || m_Link.m_State.IsStopping()) {
+    return false;
+  }
+  m_Link.m_Buffer.Clear();
+  return m_Link.WritePort(strCommand) != FALSE;
+}
+
+OpticalExchange::Arrival OpticalExchange::Receive(std::string& reply, DWORD dwMilliseconds) {
+  const std::array<HANDLE, 2> handles{m_Link.m_Buffer.DataEvent(), m_Link.m_State.StopEvent()};
+  return Wait(handles.data(), 2, reply, dwMilliseconds);
+}
+
+OpticalExchange::Arrival OpticalExchange::ReceiveOrCancel(std::string& reply, DWORD dwMilliseconds) {
+  const std::array<HANDLE, 3> handles{m_Link.m_Buffer.DataEvent(), m_Link.m_State.StopEvent(),
+                                      m_Link.m_State.CancelEvent()};
+  return Wait(handles.data(), 3, reply, dwMilliseconds);
+}
+
+OpticalExchange::Arrival OpticalExchange::Wait(const HANDLE* pHandles, DWORD dwCount, std::string& reply,
+                                               DWORD dwMilliseconds) {
+  const DWORD dwResult = WaitForMultipleObjects(dwCount, pHandles, dwMilliseconds);
+  if (m_Link.m_State.IsStopping()) {
+    return Arrival::Silence;
+  }
+  if (dwResult == WAIT_OBJECT_0) {
+    m_Link.m_Buffer.CollectReceived(reply);
+    return Arrival::Data;
+  }
+  return dwResult == WAIT_OBJECT_0 + 2 ? Arrival::Cancel : Arrival::Silence;
+}
+
+bool OpticalExchange::Overflowed() const { return m_Link.m_Buffer.Overflowed(); }
+
+void OpticalExchange::TakeStreamEnd(PointStream& stream) {
+  std::vector<Reading> none;
+  while (!stream.IsEnded()) {
+    std::string bytes;
+    const bool bSilent = Receive(bytes, STREAM_END_LIMIT) != Arrival::Data;
+    if (bSilent || stream.Take(bytes, &none) != PointStream::Verdict::Complete) {
+      GiveUp(Backlog::Stream, 0);
+      return;
+    }
+  }
+}
+
+DWORD OpticalExchange::GiveUp(Backlog backlog, DWORD dwResult) {
+  m_Link.NoteBacklog(backlog);
+  return dwResult;
+}
+
+}  // namespace photometer

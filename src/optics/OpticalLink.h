@@ -1,0 +1,151 @@
+/// The serial line to the optical unit: "COM2:", its reader thread, exchanges, raw writes, the common error reaction.
+///
+/// The unit takes short commands ("$F3\r") and answers with plain bytes that carry no mark of what they answer. So the
+/// link keeps late bytes from being taken for the next answer: an exchange owns the line from its start to its end,
+/// and begins only when nothing of an earlier command can still be on its way (see `OpticalExchange`).
+///
+/// Raw writes have no exchange. `WriteOpticalRaw` writes at once, for those who switch everything off. A write through
+/// `WriteBetweenExchanges` goes out right after a running exchange and before any other command; its caller does not
+/// wait.
+#pragma once
+
+#include <atomic>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "optics/PointStream.h"
+#include "state/DeviceState.h"
+#include "state/HostSink.h"
+#include "state/ReceiveBuffer.h"
+#include "state/WorkerThreads.h"
+
+namespace photometer {
+
+/// Causes of a failed command: each command adds its own base to them.
+inline constexpr DWORD CAUSE_RANGE = 1;
+inline constexpr DWORD CAUSE_SILENCE = 2;
+inline constexpr DWORD CAUSE_TOO_LONG = 3;
+inline constexpr DWORD CAUSE_ERROR = 4;
+inline constexpr DWORD CAUSE_WRITE = 5;
+
+/// How long the unit may be silent before an answer counts as missing, ms.
+inline constexpr DWORD SILENCE_LIMIT = 60000;
+
+/// What may still be on its way to the host, from least to most.
+enum class Backlog : DWORD {
+  /// The line end behind an answer.
+  LineEnd,
+  /// The answer to a raw write or to a command that was given up.
+  Answer,
+  /// The rest of a stream that was given up.
+  Stream
+};
+
+/// What a started exchange wants of the line.
+enum class ExchangeKind {
+  /// The answer is searched for a word: a line end in front of it does no harm.
+  Setting,
+  /// The answer is counted in bytes: the line has to be empty.
+  Data
+};
+
+class OpticalLink {
+ public:
+  OpticalLink(DeviceState& state, HostSink& sink, ReceiveBuffer& buffer, WorkerThreads& threads)
+      : m_State(state), m_Sink(sink), m_Buffer(buffer), m_Threads(threads) {}
+
+  /// Opens and sets the port up and starts the reader. 0: a step failed, and what was opened is closed again.
+  BOOL OpenOpticalPort();
+  /// Closes the port. A waiting read ends.
+  void CloseOpticalPort();
+  [[nodiscard]] bool IsOpen() const;
+
+  /// Sends the command and judges the answer: 0 for one that contains "ok", else a cause. An answer longer than
+  /// `dwMaxReply` bytes is too long.
+  DWORD SendCommand(std::string_view strCommand, DWORD dwMaxReply);
+  /// Writes with one write call, at once, and waits for nothing. The unit's answer counts as backlog.
+  BOOL WriteOpticalRaw(std::string_view bytes);
+  /// Writes with one write call, at once or right after the running exchange. False: the write failed.
+  BOOL WriteBetweenExchanges(std::string_view bytes);
+  /// The same in two steps, for those who decide with the state lock held: from `Enqueue` on, the bytes go out before
+  /// any other command; `SendWaiting`, without the lock, sends them unless an exchange that runs will.
+  void Enqueue(std::string_view bytes);
+  BOOL SendWaiting();
+  /// Tells the unit to park the mirror and to switch lamps and fan off, at once.
+  void SwitchOff();
+  /// What every procedure does that ends with an instrument error: switches off, forgets what the unit was set to,
+  /// and tells the host. The sink lock, after the state lock.
+  void HandleInstrumentError(DWORD dwError);
+
+ private:
+  friend class OpticalExchange;
+
+  BOOL ConfigurePort(HANDLE hPort);
+  /// The reader's thread, for the handle with which it was started.
+  void OpticalReader(HANDLE hPort);
+  void KeepReceived(std::string_view bytes);
+  /// Closes the port and marks the member invalid, if the port is still the member's.
+  void GiveUpPort(HANDLE hPort);
+  BOOL WritePort(std::string_view bytes);
+  void NoteBacklog(Backlog backlog);
+  /// Takes the line. False: it was not free for `SILENCE_LIMIT`, or the device stops.
+  bool Claim();
+  /// Takes what waits for the line; with nothing there, gives the line back if asked to.
+  std::vector<std::string> TakeWaiting(bool bReleaseIfNone);
+  BOOL WriteAll(const std::vector<std::string>& waiting);
+  /// Sends what waited and gives the line back. False: a write failed.
+  BOOL ReleaseClaim();
+  /// Lets everything that is still on its way arrive, and drops it.
+  void DrainBacklog(ExchangeKind kind);
+  void WaitForMotion();
+  void WaitUntilQuiet(DWORD dwQuiet, DWORD dwLimit);
+
+  DeviceState& m_State;
+  HostSink& m_Sink;
+  ReceiveBuffer& m_Buffer;
+  WorkerThreads& m_Threads;
+  std::atomic<HANDLE> m_hOpticalPort{0};
+  std::atomic<Backlog> m_Backlog{Backlog::LineEnd};
+  /// Tick of the last raw write.
+  std::atomic<DWORD> m_dwRawWriteTick{0};
+  // Guarded by the state lock.
+  bool m_bClaimed = false;
+  std::vector<std::string> m_Waiting;
+};
+
+/// One exchange with the unit, from the command to the end of its answer.
+///
+/// There is one way to begin: the line is claimed; what is still on its way is taken in and dropped; the buffer is
+/// emptied and its event reset; the command is written. An exchange that ends before its answer is complete must say
+/// so with `GiveUp`. While it lives, raw writes of others wait.
+class OpticalExchange {
+ public:
+  enum class Arrival { Data, Silence, Cancel };
+
+  OpticalExchange(OpticalLink& link, ExchangeKind kind);
+  ~OpticalExchange();
+  OpticalExchange(const OpticalExchange&) = delete;
+  OpticalExchange& operator=(const OpticalExchange&) = delete;
+
+  /// Empties the buffer and writes the command. False: it could not be written.
+  bool Send(std::string_view strCommand);
+  /// Waits for bytes and appends them to `reply`. `Silence`: none came in time, or the device stops.
+  Arrival Receive(std::string& reply, DWORD dwMilliseconds = SILENCE_LIMIT);
+  /// As `Receive`, and ends with `Cancel` when the cancel event is signalled and nothing has come.
+  Arrival ReceiveOrCancel(std::string& reply, DWORD dwMilliseconds = SILENCE_LIMIT);
+  /// Bytes were lost since the command was sent.
+  [[nodiscard]] bool Overflowed() const;
+  /// Takes in the bytes behind the last point of a complete stream, for at most 2 s.
+  void TakeStreamEnd(PointStream& stream);
+  /// The answer is not complete: the rest may still come. Returns `dwResult`.
+  DWORD GiveUp(Backlog backlog, DWORD dwResult);
+
+ private:
+  Arrival Wait(const HANDLE* pHandles, DWORD dwCount, std::string& reply, DWORD dwMilliseconds);
+
+  OpticalLink& m_Link;
+  bool m_bClaimed;
+};
+
+}  // namespace photometer

@@ -1,0 +1,50 @@
+/// The stream of a scan: points of six bytes, and three bytes behind the last one that belong to it.
+///
+/// Bytes go in as they arrive, in blocks of any size; whole points come out, each once; the rest of a point waits for
+/// its next bytes. The cost of a block is that of its own bytes.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "optics/DetectorData.h"
+
+namespace photometer {
+
+class PointStream {
+ public:
+  /// Behind the last point.
+  static constexpr std::size_t END_BYTES = 3;
+
+  enum class Verdict {
+    /// Points are still to come.
+    Going,
+    /// All points have come; the bytes behind them perhaps not yet (see `IsEnded`).
+    Complete,
+    /// The unit answered "error".
+    Error,
+    /// More points than were asked for.
+    TooMuch
+  };
+
+  explicit PointStream(DWORD dwExpected) : m_dwExpected(dwExpected) {}
+
+  /// Judges what is there with the new bytes, and appends the whole points to `pPoints`. Of a block that is an error or
+  /// too much, none.
+  Verdict Take(std::string_view bytes, std::vector<Reading>* pPoints);
+
+  [[nodiscard]] DWORD Received() const { return m_dwReceived; }
+  /// Bytes that wait to be judged, after `Take` gave `Error` or `TooMuch`.
+  [[nodiscard]] std::size_t WaitingBytes() const { return m_strRest.size(); }
+  /// The bytes behind the last point have come, exactly.
+  [[nodiscard]] bool IsEnded() const { return m_dwReceived == m_dwExpected && m_strRest.size() == END_BYTES; }
+
+ private:
+  DWORD m_dwExpected;
+  DWORD m_dwReceived = 0;
+  std::string m_strRest;
+};
+
+}  // namespace photometer

@@ -1,0 +1,360 @@
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "optics/OpticalLink.h"
+#include "platform/Platform.h"
+#include "support/Optics.h"
+
+namespace photometer::tests {
+namespace {
+
+using Commands = std::vector<std::string>;
+
+const std::string READING = Readings(3, 6, 3);
+
+/// The line works: a setting and a data command are answered as they should, and nothing that comes before their
+/// answers is taken for them.
+void ExpectLineInOrder(Optics& optics) {
+  optics.device.ForgetScripts();
+  optics.device.Script("$g1", Answer{{250'000, "error\r\n"}});
+  optics.device.Script("$a3", Answer{{250'000, READING}});
+  EXPECT_EQ(optics.unit.SetGain(TRUE), 34U);
+  double dReference = 0.0;
+  EXPECT_EQ(optics.detectors.GetADValue(nullptr, &dReference), 0U);
+  EXPECT_EQ(dReference, 6.0);
+}
+
+// ---- opening ----
+
+TEST(OpticalLink, SetsThePortUp) {
+  Optics optics;
+  DCB state{};
+  const HANDLE hSecond = CreateFileW(World::PORT);
+  EXPECT_EQ(hSecond, INVALID_HANDLE_VALUE);
+  optics.Stop();
+  const HANDLE hPort = CreateFileW(World::PORT);
+  EXPECT_NE(hPort, INVALID_HANDLE_VALUE);
+  EXPECT_TRUE(GetCommState(hPort, &state));
+  CloseHandle(hPort);
+}
+
+TEST(OpticalLink, FailedOpeningLeavesNothingAndCanBeRepeated) {
+  struct {
+    const char* what;
+    void (*fault)(World&);
+  } const cases[] = {
+      {"no port", [](World& w) { w.board.UnplugPort(World::PORT); }},
+      {"refused", [](World& w) { w.ports.opens.Start(1); }},
+      {"state not read", [](World& w) { w.ports.settings.Start(1); }},
+      {"state not written", [](World& w) { w.ports.settings.Start(2); }},
+      {"mask", [](World& w) { w.ports.settings.Start(3); }},
+      {"time-outs", [](World& w) { w.ports.settings.Start(4); }},
+      {"thread", [](World& w) { w.kernel.threads.Start(1); }},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    Optics optics;
+    Sleep(10);
+    optics.link.CloseOpticalPort();
+    Sleep(300);
+    c.fault(optics.world);
+    EXPECT_FALSE(optics.link.OpenOpticalPort());
+    EXPECT_EQ(optics.unit.SetFilter(1), 5U);
+    EXPECT_EQ(optics.detectors.GetADValue(nullptr, nullptr), 135U);
+    optics.world.Plug();
+    EXPECT_TRUE(optics.link.OpenOpticalPort());
+    EXPECT_EQ(optics.unit.SetFilter(1), 0U);
+  }
+}
+
+// ---- the reader ----
+
+TEST(OpticalLink, BytesThatComeWhileNothingRunsAreDropped) {
+  Optics optics;
+  optics.state.Lock()->m_Status.bBusy = FALSE;
+  optics.device.Emit(0, "error");
+  Sleep(100);
+  optics.state.Lock()->m_Status.bBusy = TRUE;
+  std::string received;
+  optics.buffer.CollectReceived(received);
+  EXPECT_EQ(received, "");
+  // The event was signalled all the same, and does not end the next wait.
+  EXPECT_EQ(WaitForSingleObject(optics.buffer.DataEvent(), 0), WAIT_OBJECT_0);
+  optics.buffer.Signal();
+  optics.device.Script("$F1", Answer{{SECOND, "ok"}});
+  EXPECT_EQ(optics.unit.SetFilter(1), 0U);
+}
+
+TEST(OpticalLink, VanishedPort) {
+  Optics optics;
+  optics.device.Script("$F1", Answer{});
+  WorkerThreads helpers(optics.state);
+  EXPECT_TRUE(helpers.Start("unplug", [&optics] {
+    Sleep(1000);
+    optics.world.board.UnplugPort(World::PORT);
+  }));
+  EXPECT_EQ(optics.unit.SetFilter(1), 2U);
+  EXPECT_EQ(optics.unit.SetFilter(1), 5U);
+  EXPECT_TRUE(helpers.WaitUntilEnded(1000));
+  optics.world.Plug();
+  EXPECT_EQ(optics.unit.SetFilter(1), 5U);
+  EXPECT_TRUE(optics.link.OpenOpticalPort());
+  EXPECT_EQ(optics.unit.SetFilter(2), 0U);
+}
+
+TEST(OpticalLink, IdleLineCostsAHandfulOfWakeUps) {
+  Optics optics;
+  const std::uint64_t nSwitches = optics.world.board.Switches();
+  Sleep(10'000);
+  EXPECT_LT(optics.world.board.Switches() - nSwitches, 250U);
+}
+
+// ---- late answers ----
+
+TEST(OpticalLink, LineEndBehindAnAnswerIsNotData) {
+  for (const bool bAtOnce : {true, false}) {
+    for (const simulator::Time delay :
+         {simulator::Time{0}, simulator::Time{87}, simulator::Time{900}, simulator::Time{1200}}) {
+      SCOPED_TRACE(std::to_string(delay) + (bAtOnce ? " µs, at once" : " µs"));
+      Optics optics(bAtOnce);
+      optics.device.Script("$g1", Answer{{300, "ok"}, {delay, "\r"}, {delay, "\n"}});
+      optics.device.Script("$a3", READING);
+      EXPECT_EQ(optics.unit.SetGain(TRUE), 0U);
+      EXPECT_EQ(optics.detectors.GetADValue(nullptr, nullptr), 0U);
+      EXPECT_EQ(optics.device.Commands(), (Commands{"$g1", "$a3"}));
+    }
+  }
+}
+
+TEST(OpticalLink, RawWriteWaitsForTheExchange) {
+  Optics optics;
+  optics.device.Script("$F1", Answer{{SECOND, "ok\r\n"}});
+  optics.device.Script("$d0", Answer{{250'000, "ok\r\n"}});
+  EXPECT_TRUE(optics.threads.Start("exchange", [&optics] { EXPECT_EQ(optics.unit.SetFilter(1), 0U); }));
+  Sleep(100);
+  EXPECT_TRUE(optics.link.WriteBetweenExchanges("$d0\r"));
+  EXPECT_TRUE(optics.link.WriteBetweenExchanges("$f0\r"));
+  Sleep(10);
+  EXPECT_EQ(optics.device.Commands(), Commands{"$F1"});
+  Sleep(900);
+  ExpectLineInOrder(optics);
+  EXPECT_EQ(optics.device.Commands(), (Commands{"$F1", "$d0", "$f0", "$g1", "$a3"}));
+}
+
+TEST(OpticalLink, RawWriteBetweenExchangesGoesOutAtOnce) {
+  Optics optics;
+  EXPECT_TRUE(optics.link.WriteBetweenExchanges("$d0\r"));
+  Sleep(1);
+  EXPECT_EQ(optics.device.Commands(), Commands{"$d0"});
+  optics.world.ports.writes.Start(1);
+  EXPECT_FALSE(optics.link.WriteBetweenExchanges("$f0\r"));
+}
+
+TEST(OpticalLink, ExchangesOfTwoThreadsTakeTurns) {
+  Optics optics;
+  optics.device.Script("$F1", Answer{{SECOND, "ok\r\n"}});
+  EXPECT_TRUE(optics.threads.Start("first", [&optics] { EXPECT_EQ(optics.unit.SetFilter(1), 0U); }));
+  Sleep(100);
+  ExpectLineInOrder(optics);
+  EXPECT_EQ(optics.device.Commands(), (Commands{"$F1", "$g1", "$a3"}));
+}
+
+TEST(OpticalLink, LateAnswersAreNotTakenForTheNext) {
+  const std::string point = Readings(5, 9, 1);
+  struct {
+    const char* what;
+    void (*before)(Optics&);
+  } const cases[] = {
+      {"given up after silence",
+       [](Optics& o) {
+         o.device.Script("$F1", Answer{{60'050'000, "ok\r\n"}});
+         EXPECT_EQ(o.unit.SetFilter(1), 2U);
+       }},
+      {"reading given up after silence",
+       [](Optics& o) {
+         o.device.Script("$t", Answer{{300, "t"}, {60'050'000, std::string(95, 't')}});
+         EXPECT_EQ(o.detectors.GetTurbidity(nullptr), 162U);
+       }},
+      {"too long, with more to come",
+       [](Optics& o) {
+         o.device.Script("$F1", Answer{{300, std::string(40, 'x')}, {50'000, "ok"}, {50'000, "ok"}});
+         EXPECT_EQ(o.unit.SetFilter(1), 3U);
+       }},
+      {"rest of a stream",
+       [](Optics& o) {
+         Answer stream{{300, "error"}};
+         for (int i = 0; i < 100; ++i) {
+           stream.push_back({50'000, Readings(5, 9, 1)});
+         }
+         o.device.Script("$s5000", stream);
+         EXPECT_EQ(o.detectors.Scan(4999, nullptr, nullptr, 100), 154U);
+       }},
+      {"switched off, with the mirror turning",
+       [](Optics& o) {
+         o.device.Script("$r0", Answer{{200'000, "ok\r\n"}});
+         o.device.Script("$d0", Answer{{202'000, "ok\r\n"}});
+         o.device.Script("$h0", Answer{{204'000, "ok\r\n"}});
+         o.device.Script("$f0", Answer{{206'000, "ok\r\n"}});
+         o.link.SwitchOff();
+         Sleep(5);
+       }},
+      {"unasked bytes",
+       [](Optics& o) {
+         o.device.Emit(0, "ok\r\n");
+         Sleep(5);
+       }},
+  };
+  for (const bool bAtOnce : {true, false}) {
+    for (const auto& c : cases) {
+      SCOPED_TRACE(c.what);
+      Optics optics(bAtOnce);
+      c.before(optics);
+      ExpectLineInOrder(optics);
+    }
+  }
+}
+
+TEST(OpticalLink, ALineThatIsNeverQuietDoesNotStopTheNextCommand) {
+  Optics optics;
+  for (simulator::Time at = 0; at < 30 * SECOND; at += 20'000) {
+    optics.device.Emit(at, "x");
+  }
+  optics.link.WriteOpticalRaw("$d0\r");
+  const std::uint64_t nStart = optics.world.board.Now();
+  EXPECT_EQ(optics.unit.SetGain(TRUE), 0U);
+  EXPECT_LE(optics.world.board.Now() - nStart, 3 * SECOND);
+}
+
+// ---- the error reaction ----
+
+TEST(OpticalLink, ErrorReaction) {
+  Optics optics;
+  for (std::size_t n = 0; n < CACHE_ENTRIES; ++n) {
+    optics.Cache(static_cast<CacheEntry>(n), 4);
+  }
+  optics.link.HandleInstrumentError(42);
+  Sleep(10);
+  EXPECT_EQ(optics.device.Commands(), (Commands{"$r0", "$d0", "$h0", "$f0"}));
+  EXPECT_EQ(optics.world.sink.Calls(), Commands{"OnError(0, 42)"});
+  for (std::size_t n = 0; n < CACHE_ENTRIES; ++n) {
+    const auto entry = static_cast<CacheEntry>(n);
+    const bool bKept = entry == CacheEntry::MonochromatorPosition || entry == CacheEntry::TurbidityPower ||
+                       entry == CacheEntry::TurbidityGain;
+    EXPECT_EQ(optics.Cached(entry), bKept ? 4 : UNKNOWN) << n;
+  }
+  optics.Cache(CacheEntry::Filter, UNKNOWN);
+  EXPECT_EQ(optics.unit.SetFilter(4), 0U);
+}
+
+// ---- stopping ----
+
+TEST(OpticalLink, StopEndsEveryWait) {
+  struct {
+    const char* what;
+    void (*run)(Optics&);
+  } const cases[] = {
+      {"silence", [](Optics& o) { EXPECT_EQ(o.unit.SetFilter(1), 2U); }},
+      {"version", [](Optics& o) { EXPECT_EQ(o.unit.ReadFirmwareVersion(), 202U); }},
+      {"reading", [](Optics& o) { EXPECT_EQ(o.detectors.GetADValue(nullptr, nullptr), 132U); }},
+      {"scan", [](Optics& o) { EXPECT_EQ(o.detectors.Scan(10, nullptr, nullptr, 10), 152U); }},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    Optics optics;
+    for (const char* command : {"$F1", "$v", "$a3", "$s11"}) {
+      optics.device.Script(command, Answer{});
+    }
+    std::uint64_t nEnd = 0;
+    EXPECT_TRUE(optics.threads.Start("run", [&] {
+      c.run(optics);
+      nEnd = optics.world.board.Now();
+    }));
+    Sleep(5000);
+    const std::uint64_t nStop = optics.world.board.Now();
+    optics.Stop();
+    EXPECT_LE(nEnd - nStop, 10'000U);
+    EXPECT_EQ(optics.unit.SetFilter(1), 5U);
+  }
+}
+
+// ---- floods ----
+
+constexpr std::uint64_t GARBAGE = 100'000'000;
+constexpr std::size_t MEMORY_GROWTH_LIMIT = std::size_t{32} * 1024 * 1024;
+
+std::size_t ResidentBytes() {
+  std::size_t nTotal = 0;
+  std::size_t nResident = 0;
+  std::ifstream("/proc/self/statm") >> nTotal >> nResident;
+  return nResident * 4096;
+}
+
+TEST(OpticalLink, FloodDoesNotGrow) {
+  for (const BOOL bBusy : {TRUE, FALSE}) {
+    SCOPED_TRACE(bBusy ? "busy" : "idle");
+    Optics optics;
+    optics.world.StopTracing();
+    optics.state.Lock()->m_Status.bBusy = bBusy;
+    const std::size_t nBefore = ResidentBytes();
+    optics.device.Flood(GARBAGE);
+    while (optics.device.IsFlooding()) {
+      Sleep(1000);
+    }
+    Sleep(1000);
+    EXPECT_LT(ResidentBytes(), nBefore + MEMORY_GROWTH_LIMIT);
+    EXPECT_EQ(optics.world.board.DroppedBytes(World::PORT), 0U);
+    EXPECT_EQ(optics.world.LogLines("Receive buffer of the optical port full"), bBusy ? 1U : 0U);
+    optics.state.Lock()->m_Status.bBusy = TRUE;
+    ExpectLineInOrder(optics);
+  }
+}
+
+TEST(OpticalLink, NewestBytesOfAFloodAreKept) {
+  Optics optics;
+  optics.world.StopTracing();
+  optics.device.Flood(ReceiveBuffer::CAPACITY * 3);
+  Sleep(100);
+  optics.device.Emit(0, "the end");
+  Sleep(100);
+  std::string received;
+  optics.buffer.CollectReceived(received);
+  EXPECT_LE(received.size(), ReceiveBuffer::CAPACITY);
+  EXPECT_TRUE(received.ends_with("the end"));
+}
+
+TEST(OpticalLink, FloodDuringAnExchange) {
+  struct {
+    const char* what;
+    DWORD (*run)(Optics&);
+    DWORD dwResult;
+  } const cases[] = {
+      {"setting", [](Optics& o) { return o.unit.SetFilter(1); }, 3},
+      {"reading", [](Optics& o) { return o.detectors.GetADValue(nullptr, nullptr); }, 133},
+      {"turbidity", [](Optics& o) { return o.detectors.GetTurbidity(nullptr); }, 163},
+      {"scan", [](Optics& o) { return o.detectors.Scan(10, nullptr, nullptr, 10); }, 153},
+      {"version", [](Optics& o) { return o.unit.ReadFirmwareVersion(); }, 202},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    Optics optics;
+    optics.world.StopTracing();
+    for (const char* command : {"$F1", "$v", "$a3", "$t", "$s11"}) {
+      optics.device.Script(command, Answer{{100'000, "g"}});
+    }
+    EXPECT_TRUE(optics.threads.Start("garbage", [&optics] {
+      Sleep(150);
+      optics.device.Flood(GARBAGE / 25);
+    }));
+    EXPECT_EQ(c.run(optics), c.dwResult);
+    while (optics.device.IsFlooding()) {
+      Sleep(100);
+    }
+    ExpectLineInOrder(optics);
+  }
+}
+
+}  // namespace
+}  // namespace photometer::tests

@@ -1,0 +1,50 @@
+#include "support/Optics.h"
+
+namespace photometer::tests {
+
+namespace {
+
+constexpr DWORD THREADS_END_LIMIT = 3000;
+
+}  // namespace
+
+Optics::Optics(bool bAtOnce) : world({{}, {}, &device, bAtOnce}) {
+  state.Lock()->m_Params = DefaultParameters();
+  sink.SetSink(&world.sink);
+  EXPECT_TRUE(model.BuildTable());
+  EXPECT_TRUE(buffer.CreateDataEvent());
+  EXPECT_TRUE(state.CreateEvents());
+  EXPECT_TRUE(link.OpenOpticalPort());
+  state.Lock()->m_Status.bBusy = TRUE;
+}
+
+Optics::~Optics() {
+  Stop();
+  world.ExpectClean();
+}
+
+void Optics::Stop() {
+  if (m_bStopped) {
+    return;
+  }
+  m_bStopped = true;
+  state.RaiseStop();
+  EXPECT_TRUE(threads.WaitUntilEnded(THREADS_END_LIMIT));
+  link.CloseOpticalPort();
+  buffer.CloseDataEvent();
+  state.CloseEvents();
+}
+
+std::string Bytes24(DWORD dwValue) {
+  return {static_cast<char>(dwValue >> 16U), static_cast<char>(dwValue >> 8U), static_cast<char>(dwValue)};
+}
+
+std::string Readings(DWORD dwSample, DWORD dwReference, int iCount) {
+  std::string bytes;
+  for (int i = 0; i < iCount; ++i) {
+    bytes += Bytes24(dwSample) + Bytes24(dwReference);
+  }
+  return bytes;
+}
+
+}  // namespace photometer::tests
