@@ -1,0 +1,60 @@
+/// The ordinary measurement: for each wavelength of the request, optics and lamp are set, and dark-corrected readings
+/// of both channels are taken and delivered.
+///
+/// Runs on a thread of its own while the device is busy; reads its request from the state when it begins. The host
+/// hears `OnNotify` 25, then `OnResult` and 15 for each wavelength, then 17, or 18, or `OnError`. The list handed to
+/// `OnResult` lives until the callback returns.
+#pragma once
+
+#include "calibration/WavelengthModel.h"
+#include "optics/Detectors.h"
+#include "optics/OpticalUnit.h"
+#include "optics/ShutterReading.h"
+#include "procedures/EndSequence.h"
+#include "state/DeviceState.h"
+#include "state/HostSink.h"
+
+namespace photometer {
+
+/// 0, E_POINTER or E_INVALIDARG.
+HRESULT ValidateMeasureRequest(const MeasureRequest* pRequest, const PhotometerParameters& params);
+
+class Measure {
+ public:
+  Measure(DeviceState& state, HostSink& sink, OpticalUnit& unit, Detectors& detectors, const WavelengthModel& model,
+          EndSequence& end)
+      : m_State(state), m_Sink(sink), m_Unit(unit), m_Detectors(detectors), m_Model(model), m_End(end) {}
+
+  /// Thread procedure.
+  void Run();
+
+ private:
+  void TakeRequest();
+  /// From the optics' set-up to the last wavelength. 0, or what ends the run.
+  LONG MeasureAll();
+  LONG MeasureWavelength(std::size_t nIndex);
+  LONG SetOptics(double dWavelength, DWORD* pPosition);
+  LONG SetLamp(double dWavelength);
+  /// All readings at one wavelength, into the list.
+  LONG TakeReadings(MeasureValue value, MeasureValues* pValues);
+  /// One valid reading, in at most ten attempts.
+  LONG TakeReading(MeasureValue* pValue);
+  LONG TryReading(MeasureValue* pValue);
+  DWORD ReadTurbidity(double* pTurbidity);
+  void Deliver(std::size_t nIndex, const MeasureValues& values);
+  bool CancelSeen();
+  void Finish(LONG iResult);
+
+  DeviceState& m_State;
+  HostSink& m_Sink;
+  OpticalUnit& m_Unit;
+  Detectors& m_Detectors;
+  const WavelengthModel& m_Model;
+  EndSequence& m_End;
+
+  MeasureRequest m_Request{};
+  PhotometerParameters m_Params{};
+  bool m_bCanceled = false;
+};
+
+}  // namespace photometer
