@@ -1,0 +1,204 @@
+#include "calibration/StartUp.h"
+
+#include "logging/LogFiles.h"
+#include "optics/InOrder.h"
+
+namespace photometer {
+
+namespace {
+
+/// Stages, as codes of `OnNotify`.
+constexpr DWORD LAMP_TEST = 1;
+constexpr DWORD LAMP_TEST_PASSED = 2;
+constexpr DWORD LAMP_TEST_FAILED = 3;
+constexpr DWORD WAVELENGTH_TEST = 4;
+constexpr DWORD WAVELENGTH_TEST_PASSED = 5;
+constexpr DWORD WAVELENGTH_TEST_FAILED = 6;
+constexpr DWORD ZERO_MEASUREMENT = 7;
+constexpr DWORD ZERO_MEASUREMENT_DONE = 8;
+constexpr DWORD START_UP = 10;
+constexpr DWORD START_UP_PASSED = 11;
+constexpr DWORD START_UP_FAILED = 12;
+constexpr DWORD START_UP_ENDED = 39;
+constexpr DWORD START_UP_RUNNING = 43;
+
+constexpr LONG NO_ACCEPTABLE_OFFSET = -2;
+
+constexpr DWORD WAVELENGTH_ATTEMPTS = 3;
+/// Largest correction that a sound instrument needs, steps either way.
+constexpr LONG OFFSET_LIMIT = 15;
+
+constexpr DWORD HALOGEN_PATH = 1;
+
+bool IsAcceptable(LONG iOffset) { return iOffset >= -OFFSET_LIMIT && iOffset <= OFFSET_LIMIT; }
+
+/// A stage code and its value, for one hold of the sink lock.
+SinkCall Stage(DWORD dwCode, DWORD dwValue) {
+  return [=](IPhotometerSink& sink) { sink.OnNotify(0, dwCode, dwValue); };
+}
+
+}  // namespace
+
+void StartUp::InitProc() {
+  Begin();
+  LONG iResult = LampTest();
+  if (iResult == 0) {
+    iResult = WavelengthTest();
+  }
+  if (iResult == 0) {
+    iResult = MeasureZeros();
+  }
+  End(iResult);
+}
+
+void StartUp::Begin() {
+  m_State.SetLastCommand("");
+  m_Calibration = m_State.Lock()->m_Calibration;
+  LogPhotometer("Starting Thread [InitProc] ...");
+  m_Sink.Notify({Stage(START_UP, 0), Stage(START_UP_RUNNING, 0), Stage(LAMP_TEST, 0), Stage(WAVELENGTH_TEST, 0),
+                 Stage(ZERO_MEASUREMENT, 0)});
+  CuvetteHadToBeRemoved();
+}
+
+// ---- lamp test ----
+
+LONG StartUp::LampTest() {
+  LogPhotometerF(TRUE, "[InitProc] Starting LAMP Test...");
+  m_Sink.NotifyCode(0, LAMP_TEST, 10);
+  const DWORD dwPrepared = InOrder([&] { return m_Unit.SetShutter(FALSE); }, [&] { return m_Unit.SetFilter(0); },
+                                   [&] { return m_Unit.SetMirror(HALOGEN_PATH); });
+  if (dwPrepared != 0) {
+    return static_cast<LONG>(dwPrepared);
+  }
+  const DWORD dwResult = m_Unit.SetHomePosition();
+  m_Sink.NotifyCode(0, LAMP_TEST, 100);
+  m_Sink.NotifyCode(0, dwResult == 0 ? LAMP_TEST_PASSED : LAMP_TEST_FAILED, 100);
+  LogPhotometerF(TRUE, "[InitProc] LAMP Test finished... %s OK", dwResult == 0 ? "" : "NOT");
+  return static_cast<LONG>(dwResult);
+}
+
+// ---- wavelength test ----
+
+LONG StartUp::WavelengthTest() {
+  for (DWORD dwAttempt = 1; dwAttempt <= WAVELENGTH_ATTEMPTS; ++dwAttempt) {
+    LogPhotometerF(TRUE, "[InitProc] Starting WAVELENGTH Test... ");
+    if (const DWORD dwResult = m_Unit.SetMirror(HALOGEN_PATH); dwResult != 0) {
+      return static_cast<LONG>(dwResult);
+    }
+    CuvetteHadToBeRemoved();
+    const HolmiumPeak::Result peak = m_Peak.Find(m_Calibration.dReferencePeak, dwAttempt, TRUE);
+    if (peak.bFound) {
+      LogPeak("InitProc", peak);
+    }
+    if (peak.bFound && IsAcceptable(peak.iOffset)) {
+      AcceptOffset(peak.iOffset);
+      return 0;
+    }
+    m_Sink.NotifyCode(0, WAVELENGTH_TEST, 75);
+    LogPhotometerF(TRUE, "[InitProc] Restarting WAVELENGTH Test because error occurred ...");
+  }
+  m_Sink.NotifyCode(0, WAVELENGTH_TEST, 100);
+  m_Sink.NotifyCode(0, WAVELENGTH_TEST_FAILED, 100);
+  LogPhotometerF(TRUE, "[InitProc] Aborted WAVELENGTH Test because error occurred ...");
+  return NO_ACCEPTABLE_OFFSET;
+}
+
+void StartUp::AcceptOffset(LONG iOffset) {
+  m_Sink.NotifyCode(0, WAVELENGTH_TEST, 100);
+  m_Sink.NotifyCode(0, WAVELENGTH_TEST_PASSED, 100);
+  const LONG iBefore = m_Model.GetPositionOffset();
+  m_Model.SetPositionOffset(iOffset);
+  LogPhotometerF(TRUE, "[InitProc] range offset OK =>  set current m_iPositionOffset= %d (old Position= %d)", iOffset,
+                 iBefore);
+  const DWORD dwNow = GetTickCount();
+  m_State.Lock()->m_Status.dwLastActivityTick = dwNow;
+  LogPhotometerF(TRUE, "[InitProc] WAVELENGTH Test finished... ");
+}
+
+// ---- zero measurement ----
+
+LONG StartUp::MeasureZeros() {
+  LogPhotometerF(TRUE, "[InitProc] Starting ZERO MEASUREMENT...");
+  for (;;) {
+    ZeroRun run = ZeroRun::Complete;
+    if (const LONG iResult = MeasureRun(&run); iResult != 0) {
+      return iResult;
+    }
+    if (run == ZeroRun::Complete) {
+      m_Sink.NotifyCode(0, ZERO_MEASUREMENT, 100);
+      m_Sink.NotifyCode(0, ZERO_MEASUREMENT_DONE, 100);
+      LogPhotometerF(TRUE, "[InitProc] ZERO MEASUREMENT finished...");
+      return 0;
+    }
+    LogPhotometerF(TRUE, "[InitProc] Restarting ZERO MEASUREMENT ... ");
+    if (m_State.IsStopping()) {
+      return NO_ZERO_READING;  // the wait for the cuvette's removal was ended, not answered
+    }
+  }
+}
+
+LONG StartUp::MeasureRun(ZeroRun* pRun) {
+  if (const LONG iResult = m_Zeros.Begin(); iResult != 0) {
+    return iResult;
+  }
+  for (std::size_t i = 0; i < m_Calibration.ZeroWavelengths.size(); ++i) {
+    if (CuvetteHadToBeRemoved()) {
+      *pRun = ZeroRun::Interrupted;
+      return 0;
+    }
+    if (const LONG iResult = MeasureOne(i, pRun); iResult != 0 || *pRun == ZeroRun::Interrupted) {
+      return iResult;
+    }
+  }
+  return 0;
+}
+
+LONG StartUp::MeasureOne(std::size_t nIndex, ZeroRun* pRun) {
+  const auto mayTry = [&] {
+    if (CuvetteHadToBeRemoved()) {
+      *pRun = ZeroRun::Interrupted;
+    }
+    return *pRun == ZeroRun::Complete;
+  };
+  const double wl = m_Calibration.ZeroWavelengths[nIndex];
+  Reading zero;
+  if (const LONG iResult = m_Zeros.Measure(wl, mayTry, &zero); iResult != 0 || *pRun == ZeroRun::Interrupted) {
+    return iResult;
+  }
+  if (const LONG iResult = m_Zeros.Keep(wl, zero); iResult != 0) {
+    return iResult;
+  }
+  NKDbgPrintfW("[InitProc] [%2d] %.1f nm:  Value= %12.3lf,  ValueRef= %12.3lf", static_cast<int>(nIndex), wl,
+               zero.dSample, zero.dReference);
+  m_Zeros.NotifyProgress(nIndex + 1, m_Calibration.ZeroWavelengths.size());
+  return 0;
+}
+
+// ---- end ----
+
+void StartUp::End(LONG iResult) {
+  if (iResult == 0) {
+    HandOverZeros();
+  }
+  m_End.Report("InitProc", iResult);
+  m_End.MakeSafe();
+  if (iResult != 0) {
+    m_Unit.ReleaseMonochromator();
+    m_End.React(iResult);
+    m_Sink.NotifyCode(0, START_UP_FAILED, static_cast<DWORD>(iResult));
+  }
+  {
+    const auto state = m_State.Lock();
+    state->m_Status.bInitialized = iResult == 0 && !m_State.IsStopping() ? TRUE : FALSE;
+    m_End.GiveBack();
+  }
+  m_Sink.Notify({Stage(START_UP_RUNNING, 1), Stage(START_UP_ENDED, 0)});
+  LogPhotometerF(TRUE, "[InitProc] Thread finished.");
+}
+
+void StartUp::HandOverZeros() {
+  const std::vector<WavelengthCalibrationEntry> zeros = m_State.Lock()->m_WavelengthCalibrations;
+  m_Sink.Notify({Stage(START_UP_PASSED, 100), [&zeros](IPhotometerSink& sink) { sink.OnReferenceValues(&zeros); }});
+}
+
+}  // namespace photometer

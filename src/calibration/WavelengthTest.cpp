@@ -1,0 +1,150 @@
+#include "calibration/WavelengthTest.h"
+
+#include "logging/LogFiles.h"
+#include "optics/InOrder.h"
+
+namespace photometer {
+
+namespace {
+
+/// Stages, as codes of `OnNotify`.
+constexpr DWORD WAVELENGTH_TEST = 4;
+constexpr DWORD OFFSET_FOUND = 5;
+constexpr DWORD TEST_GIVEN_UP = 6;
+constexpr DWORD ZERO_MEASUREMENT = 7;
+constexpr DWORD TEST_BEGINS = 29;
+constexpr DWORD TEST_PASSED = 30;
+constexpr DWORD TEST_REQUESTED = 33;
+constexpr DWORD ZEROS_BEGIN = 34;
+constexpr DWORD TEST_FAILED = 35;
+constexpr DWORD TEST_RUNNING = 43;
+
+constexpr DWORD ATTEMPTS = 3;
+/// Largest deviation that passes at first, and after the monochromator has sought its home position, steps either way.
+constexpr LONG FIRST_TOLERANCE = 5;
+constexpr LONG LATER_TOLERANCE = 15;
+constexpr LONG NO_ACCEPTABLE_OFFSET = -2;
+
+SinkCall Stage(DWORD dwCode, DWORD dwValue) {
+  return [=](IPhotometerSink& sink) { sink.OnNotify(0, dwCode, dwValue); };
+}
+
+}  // namespace
+
+void WavelengthTest::WaveLengthTestProc() {
+  Begin();
+  LONG iResult = FindOffset();
+  if (iResult == 0 && (m_dwAttempt > 1 || !m_bWasInitialized)) {
+    iResult = MeasureZeros();
+  }
+  End(iResult);
+}
+
+void WavelengthTest::Begin() {
+  LogPhotometerF(TRUE, "[WaveLengthTestProc] -----> Thread started.");
+  {
+    const auto state = m_State.Lock();
+    m_Calibration = state->m_Calibration;
+    m_bWasInitialized = state->m_Status.bInitialized;
+  }
+  m_Sink.Notify({Stage(TEST_RUNNING, 0), Stage(TEST_REQUESTED, 0), Stage(TEST_BEGINS, 0)});
+  m_Spectrum.WaitForCuvetteRemoval(CuvetteCaller::WavelengthTest);
+}
+
+LONG WavelengthTest::FindOffset() {
+  for (m_dwAttempt = 1; m_dwAttempt <= ATTEMPTS; ++m_dwAttempt) {
+    bool bPassed = false;
+    if (const LONG iResult = Attempt(m_dwAttempt, &bPassed); iResult != 0 || bPassed) {
+      return iResult;
+    }
+  }
+  return NO_ACCEPTABLE_OFFSET;
+}
+
+LONG WavelengthTest::Attempt(DWORD dwAttempt, bool* pPassed) {
+  const int iAttempt = static_cast<int>(dwAttempt);
+  LogPhotometerF(TRUE, "[WaveLengthTestProc] Starting WAVELENGTH Test , Attemp= %d", iAttempt);
+  if (const DWORD dwResult = PrepareAttempt(dwAttempt); dwResult != 0) {
+    return static_cast<LONG>(dwResult);
+  }
+  const LONG iBefore = m_Model.GetPositionOffset();
+  const HolmiumPeak::Result peak = m_Peak.Find(m_Calibration.dReferencePeak, dwAttempt, TRUE);
+  if (peak.bFound) {
+    LogPeak("WaveLengthTestProc", peak);
+  }
+  const LONG iTolerance = dwAttempt == 1 ? FIRST_TOLERANCE : LATER_TOLERANCE;
+  *pPassed = peak.bFound && peak.iOffset >= -iTolerance && peak.iOffset <= iTolerance;
+  if (*pPassed) {
+    AcceptOffset(dwAttempt, peak.iOffset, iBefore);
+    return 0;
+  }
+  m_Sink.NotifyCode(0, WAVELENGTH_TEST, 75);
+  LogPhotometerF(TRUE,
+                 "[WaveLengthTestProc] Attempt= %d, Holmium Oxid Filter offset failed: offset= %d (range +/- %d) !",
+                 iAttempt, peak.iOffset, iTolerance);
+  return 0;
+}
+
+DWORD WavelengthTest::PrepareAttempt(DWORD dwAttempt) {
+  const bool bSeekHome = dwAttempt > 1 || !m_bWasInitialized;
+  const auto seekHome = [&] {
+    if (!bSeekHome) {
+      return DWORD{0};
+    }
+    LogPhotometerF(TRUE, "[WaveLengthTestProc] Set Home Position, because Attemp= %d or bInitialized= %d",
+                   static_cast<int>(dwAttempt), m_bWasInitialized);
+    return m_Unit.SetHomePosition();
+  };
+  return InOrder([&] { return m_Unit.SetShutter(FALSE); }, [&] { return m_Unit.SetFilter(0); }, seekHome);
+}
+
+void WavelengthTest::AcceptOffset(DWORD dwAttempt, LONG iOffset, LONG iBefore) {
+  m_Sink.NotifyCode(0, WAVELENGTH_TEST, 100);
+  m_Sink.NotifyCode(0, OFFSET_FOUND, 0);
+  const DWORD dwNow = GetTickCount();
+  m_State.Lock()->m_Status.dwLastActivityTick = dwNow;
+  m_Model.SetPositionOffset(iOffset);
+  LogPhotometerF(TRUE, "[WaveLengthTestProc] Attempt= %d, Range offset OK !", static_cast<int>(dwAttempt));
+  LogPhotometerF(TRUE, "[WaveLengthTestProc] set new m_iPositionOffset= %d (old Position= %d)", iOffset, iBefore);
+}
+
+LONG WavelengthTest::MeasureZeros() {
+  NKDbgPrintfW("[WaveLengthTestProc] Starting ZERO MEASUREMENT after attempt= %d", static_cast<int>(m_dwAttempt));
+  m_Sink.NotifyCode(0, ZEROS_BEGIN, 0);
+  LONG iResult = m_Zeros.Begin();
+  const std::vector<double>& wavelengths = m_Calibration.ZeroWavelengths;
+  for (std::size_t i = 0; iResult == 0 && i < wavelengths.size(); ++i) {
+    m_Spectrum.WaitForCuvetteRemoval(CuvetteCaller::WavelengthTest);
+    Reading zero;
+    iResult = m_Zeros.Measure(
+        wavelengths[i], [] { return true; }, &zero);
+    if (iResult == 0) {
+      iResult = m_Zeros.Keep(wavelengths[i], zero);
+    }
+    if (iResult == 0) {
+      LogPhotometerF(TRUE, "[WaveLengthTestProc] %d nm: %lf, ref: %lf", static_cast<int>(wavelengths[i]), zero.dSample,
+                     zero.dReference);
+      m_Zeros.NotifyProgress(i + 1, wavelengths.size());
+    }
+  }
+  return iResult;
+}
+
+void WavelengthTest::End(LONG iResult) {
+  m_End.Report("WaveLengthTestProc", iResult);
+  m_End.MakeSafe();
+  if (iResult != 0) {
+    m_Unit.ReleaseMonochromator();
+    m_End.React(iResult);
+    m_Sink.Notify({Stage(ZERO_MEASUREMENT, 0), Stage(TEST_GIVEN_UP, 0)});
+  }
+  {
+    const auto state = m_State.Lock();
+    state->m_Status.bInitialized = iResult == 0 && !m_State.IsStopping() ? TRUE : FALSE;
+    m_End.GiveBack();
+  }
+  m_Sink.Notify({Stage(TEST_RUNNING, 1), Stage(iResult == 0 ? TEST_PASSED : TEST_FAILED, 0)});
+  LogPhotometerF(TRUE, "[WaveLengthTestProc] Thread finished.");
+}
+
+}  // namespace photometer
