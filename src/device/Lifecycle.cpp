@@ -1,0 +1,220 @@
+#include "device/Lifecycle.h"
+
+#include <utility>
+
+#include "calibration/StartUp.h"
+#include "logging/LogFiles.h"
+
+namespace photometer {
+
+namespace {
+
+/// How long the threads are given to end, ms. A waiting read takes 0.2 s; only a callback of the host takes longer.
+constexpr DWORD THREADS_END_LIMIT = 2500;
+
+constexpr DWORD VERSION_SILENCE = 202;
+
+}  // namespace
+
+/// The turn, for as long as it lives.
+class Lifecycle::Turn {
+ public:
+  explicit Turn(HANDLE hTurn) : m_hTurn(hTurn) { WaitForSingleObject(m_hTurn, INFINITE); }
+  ~Turn() { SetEvent(m_hTurn); }
+  Turn(const Turn&) = delete;
+  Turn& operator=(const Turn&) = delete;
+
+ private:
+  HANDLE m_hTurn;
+};
+
+Lifecycle::Lifecycle(std::shared_ptr<Instrument> pInstrument)
+    : m_pInstrument(std::move(pInstrument)),
+      m_Instrument(*m_pInstrument),
+      m_hTurn(CreateEventW(FALSE, TRUE, nullptr)) {}
+
+Lifecycle::~Lifecycle() {
+  if (m_hTurn != 0) {
+    CloseHandle(m_hTurn);
+  }
+}
+
+// ---- up ----
+
+HRESULT Lifecycle::Initialize(const PhotometerParameters* pParams, const CalibrationData* pCalib) {
+  if (m_Instrument.sink.IsInsideCallback()) {
+    return E_FAIL;
+  }
+  const Turn turn(m_hTurn);
+  {
+    const auto state = m_Instrument.state.Lock();
+    if (state->m_Status.bInitialized) {
+      return E_ACCESSDENIED;
+    }
+    if (pParams == nullptr) {
+      return E_POINTER;
+    }
+    state->m_Params = *pParams;
+  }
+  if (pCalib == nullptr) {
+    return E_POINTER;
+  }
+  if (!EndEarlierStart()) {
+    return E_FAIL;
+  }
+  StartClean(*pCalib);
+  // A `Shutdown` that began before the stop flag was cleared still means this start.
+  return m_iShutdowns == 0 && BringUp() ? S_OK : E_FAIL;
+}
+
+bool Lifecycle::EndEarlierStart() {
+  if (!m_bUp) {
+    return m_Instrument.threads.WaitUntilEnded(THREADS_END_LIMIT) != FALSE;
+  }
+  const bool bWasBusy = StopAndSwitchOff();
+  const DWORD dwStart = GetTickCount();
+  return TakeDown(bWasBusy, dwStart);
+}
+
+void Lifecycle::StartClean(const CalibrationData& calib) {
+  m_bUp = true;
+  m_Instrument.state.ClearStop();
+  m_Instrument.sink.OpenGate();
+  const auto state = m_Instrument.state.Lock();
+  state->m_Calibration = calib;
+  state->m_strLastCommand.clear();
+  state->m_WavelengthCalibrations.clear();
+  state->m_Cache.ForgetAll();
+  state->m_Status.bCancel = FALSE;
+  state->m_Status.bSipperDetected = FALSE;
+  state->m_Status.iCuvetteSize = 0;
+  static_cast<UVSession&>(*state) = {};
+  PumpInfo pump{};
+  pump.m_iOperatingMode = static_cast<LONG>(state->m_Params.dwOperatingMode);
+  pump.m_bPumpDisabled = state->m_PumpInfo.m_bPumpDisabled;
+  pump.m_dwPumpContactTick = state->m_PumpInfo.m_dwPumpContactTick;
+  state->m_PumpInfo = pump;
+}
+
+bool Lifecycle::BringUp() {
+  LogStart();
+  LogPhotometerF(FALSE, "m_dwPositionsCount= %d", static_cast<int>(POSITIONS_COUNT));
+  if (!m_Instrument.model.BuildTable() || !m_Instrument.cuvette.OpenCuvetteGpio() || !OpenEvents()) {
+    return false;
+  }
+  m_Instrument.link.OpenOpticalPort();
+  m_Instrument.state.Lock()->m_Status.bBusy = TRUE;
+  StartOpticalUnit();
+  return StartThreads();
+}
+
+void Lifecycle::LogStart() {
+  CalibrationData calib;
+  {
+    const auto state = m_Instrument.state.Lock();
+    calib = state->m_Calibration;
+  }
+  LogSeparator();
+  LogPhotometerF(TRUE, "DLL [Photometer] initialize...");
+  LogPhotometerF(TRUE, "dReferencePeak= %.3f", calib.dReferencePeak);
+  LogPhotometerF(TRUE, "LampSwitchingPoint= %f,  RefMaxWL= %d,  RefMinWL = %d", calib.LampSwitchingPoint,
+                 calib.RefMaxWL, calib.RefMinWL);
+}
+
+bool Lifecycle::OpenEvents() {
+  if (!m_Instrument.opticalBuffer.CreateDataEvent() || !m_Instrument.state.CreateEvents()) {
+    return false;
+  }
+  // A stop that was raised before the events existed has not signalled them.
+  return !m_Instrument.state.IsStopping();
+}
+
+void Lifecycle::StartOpticalUnit() {
+  const DWORD dwResult = m_Instrument.unit.ReadFirmwareVersion();
+  const std::u16string version = m_Instrument.state.Lock()->m_Status.szFirmwareVersion;
+  LogPhotometerF(TRUE, "Firmware Version [%s],  iResult= %d", WideCharToMultiByte(version).c_str(),
+                 static_cast<int>(dwResult));
+  if (m_Instrument.state.IsStopping()) {
+    return;
+  }
+  if (dwResult == VERSION_SILENCE) {
+    m_Instrument.link.WriteOpticalRaw("$o1\r");  // nobody answers: a second minute of silence would tell nothing new
+  } else {
+    m_Instrument.unit.SetOptoPower(TRUE);
+  }
+}
+
+bool Lifecycle::StartThreads() {
+  Instrument& i = m_Instrument;
+  const auto runStartUp = [&i] {
+    StartUp(i.state, i.sink, i.unit, i.model, i.spectrum, i.peak, i.zeros, i.end).InitProc();
+  };
+  return !i.state.IsStopping() && i.threads.Start("CuvetteReader", [&i] { i.cuvette.CuvetteReader(); }) &&
+         i.threads.Start("InitProc", runStartUp);
+}
+
+// ---- down ----
+
+HRESULT Lifecycle::Shutdown() {
+  if (m_Instrument.sink.IsInsideCallback()) {
+    return E_FAIL;
+  }
+  ++m_iShutdowns;
+  const bool bWasBusy = StopAndSwitchOff();
+  const DWORD dwStart = GetTickCount();
+  {
+    const Turn turn(m_hTurn);
+    TakeDown(bWasBusy, dwStart);
+    --m_iShutdowns;
+  }
+  return S_OK;
+}
+
+void Lifecycle::ShutdownForRelease() {
+  if (m_bUp) {
+    Shutdown();
+  }
+}
+
+bool Lifecycle::StopAndSwitchOff() {
+  m_Instrument.sink.CloseGate();
+  m_Instrument.state.RaiseStop();
+  bool bBusy = false;
+  {
+    const auto state = m_Instrument.state.Lock();
+    bBusy = state->m_Status.bBusy != 0;
+    state->m_Status.bInitialized = FALSE;
+  }
+  SwitchOff();
+  return bBusy;
+}
+
+void Lifecycle::SwitchOff() {
+  m_Instrument.link.SwitchOff();
+  m_Instrument.link.WriteOpticalRaw("$ \r");
+}
+
+bool Lifecycle::TakeDown(bool bWasBusy, DWORD dwStart) {
+  // An `Initialize` that was on its way has set it since.
+  const bool bBusy = bWasBusy || m_Instrument.state.Lock()->m_Status.bBusy != 0;
+  const DWORD dwElapsed = GetTickCount() - dwStart;
+  const DWORD dwRest = dwElapsed < THREADS_END_LIMIT ? THREADS_END_LIMIT - dwElapsed : 0;
+  const bool bEnded = m_Instrument.threads.WaitUntilEnded(dwRest) != FALSE;
+  if (bBusy) {
+    SwitchOff();  // a command of the procedure may have followed the first switch-off
+  }
+  {
+    const auto state = m_Instrument.state.Lock();
+    state->m_Status.bInitialized = FALSE;
+    state->m_Status.bBusy = FALSE;
+  }
+  m_Instrument.model.FreeTable();
+  m_Instrument.opticalBuffer.CloseDataEvent();
+  m_Instrument.state.CloseEvents();
+  m_Instrument.link.CloseOpticalPort();
+  m_Instrument.cuvette.CloseCuvetteGpio();
+  m_bUp = !bEnded;
+  return bEnded;
+}
+
+}  // namespace photometer

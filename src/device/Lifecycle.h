@@ -1,0 +1,60 @@
+/// Bringing the device up and down.
+///
+/// `Initialize` and `Shutdown` take turns: a second call waits until the first has done. `Shutdown` first stops what
+/// runs, an `Initialize` in progress included, and only then waits for its turn. No lock is held while they wait.
+#pragma once
+
+#include <atomic>
+#include <memory>
+
+#include "device/Instrument.h"
+
+namespace photometer {
+
+class Lifecycle {
+ public:
+  explicit Lifecycle(std::shared_ptr<Instrument> pInstrument);
+  ~Lifecycle();
+  Lifecycle(const Lifecycle&) = delete;
+  Lifecycle& operator=(const Lifecycle&) = delete;
+
+  /// The turns can be taken: an event could be had.
+  [[nodiscard]] bool IsUsable() const { return m_hTurn != 0; }
+
+  HRESULT Initialize(const PhotometerParameters* pParams, const CalibrationData* pCalib);
+  HRESULT Shutdown();
+  /// `Shutdown`, unless the device is down already. Also from within a callback's thread, once the callback is over.
+  void ShutdownForRelease();
+
+ private:
+  class Turn;
+
+  /// Ends what an earlier `Initialize` left. False: one of its threads does not end.
+  bool EndEarlierStart();
+  void StartClean(const CalibrationData& calib);
+  void LogStart();
+  /// From the table to the start-up thread. False: a step failed; what the steps before it made stays.
+  bool BringUp();
+  bool OpenEvents();
+  void StartOpticalUnit();
+  bool StartThreads();
+
+  /// Closes the way to the host, wakes all waits and tells the unit to switch everything off. True: a procedure was
+  /// running.
+  bool StopAndSwitchOff();
+  void SwitchOff();
+  /// Waits for the threads, until `THREADS_END_LIMIT` after `dwStart`, and gives back what `Initialize` acquired.
+  /// False: a thread has not ended.
+  bool TakeDown(bool bWasBusy, DWORD dwStart);
+
+  std::shared_ptr<Instrument> m_pInstrument;
+  Instrument& m_Instrument;
+  /// Auto-reset; signalled while nobody has the turn.
+  HANDLE m_hTurn;
+  /// Calls of `Shutdown` that have begun and not ended.
+  std::atomic<int> m_iShutdowns{0};
+  /// `Initialize` has acquired something since the last `Shutdown`.
+  std::atomic<bool> m_bUp{false};
+};
+
+}  // namespace photometer
