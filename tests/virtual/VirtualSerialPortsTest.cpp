@@ -1,0 +1,233 @@
+// When reads end and what they bring, in exact virtual time.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "OnVirtualBoard.h"
+#include "ScriptedDevice.h"
+
+namespace virtualtest {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::Pair;
+
+/// One character of ten bits at 115200 baud, rounded up: 87 µs; four: 348 µs.
+constexpr DWORD BaudRate = 115200;
+constexpr simulator::Time CharacterTime = 87;
+constexpr simulator::Time FourCharacters = 348;
+constexpr COMMTIMEOUTS UsualTimeouts{1, 1, 1, 1, 1};
+
+/// COM2: at 115200 baud, open.
+struct Line : OnVirtualBoard {
+  explicit Line(const VirtualBoardOptions& options = {}, bool bAtOnce = false,
+                const COMMTIMEOUTS& timeouts = UsualTimeouts)
+      : OnVirtualBoard(options) {
+    board.PlugPort(u"COM2:", device, bAtOnce);
+    hPort = CreateFileW(u"COM2:");
+    DCB state{};
+    GetCommState(hPort, &state);
+    state.BaudRate = BaudRate;
+    SetCommState(hPort, &state);
+    SetCommTimeouts(hPort, &timeouts);
+  }
+  ~Line() { CloseHandle(hPort); }
+  Line(const Line&) = delete;
+  Line& operator=(const Line&) = delete;
+
+  /// The bytes, or "failed".
+  std::string Read(DWORD dwBytes = 192) {
+    std::string block(dwBytes, '\0');
+    DWORD dwRead = 0;
+    const BOOL bRead = ReadFile(hPort, block.data(), dwBytes, &dwRead);
+    return bRead ? block.substr(0, dwRead) : "failed";
+  }
+  void Write(std::string_view bytes) {
+    DWORD dwWritten = 0;
+    EXPECT_TRUE(WriteFile(hPort, bytes.data(), static_cast<DWORD>(bytes.size()), &dwWritten));
+    EXPECT_EQ(dwWritten, bytes.size());
+  }
+
+  ScriptedDevice device;
+  HANDLE hPort = 0;
+};
+
+struct ReadCase {
+  const char* name;
+  COMMTIMEOUTS timeouts;
+  bool bAtOnce;
+  DWORD dwBytes;
+  /// When the device says what; spaced by a character.
+  std::vector<std::pair<simulator::Time, std::string>> script;
+  std::string bytes;
+  simulator::Time nEnd;
+};
+
+TEST(SerialReadTest, EndsByTheTimeouts) {
+  const COMMTIMEOUTS interval20{20, 1, 1, 0, 0};
+  const std::vector<ReadCase> cases = {
+      {"nothing comes: 192 x 1 ms + 1 ms", UsualTimeouts, false, 192, {}, "", 193'000},
+      {"interval after the last byte", UsualTimeouts, false, 192, {{50'000, "ok\r"}}, "ok\r", 50'000 + 2 * 87 + 1'000},
+      {"at once: when the line has been idle for four characters",
+       UsualTimeouts,
+       true,
+       192,
+       {{50'000, "ok\r"}},
+       "ok\r",
+       50'000 + 2 * 87 + FourCharacters},
+      {"full buffer", UsualTimeouts, false, 2, {{1'000, "ok\r"}}, "ok", 1'000 + 2 * 87 + FourCharacters},
+      {"a pause below the interval joins", interval20, false, 192, {{1'000, "a"}, {15'000, "b"}}, "ab", 35'000},
+      {"a pause above it parts", interval20, false, 192, {{1'000, "a"}, {30'000, "b"}}, "a", 21'000},
+      {"no interval: the total ends it", {0, 0, 100, 0, 0}, false, 192, {{1'000, "a"}, {90'000, "b"}}, "ab", 100'000},
+      {"infinite interval: what is there, at once", {INFINITE, 0, 0, 0, 0}, false, 192, {{1'000, "a"}}, "", 0},
+      {"infinite interval with total: the first byte",
+       {INFINITE, INFINITE, 500, 0, 0},
+       false,
+       192,
+       {{1'000, "ab"}},
+       "ab",
+       1'000 + 87 + FourCharacters},
+      {"bytes that came in time while the last block was in the FIFO",
+       {0, 0, 0, 0, 0},
+       false,
+       30,
+       {{0, std::string(30, 'x')}},
+       std::string(30, 'x'),
+       29 * 87 + FourCharacters},
+  };
+  for (const ReadCase& test : cases) {
+    SCOPED_TRACE(test.name);
+    Line line({}, test.bAtOnce, test.timeouts);
+    for (const auto& [nAt, bytes] : test.script) {
+      line.device.Say(nAt, bytes, CharacterTime);
+    }
+    EXPECT_EQ(line.Read(test.dwBytes), test.bytes);
+    EXPECT_EQ(line.board.Now(), test.nEnd);
+  }
+}
+
+TEST(SerialReadTest, ALongStreamCostsFewSwitchesAndComesInFifoBlocks) {
+  Line line({}, true);
+  line.device.Say(0, std::string(1400, 's'), CharacterTime);
+  std::vector<std::size_t> blocks;
+  for (std::size_t nRead = 0; nRead < 1400; nRead += blocks.back()) {
+    blocks.push_back(line.Read().size());
+  }
+  EXPECT_EQ(blocks, std::vector<std::size_t>(100, 14));
+}
+
+TEST(SerialReadTest, RandomBlocksBringAllBytesInOrder) {
+  std::string stream;
+  for (int i = 0; i < 2000; ++i) {
+    stream += std::to_string(i) + ';';
+  }
+  std::set<std::size_t> sizes;
+  for (std::uint64_t seed = 1; seed <= 10; ++seed) {
+    Line line(Seeded(seed), seed % 2 == 0);
+    line.device.Say(100, stream, CharacterTime);
+    std::string received;
+    line.Run("Reader", [&] {
+      while (received.size() < stream.size()) {
+        received += line.Read();
+        sizes.insert(received.size());
+      }
+    });
+    line.Join();
+    EXPECT_EQ(received, stream) << "seed " << seed;
+  }
+  EXPECT_GT(sizes.size(), 1'000U);
+}
+
+TEST(SerialWriteTest, BytesTakeTheirTimeAndArriveInOrder) {
+  Line line;
+  line.Write("$a\r");
+  line.Write("0123456789");
+  Sleep(10);
+  EXPECT_THAT(line.device.heard, ElementsAre(Pair(261, "$a\r"), Pair(261 + 869, "0123456789")));
+}
+
+TEST(SerialWriteTest, PurgeCutsOffWhatHasNotLeft) {
+  Line line;
+  line.Write(std::string(100, 'x'));
+  line.Write("behind");
+  Sleep(1);
+  PurgeComm(line.hPort, 4);
+  line.Write("next");
+  Sleep(20);
+  ASSERT_EQ(line.device.heard.size(), 2U);
+  EXPECT_EQ(line.device.heard[0].second, std::string(12, 'x'));
+  EXPECT_EQ(line.device.heard[1].second, "next");
+}
+
+TEST(SerialWriteTest, WhatWasWrittenArrivesThoughThePortIsClosedThen) {
+  Line line;
+  line.Write("$h0\r");
+  CloseHandle(std::exchange(line.hPort, CreateEventW(FALSE, FALSE, nullptr)));
+  Sleep(5);
+  EXPECT_THAT(line.device.heard, ElementsAre(Pair(348, "$h0\r")));
+}
+
+TEST(SerialPortTest, AClosedPortLosesWhatTheDeviceSays) {
+  OnVirtualBoard world;
+  ScriptedDevice device;
+  device.Say(1'000, "lost");
+  world.board.PlugPort(u"COM2:", device, true);
+  Sleep(5);
+  const HANDLE hPort = CreateFileW(u"COM2:");
+  SetCommTimeouts(hPort, &UsualTimeouts);
+  char cByte = 0;
+  DWORD dwRead = 1;
+  EXPECT_TRUE(ReadFile(hPort, &cByte, 1, &dwRead));
+  EXPECT_EQ(dwRead, 0U);
+  CloseHandle(hPort);
+}
+
+TEST(SerialPortTest, AFullQueueLosesTheOldestBytesAndCountsThem) {
+  constexpr std::size_t QueueBytes = 1024UL * 1024;
+  Line line;
+  line.device.Say(1'000, std::string(1'000, 'o'));
+  line.device.Say(2'000, std::string(QueueBytes, 'n'));
+  Sleep(10);
+  EXPECT_EQ(line.board.DroppedBytes(u"COM2:"), 1'000U);
+  EXPECT_EQ(line.Read(2 * QueueBytes), std::string(QueueBytes, 'n'));
+}
+
+/// Has always something to say, at this very moment.
+struct Chatterbox final : simulator::SerialDevice {
+  void Receive(simulator::Time /*now*/, std::string_view /*bytes*/) override {}
+  [[nodiscard]] simulator::Time NextActivity() const override { return 0; }
+  std::string TakeOutput(simulator::Time /*now*/) override {
+    ++nAsked;
+    return "x";
+  }
+  int nAsked = 0;
+};
+
+TEST(SerialPortTest, ADeviceThatNeverStopsTalkingIsHeardOnceACharacter) {
+  Line line;
+  Chatterbox chatterbox;
+  line.board.PlugPort(u"COM2:", chatterbox);
+  Sleep(1'000);
+  EXPECT_GT(chatterbox.nAsked, 11'000);
+  EXPECT_LT(chatterbox.nAsked, 12'000);
+  EXPECT_EQ(line.board.Now(), 1'000'000U);
+}
+
+TEST(SerialPortTest, AVanishedPortFailsForGoodAndComesBackUnderANewHandle) {
+  Line line;
+  line.Run("Reader", [&] { EXPECT_EQ(line.Read(), "failed"); });
+  Sleep(5);
+  line.board.UnplugPort(u"COM2:");
+  line.Join();
+  EXPECT_EQ(CreateFileW(u"COM2:"), INVALID_HANDLE_VALUE);
+  line.board.PlugPort(u"COM2:", line.device);
+  EXPECT_EQ(line.Read(), "failed");
+  const HANDLE hAgain = CreateFileW(u"COM2:");
+  EXPECT_NE(hAgain, INVALID_HANDLE_VALUE);
+  EXPECT_EQ(line.Read(), "failed");
+  CloseHandle(hAgain);
+  EXPECT_THAT(line.board.Reports(), IsEmpty());
+}
+
+}  // namespace
+}  // namespace virtualtest
