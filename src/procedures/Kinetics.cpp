@@ -1,0 +1,192 @@
+#include "procedures/Kinetics.h"
+
+#include <algorithm>
+
+#include "logging/LogFiles.h"
+#include "optics/InOrder.h"
+
+namespace photometer {
+
+namespace {
+
+constexpr int READING_ATTEMPTS = 10;
+constexpr LONG NO_VALID_READING = 313;
+constexpr LONG INTERVAL_EXCEEDED = 315;
+
+constexpr DWORD HALOGEN_PATH = 1;
+constexpr DWORD DEUTERIUM_PATH = 2;
+
+constexpr std::uint64_t MS_PER_SECOND = 1000;
+constexpr std::uint64_t MS_PER_MINUTE = 60 * MS_PER_SECOND;
+
+}  // namespace
+
+HRESULT ValidateKineticsRequest(const KineticsRequest* pRequest, const PhotometerParameters& params) {
+  if (pRequest == nullptr) {
+    return E_POINTER;
+  }
+  const double dLowest = params.bUV ? params.UVMin : params.HalogenMin;
+  const double wl = pRequest->m_dWavelength;
+  const double dSwitching = pRequest->m_dLampSwitchingPoint;
+  const bool bWavelengthFits = wl >= dLowest && wl <= params.HalogenMax;
+  const bool bSwitchingFits = dSwitching >= params.HalogenMin && dSwitching <= params.UVMax;
+  return bWavelengthFits && bSwitchingFits ? S_OK : E_INVALIDARG;
+}
+
+void Kinetics::Run() {
+  Begin();
+  LONG iResult = SetOptics();
+  if (iResult == 0 && !m_bCanceled) {
+    iResult = RunCycles();
+  }
+  if (iResult == 0 && !m_bCanceled) {
+    m_bCanceled = !m_End.NotifyFinished(m_Request.m_dwRequestId);
+  }
+  Finish(iResult);
+}
+
+void Kinetics::Begin() {
+  LogPhotometerF(TRUE, "[Kinetics] ----->  Thread started.");
+  {
+    const auto state = m_State.Lock();
+    m_Request = state->m_KineticsRequest;
+    m_Params = state->m_Params;
+    m_iCuvetteSize = state->m_Status.iCuvetteSize;
+  }
+  m_Sink.NotifyCode(m_Request.m_dwRequestId, NOTIFY_STARTED, 0);
+  LogPhotometerF(FALSE, "[Kinetics] Wavelength= %.1f", m_Request.m_dWavelength);
+}
+
+LONG Kinetics::SetOptics() {
+  const double wl = m_Request.m_dWavelength;
+  const bool bDeuterium = wl < m_Request.m_dLampSwitchingPoint;
+  m_iPosition = m_Model.GetMonochromatorPosition(wl);
+  return static_cast<LONG>(
+      InOrder([&] { return m_Unit.SetMirror(bDeuterium ? DEUTERIUM_PATH : HALOGEN_PATH); },
+              [&] { return m_Unit.SetFilter(m_Model.GetFilterPosition(wl)); },
+              [&] { return m_Unit.SetGain(wl < m_Params.LowerFilterWL); },
+              [&] { return m_Unit.MoveMonochromator(m_iPosition); },
+              [&] { return !CancelSeen() && m_Params.bUV && bDeuterium ? m_Unit.SetDeuteriumLamp(TRUE) : 0; }));
+}
+
+LONG Kinetics::RunCycles() {
+  m_dwStartTick = m_dwCycleTick = GetTickCount();
+  const std::uint64_t nDuration = m_Request.m_dwDuration * MS_PER_MINUTE;
+  for (m_dwCycle = 0;; ++m_dwCycle) {
+    if (const LONG iResult = RunCycle(); iResult != 0 || m_bCanceled) {
+      return iResult;
+    }
+    if (m_dwCycleTick - m_dwStartTick > nDuration) {
+      return 0;
+    }
+  }
+}
+
+LONG Kinetics::RunCycle() {
+  if ((m_dwCycle > 0 && !WaitForCycle()) || CancelSeen()) {
+    return 0;
+  }
+  const double wl = m_Request.m_dWavelength;
+  const bool bDeuterium = wl < m_Request.m_dLampSwitchingPoint;
+  const bool bHalogen = !(m_Params.bUV && bDeuterium);
+  const bool bHighPower = !bDeuterium && wl < m_Params.LowerFilterWL;
+  MeasureValue value{};
+  value.dwTag = m_dwCycle;
+  value.dwPosition = static_cast<DWORD>(m_iPosition);
+  value.dWavelength = CycleMinutes();
+  value.iCuvetteSize = m_iCuvetteSize;
+  if (const DWORD dwResult = m_Unit.SetHalogenLamp(bHalogen, bHighPower); dwResult != 0) {
+    return static_cast<LONG>(dwResult);
+  }
+  if (const LONG iResult = TakeReading(&value); iResult != 0) {
+    return iResult;
+  }
+  if (const DWORD dwResult = m_Unit.SetHalogenLamp(FALSE, FALSE); dwResult != 0) {
+    return static_cast<LONG>(dwResult);
+  }
+  Deliver(value);
+  return 0;
+}
+
+bool Kinetics::WaitForCycle() {
+  const std::uint64_t nInterval = m_Request.m_dwInterval * MS_PER_SECOND;
+  const DWORD dwElapsed = GetTickCount() - m_dwCycleTick;
+  // Longer than the tick counter can tell is for ever: no interval reaches the wait's own "without end".
+  const std::uint64_t nRest = nInterval > dwElapsed ? nInterval - dwElapsed : 0;
+  const auto dwRest = static_cast<DWORD>(std::min<std::uint64_t>(nRest, INFINITE - 1));
+  if (WaitForSingleObject(m_State.CancelEvent(), dwRest) == WAIT_OBJECT_0) {
+    LogPhotometerF(TRUE, "[Kinetics] Measurement has been canceled !");
+    m_bCanceled = true;
+    return false;
+  }
+  m_dwCycleTick = GetTickCount();
+  return true;
+}
+
+double Kinetics::CycleMinutes() const {
+  if (m_Request.m_dwInterval != 0) {
+    return static_cast<double>(m_dwCycle) * m_Request.m_dwInterval / 60.0;
+  }
+  return static_cast<double>(m_dwCycleTick - m_dwStartTick) / 1000.0 / 60.0;
+}
+
+LONG Kinetics::TakeReading(MeasureValue* pValue) {
+  LONG iResult = NO_VALID_READING;
+  for (int i = 0; i < READING_ATTEMPTS && iResult == NO_VALID_READING; ++i) {
+    iResult = IntervalExceeded() ? INTERVAL_EXCEEDED : TryReading(pValue);
+  }
+  return iResult;
+}
+
+bool Kinetics::IntervalExceeded() {
+  const DWORD dwElapsed = GetTickCount() - m_dwCycleTick;
+  const std::uint64_t nInterval = m_Request.m_dwInterval * MS_PER_SECOND;
+  if (nInterval == 0 || dwElapsed <= nInterval) {
+    return false;
+  }
+  LogPhotometerF(TRUE, "  Interval exceeded...   Interval= %d s   Elapsed Time= %d ms",
+                 static_cast<int>(m_Request.m_dwInterval), static_cast<int>(dwElapsed));
+  return true;
+}
+
+LONG Kinetics::TryReading(MeasureValue* pValue) {
+  Reading reading;
+  if (const DWORD dwResult = ReadWithoutDark(m_Unit, m_Detectors, &reading); dwResult != 0) {
+    return static_cast<LONG>(dwResult);
+  }
+  pValue->dValue = reading.dSample;
+  pValue->dValueRef = reading.dReference;
+  if (IsValid(reading)) {
+    return 0;
+  }
+  LogPhotometerF(FALSE, "[Kinetics] get invalid values...");
+  LogPhotometerF(FALSE, "[Kinetics] Pos= %d  WL= %.f  Value= %.3f  ValueRef= %.3f",
+                 static_cast<int>(pValue->dwPosition), pValue->dWavelength, pValue->dValue, pValue->dValueRef);
+  return NO_VALID_READING;
+}
+
+void Kinetics::Deliver(const MeasureValue& value) {
+  const MeasureValues values{value};
+  m_Sink.Notify([&](IPhotometerSink& sink) { sink.OnResult(m_Request.m_dwRequestId, &values); });
+  const DWORD dwNow = GetTickCount();
+  m_State.Lock()->m_Status.dwLastActivityTick = dwNow;
+}
+
+bool Kinetics::CancelSeen() {
+  m_bCanceled = m_bCanceled || m_State.IsCancelled();
+  return m_bCanceled;
+}
+
+void Kinetics::Finish(LONG iResult) {
+  m_End.Report("Kinetics", iResult);
+  m_End.MakeSafe();
+  if (m_bCanceled || (iResult != 0 && m_State.IsCancelled())) {
+    m_End.NotifyCancelled(m_Request.m_dwRequestId);
+    LogPhotometer("[Kinetics] Measurement was canceled.");
+  }
+  m_End.React(iResult);
+  m_End.GiveBack();
+  LogPhotometerF(TRUE, "[Kinetics] Thread closed with iResult= %d", iResult);
+}
+
+}  // namespace photometer

@@ -1,0 +1,64 @@
+/// The timed series: one dark-corrected reading at one wavelength per cycle, at a fixed interval, each delivered at
+/// once. Between cycles the halogen lamp is off.
+///
+/// Runs on a thread of its own while the device is busy. A cycle starts one interval after the start of the cycle
+/// before, however long the readings took.
+#pragma once
+
+#include "calibration/WavelengthModel.h"
+#include "optics/Detectors.h"
+#include "optics/OpticalUnit.h"
+#include "optics/ShutterReading.h"
+#include "photometer/Records.h"
+#include "procedures/EndSequence.h"
+#include "state/DeviceState.h"
+#include "state/HostSink.h"
+
+namespace photometer {
+
+/// 0, E_POINTER or E_INVALIDARG.
+HRESULT ValidateKineticsRequest(const KineticsRequest* pRequest, const PhotometerParameters& params);
+
+class Kinetics {
+ public:
+  Kinetics(DeviceState& state, HostSink& sink, OpticalUnit& unit, Detectors& detectors, const WavelengthModel& model,
+           EndSequence& end)
+      : m_State(state), m_Sink(sink), m_Unit(unit), m_Detectors(detectors), m_Model(model), m_End(end) {}
+
+  /// Thread procedure.
+  void Run();
+
+ private:
+  void Begin();
+  LONG SetOptics();
+  LONG RunCycles();
+  /// One cycle. 0, or what ends the run.
+  LONG RunCycle();
+  /// Waits for the rest of the interval. False: cancelled.
+  bool WaitForCycle();
+  LONG TakeReading(MeasureValue* pValue);
+  LONG TryReading(MeasureValue* pValue);
+  bool IntervalExceeded();
+  void Deliver(const MeasureValue& value);
+  double CycleMinutes() const;
+  bool CancelSeen();
+  void Finish(LONG iResult);
+
+  DeviceState& m_State;
+  HostSink& m_Sink;
+  OpticalUnit& m_Unit;
+  Detectors& m_Detectors;
+  const WavelengthModel& m_Model;
+  EndSequence& m_End;
+
+  KineticsRequest m_Request{};
+  PhotometerParameters m_Params{};
+  LONG m_iCuvetteSize = 0;
+  LONG m_iPosition = 0;
+  DWORD m_dwCycle = 0;
+  DWORD m_dwStartTick = 0;
+  DWORD m_dwCycleTick = 0;
+  bool m_bCanceled = false;
+};
+
+}  // namespace photometer

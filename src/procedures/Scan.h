@@ -1,0 +1,79 @@
+/// The spectrum: the unit moves the monochromator itself and streams its readings; the library sets the optics for each
+/// segment of the plan, collects the stream and delivers the points in the batches in which they arrive.
+///
+/// Runs on a thread of its own while the device is busy. The host hears `OnNotify` 25, `OnResult` for each batch, then
+/// 17 or 18, or `OnError`. After a cancel the rest of the running segment is still collected and delivered, so that the
+/// line stays in step with the unit.
+#pragma once
+
+#include <vector>
+
+#include "calibration/WavelengthModel.h"
+#include "optics/Detectors.h"
+#include "optics/OpticalLink.h"
+#include "optics/OpticalUnit.h"
+#include "optics/PointStream.h"
+#include "optics/ShutterReading.h"
+#include "photometer/Records.h"
+#include "procedures/EndSequence.h"
+#include "procedures/ScanPlan.h"
+#include "state/DeviceState.h"
+#include "state/HostSink.h"
+
+namespace photometer {
+
+class Scan {
+ public:
+  Scan(DeviceState& state, HostSink& sink, OpticalLink& link, OpticalUnit& unit, Detectors& detectors,
+       const WavelengthModel& model, EndSequence& end)
+      : m_State(state), m_Sink(sink), m_Link(link), m_Unit(unit), m_Detectors(detectors), m_Model(model), m_End(end) {}
+
+  /// Thread procedure.
+  void ScanProc();
+
+ private:
+  void Plan();
+  /// The table's wavelengths of the request, and a little more at both ends where a point would be missing.
+  void BuildWavelengths();
+  ScanPositions Positions() const;
+  LONG ScanAll();
+  LONG MoveToStart();
+  LONG ScanSegmentOf(std::size_t nIndex);
+  LONG SetOptics(const ScanSegment& segment);
+  LONG ReadDark();
+  LONG CollectSegment(std::size_t nIndex);
+  /// Until the segment's points are complete. 0, or what ends the run.
+  LONG CollectPoints(OpticalExchange& exchange, DWORD dwExpected);
+  OpticalExchange::Arrival Wait(OpticalExchange& exchange, std::string& bytes);
+  LONG Reject(PointStream::Verdict verdict, const PointStream& stream, DWORD dwExpected);
+  void AppendPoint(const Reading& reading);
+  LONG AppendTurbidity();
+  void DeliverBatch();
+  void NoteEnd();
+  bool CancelSeen();
+  void Finish(LONG iResult);
+  void LogSegment(std::size_t nIndex) const;
+
+  DeviceState& m_State;
+  HostSink& m_Sink;
+  OpticalLink& m_Link;
+  OpticalUnit& m_Unit;
+  Detectors& m_Detectors;
+  const WavelengthModel& m_Model;
+  EndSequence& m_End;
+
+  ScanRequest m_Request{};
+  PhotometerParameters m_Params{};
+  std::vector<double> m_Wavelengths;
+  ScanPlan m_Plan{};
+  DWORD m_dwFirst = 0;
+  DWORD m_dwOffset = 0;
+  LONG m_iCuvetteSize = 0;
+  Reading m_Dark;
+  MeasureValues m_Batch;
+  bool m_bCanceled = false;
+  /// The number of a cancel that came while the stream ran.
+  LONG m_iCancelResult = 0;
+};
+
+}  // namespace photometer

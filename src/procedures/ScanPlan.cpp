@@ -1,0 +1,125 @@
+#include "procedures/ScanPlan.h"
+
+#include <algorithm>
+#include <limits>
+
+#include "platform/Platform.h"
+
+namespace photometer {
+
+namespace {
+
+constexpr DWORD HALOGEN_LAMP = 1;
+constexpr DWORD DEUTERIUM_LAMP = 2;
+constexpr DWORD COARSE_POSITIONS = 10;
+/// The lamp's light changes little beyond 900 nm: the unit is given time to settle, ms.
+constexpr DWORD INFRARED_DELAY = 500;
+/// Longest text of a scan command.
+constexpr std::size_t COMMAND_LIMIT = 15;
+
+/// One row of the table of segments.
+struct SegmentRow {
+  DWORD dwUpperBoundary;
+  DWORD dwPreviousBoundary;
+  DWORD dwAutomaticLamp;
+  DWORD dwFilter;
+  BOOL bHighGainAndPower;
+  DWORD dwDelay;
+};
+
+std::vector<SegmentRow> SegmentRows(const ScanRequest& request, BOOL bUV, const ScanPositions& p) {
+  constexpr DWORD NO_BOUNDARY = std::numeric_limits<DWORD>::max();
+  const DWORD dwUVLamp = bUV ? DEUTERIUM_LAMP : HALOGEN_LAMP;
+  const DWORD dwUVFilter = bUV ? 0 : 1;
+  const DWORD dwLowerFilter = request.m_dwLampMode == DEUTERIUM_LAMP ? 0 : 1;
+  const DWORD dwUpperFilter = bUV ? 2 : 3;
+  const DWORD dwRedFilter = bUV ? 3 : 4;
+  return {
+      {p.dwSwitching, 0, dwUVLamp, dwUVFilter, TRUE, 0},
+      {p.dwLowerFilter, p.dwSwitching, HALOGEN_LAMP, dwLowerFilter, TRUE, 0},
+      {p.dwMiddleFilter, p.dwLowerFilter, HALOGEN_LAMP, 2, FALSE, 0},
+      {p.dwUpperFilter, p.dwMiddleFilter, HALOGEN_LAMP, dwUpperFilter, FALSE, 0},
+      {p.dw900, p.dwUpperFilter, HALOGEN_LAMP, dwRedFilter, FALSE, 0},
+      {p.dw1000, p.dw900, HALOGEN_LAMP, dwRedFilter, FALSE, INFRARED_DELAY},
+      {NO_BOUNDARY, p.dw1000, HALOGEN_LAMP, dwRedFilter, FALSE, INFRARED_DELAY},
+  };
+}
+
+std::string ScanCommand(DWORD dwEnd) {
+  return platform::FormatText(COMMAND_LIMIT, "$s%d\r", static_cast<int>(dwEnd + 1));
+}
+
+/// Segments with their positions counted, not yet their points.
+std::vector<ScanSegment> PlanPositions(const ScanRequest& request, BOOL bUV, const ScanPositions& p) {
+  std::vector<ScanSegment> segments;
+  DWORD dwNext = p.dwFirst;
+  for (const SegmentRow& row : SegmentRows(request, bUV, p)) {
+    if (p.dwFirst >= row.dwUpperBoundary || p.dwLast <= row.dwPreviousBoundary) {
+      continue;
+    }
+    const DWORD dwEnd = std::min(p.dwLast, row.dwUpperBoundary);
+    if (dwEnd < dwNext) {
+      continue;
+    }
+    segments.push_back({ScanCommand(dwEnd), dwEnd - dwNext + 1, row.dwDelay,
+                        request.m_dwLampMode != 0 ? request.m_dwLampMode : row.dwAutomaticLamp, row.dwFilter,
+                        row.bHighGainAndPower, row.bHighGainAndPower});
+    dwNext = dwEnd + 1;
+  }
+  return segments;
+}
+
+/// From positions to points, ten positions each.
+void MakeCoarse(ScanPlan* pPlan) {
+  std::vector<ScanSegment> coarse;
+  DWORD dwCarried = 0;
+  for (ScanSegment segment : pPlan->segments) {
+    const bool bLast = segment.strCommand == pPlan->segments.back().strCommand;
+    segment.dwExpected += dwCarried;
+    dwCarried = 0;
+    if (bLast) {
+      const DWORD dwExtra = COARSE_POSITIONS - segment.dwExpected % COARSE_POSITIONS;
+      segment.dwExpected += dwExtra;
+      pPlan->dwLast += dwExtra;
+      segment.strCommand = ScanCommand(pPlan->dwLast);
+    } else if (segment.dwExpected < COARSE_POSITIONS) {
+      dwCarried = segment.dwExpected;
+      continue;
+    }
+    segment.dwExpected /= COARSE_POSITIONS;
+    coarse.push_back(segment);
+  }
+  pPlan->segments = coarse;
+}
+
+bool IsWithin(double d, double dLowest, double dHighest) { return d >= dLowest && d <= dHighest; }
+
+}  // namespace
+
+ScanPlan PlanScan(const ScanRequest& request, BOOL bUV, const ScanPositions& positions) {
+  ScanPlan plan{PlanPositions(request, bUV, positions), positions.dwLast};
+  if (request.m_bStep1nm && !plan.segments.empty()) {
+    MakeCoarse(&plan);
+  }
+  return plan;
+}
+
+HRESULT ValidateScanRequest(const ScanRequest* pRequest, const PhotometerParameters& params) {
+  if (pRequest == nullptr) {
+    return E_POINTER;
+  }
+  const double dLowest = params.bUV ? params.UVMin : params.HalogenMin;
+  const bool bLampFits =
+      pRequest->m_dwLampMode <= DEUTERIUM_LAMP && (params.bUV || pRequest->m_dwLampMode != DEUTERIUM_LAMP);
+  const bool bRangeFits = pRequest->m_dStartWavelength < pRequest->m_dEndWavelength &&
+                          IsWithin(pRequest->m_dStartWavelength, dLowest, params.HalogenMax) &&
+                          IsWithin(pRequest->m_dEndWavelength, dLowest, params.HalogenMax);
+  const bool bSwitchingFits = IsWithin(pRequest->m_dLampSwitchingPoint, params.HalogenMin, params.UVMax);
+  return bLampFits && bRangeFits && bSwitchingFits ? S_OK : E_INVALIDARG;
+}
+
+double ScanStep(const ScanRequest& request) { return request.m_bStep1nm ? 1.0 : 0.1; }
+
+DWORD PositionsPerPoint(const ScanRequest& request) { return request.m_bStep1nm ? COARSE_POSITIONS : 1; }
+
+}  // namespace photometer
