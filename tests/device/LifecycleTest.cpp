@@ -229,7 +229,7 @@ struct Scenario {
 /// So many times more runs; the environment can ask for a longer search.
 std::uint64_t Density() {
   const char* const pDensity = std::getenv("PHOTOMETER_TEST_DENSITY");
-  return pDensity == nullptr ? 4 : std::strtoull(pDensity, nullptr, 10);
+  return pDensity == nullptr ? 2 : std::strtoull(pDensity, nullptr, 10);
 }
 
 enum class End { Shutdown, Release };
@@ -359,7 +359,7 @@ TEST(Lifecycle, CommandThatOvertakesTheSwitchOffIsSwitchedOffAgain) {
   Device device(world);
   ASSERT_TRUE(device.StartUp());
   const HANDLE hWriting = CreateEventW(TRUE, FALSE, nullptr);
-  bool bStopping = false;
+  std::atomic<bool> bStopping{false};
   // The lamp's command is decided on before the stop and written after the switch-off; the run has ended before the
   // switch-off is over.
   world.ports.beforeWrite = [&](std::string_view bytes) {
@@ -439,7 +439,7 @@ TEST(Lifecycle, LastReleaseFromACallbackIsCarriedOutAfterIt) {
     SCOPED_TRACE(callback);
     World world;
     Device device(world);
-    bool bReleased = false;
+    std::atomic<bool> bReleased{false};
     bool bAliveInCallback = false;
     world.sink.On(callback, [&] {
       world.sink.ForbidCallbacks();

@@ -45,7 +45,7 @@ TEST(WorkerThreads, DoesNotWaitForTheCallingThread) {
     WorkerThreads threads(state);
     BOOL bEnded = FALSE;
     EXPECT_TRUE(threads.Start("self", [&] { bEnded = threads.WaitUntilEnded(1000); }));
-    Sleep(10);
+    EXPECT_TRUE(world.WaitForThreads());
     EXPECT_TRUE(bEnded);
   }
   world.ExpectClean();
@@ -79,7 +79,7 @@ TEST(WorkerThreads, ThreadKeepsTheOwnerAlive) {
   EXPECT_TRUE(pOwner->threads.Start("keeper", [] { Sleep(1000); }));
   pOwner.reset();
   EXPECT_FALSE(pWatched.expired());
-  Sleep(1001);
+  EXPECT_TRUE(world.WaitForThreads());
   EXPECT_TRUE(pWatched.expired());
   world.ExpectClean();
 }

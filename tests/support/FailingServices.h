@@ -1,9 +1,10 @@
-/// Services of a board that fail once, at a call that the test chooses: the n-th from `Fail...` on, from 1. 0: none
-/// fails.
+/// Services of a board that fail once, at a call that the test chooses: the n-th from `Start(n)` on, from 1.
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <string_view>
+#include <utility>
 
 #include "platform/Forwarding.h"
 
@@ -29,14 +30,29 @@ class FailingKernel final : public platform::ForwardingKernel {
   Countdown memory;
 
   platform::HANDLE CreateThread(platform::ThreadStart start, DWORD* pThreadId) override {
-    return threads.Falls() ? 0 : ForwardingKernel::CreateThread(std::move(start), pThreadId);
+    if (threads.Falls()) {
+      return 0;
+    }
+    ++m_iRunning;
+    start.body = [this, body = std::move(start.body)]() mutable {
+      body();
+      body = nullptr;
+      --m_iRunning;
+    };
+    return ForwardingKernel::CreateThread(std::move(start), pThreadId);
   }
+  /// Threads that have not ended. Once it is 0, all that they did lies before what follows, in the language's sense
+  /// too.
+  [[nodiscard]] int Running() const { return m_iRunning; }
   platform::HANDLE CreateEvent(bool bManualReset, bool bInitialState, const std::u16string& name) override {
     return events.Falls() ? 0 : ForwardingKernel::CreateEvent(bManualReset, bInitialState, name);
   }
   void* AllocateMemory(std::size_t nBytes) override {
     return memory.Falls() ? nullptr : ForwardingKernel::AllocateMemory(nBytes);
   }
+
+ private:
+  std::atomic<int> m_iRunning{0};
 };
 
 class FailingSerialPorts final : public platform::ForwardingSerialPorts {

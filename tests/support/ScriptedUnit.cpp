@@ -58,7 +58,7 @@ std::string ScriptedUnit::TakeOutput(simulator::Time now) {
     m_Scheduled.erase(m_Scheduled.begin());
   }
   if (m_nFloodLeft > 0 && m_NextFlood <= now) {
-    const std::uint64_t nBytes = std::min(m_nFloodLeft, FLOOD_BLOCK);
+    const std::uint64_t nBytes = std::min(m_nFloodLeft.load(), FLOOD_BLOCK);
     m_nFloodLeft -= nBytes;
     m_NextFlood = now + FLOOD_PERIOD;
     output.append(nBytes, 'g');

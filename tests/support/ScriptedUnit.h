@@ -4,6 +4,7 @@
 /// one for good.
 #pragma once
 
+#include <atomic>
 #include <map>
 #include <string>
 #include <vector>
@@ -51,7 +52,7 @@ class ScriptedUnit final : public simulator::SerialDevice {
   std::multimap<simulator::Time, std::string> m_Scheduled;
   std::vector<std::string> m_Commands;
   std::string m_strLine;
-  std::uint64_t m_nFloodLeft = 0;
+  std::atomic<std::uint64_t> m_nFloodLeft{0};
   simulator::Time m_NextFlood = 0;
 };
 

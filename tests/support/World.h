@@ -68,6 +68,8 @@ class World {
   [[nodiscard]] std::size_t LogLines(const std::string& text);
   /// Texts of the board's rules and of the sink's that were broken.
   [[nodiscard]] std::vector<std::string> Faults() const;
+  /// Waits until all threads but those that the board itself was told to run have ended. False: not within 3 s.
+  bool WaitForThreads() const;
   /// No rule was broken, and no handle or thread is left.
   void ExpectClean() const;
   /// Lamps and fan are off, and the mirror is parked, once the unit has carried out what it was told.
