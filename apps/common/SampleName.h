@@ -1,0 +1,53 @@
+/// Names of simulated samples on a command line: "blank", "neutral:0.5", "yellow:1.2", "red", "blue", "mixture".
+#pragma once
+
+#include <charconv>
+#include <cmath>
+#include <optional>
+#include <string_view>
+
+#include "simulator/Sample.h"
+
+namespace common {
+
+inline constexpr std::string_view SampleNames = "blank, neutral:A, yellow:A, red:A, blue:A (A: absorbance), mixture";
+
+/// Bands all over the range, with absorbances between 0.05 and 2 from 340 to 1000 nm.
+inline simulator::Sample Mixture() {
+  return simulator::Sample::Bands({{350.0, 1.1, 30.0},
+                                   {430.0, 0.6, 35.0},
+                                   {525.0, 1.7, 25.0},
+                                   {620.0, 0.9, 40.0},
+                                   {740.0, 0.3, 50.0},
+                                   {880.0, 0.5, 60.0},
+                                   {1000.0, 0.2, 50.0}});
+}
+
+/// The sample of a name; nothing when there is none of that name, or its absorbance is not a number from 0 to 4.
+inline std::optional<simulator::Sample> FindSample(std::string_view name) {
+  const std::size_t nColon = name.find(':');
+  const std::string_view kind = name.substr(0, nColon);
+  double dAbsorbance = 1.0;
+  if (nColon != std::string_view::npos) {
+    const char* pEnd = name.data() + name.size();
+    const auto [pStop, error] = std::from_chars(name.data() + nColon + 1, pEnd, dAbsorbance);
+    if (error != std::errc() || pStop != pEnd || !(dAbsorbance >= 0.0 && dAbsorbance <= 4.0)) {
+      return std::nullopt;
+    }
+  }
+  if (kind == "neutral") {
+    return simulator::Sample::NeutralGlass(dAbsorbance);
+  }
+  if (kind == "yellow" || kind == "red" || kind == "blue") {
+    return simulator::Sample::Dye(kind, dAbsorbance);
+  }
+  if (nColon == std::string_view::npos && kind == "blank") {
+    return simulator::Sample::Blank();
+  }
+  if (nColon == std::string_view::npos && kind == "mixture") {
+    return Mixture();
+  }
+  return std::nullopt;
+}
+
+}  // namespace common

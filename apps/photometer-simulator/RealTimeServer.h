@@ -1,0 +1,66 @@
+/// Serves an instrument's model in real time: bytes between a pseudo-terminal and the optical unit, the holder's
+/// switches into the pins' files, and a person's commands.
+///
+/// Sleeps until the model has something to do, bytes arrive, or a signal comes; no thread, no polling.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <string>
+
+#include "BoardFolder.h"
+#include "PseudoTerminal.h"
+#include "StopSignals.h"
+#include "simulator/Instrument.h"
+
+namespace serving {
+
+class RealTimeServer {
+ public:
+  /// `dSpeed`: how many times faster than real the model goes. All must outlive it.
+  RealTimeServer(simulator::Instrument& instrument, PseudoTerminal& line, BoardFolder& folder, double dSpeed);
+
+  /// The model's time.
+  [[nodiscard]] simulator::Time Now() const;
+  /// Carries out the lines that come from this descriptor: `insert [NAME [SIZE]]`, `remove`, `quit`.
+  void TakeCommandsFrom(int iDescriptor) { m_iCommands = iDescriptor; }
+  /// A sample goes into the holder, in a cuvette of this size, mm.
+  void Insert(int iSize, const simulator::Sample& sample, simulator::Time at);
+
+  /// What `insert` without a name puts in.
+  void SetSample(const simulator::Sample& sample) { m_sample = sample; }
+
+  /// Serves until a signal to end has come, or `quit` is commanded.
+  void Serve(const StopSignals& signals);
+
+ private:
+  [[nodiscard]] simulator::Time NextActivity() const;
+  void Wait(simulator::Time until, const sigset_t& unblocked);
+  void Step(simulator::Time now);
+  void PassOutput(simulator::Time now);
+  void WritePins(simulator::Time now);
+  void TakeCommands(simulator::Time now);
+  void Command(const std::string& line, simulator::Time now);
+  void Remove(simulator::Time at);
+  void WatchPins(simulator::Time from);
+
+  simulator::Instrument& m_instrument;
+  PseudoTerminal& m_line;
+  BoardFolder& m_folder;
+  double m_dSpeed;
+  simulator::Sample m_sample;
+  /// System's monotonic time at the model's time 0, µs.
+  std::uint64_t m_nStart;
+  int m_iCommands = -1;
+  std::string m_strCommands;
+  /// What the line has not taken yet.
+  std::string m_strOutput;
+  /// Levels in the files; when to look at the switches next, and until when they may move.
+  std::array<std::uint32_t, simulator::CuvetteHolder::PinCount> m_Levels{};
+  simulator::Time m_nNextPins = simulator::Never;
+  simulator::Time m_nPinsUntil = 0;
+  bool m_bCommandsReady = false;
+  bool m_bQuit = false;
+};
+
+}  // namespace serving

@@ -1,0 +1,58 @@
+#include "BoardOptions.h"
+
+#include <fmt/format.h>
+
+#include "../common/SampleName.h"
+#include "NumberOption.h"
+
+namespace host {
+
+namespace {
+
+constexpr const char* Simulation = "Simulated instrument";
+
+void TakeSpeed(const std::string& text, double& pace) {
+  if (text == "max") {
+    pace = 0;
+  } else if (text == "1" || text == "10") {
+    pace = text == "1" ? 1 : 10;
+  } else {
+    throw CLI::ValidationError("--speed", fmt::format("\"{}\" cannot be used; give max, 1 or 10", text));
+  }
+}
+
+}  // namespace
+
+void BoardOptions::AddTo(CLI::App& app) {
+  app.add_option("--board", boardFile,
+                 "Board file of the real instrument (else that of PHOTOMETER_BOARD, else /etc/photometer/board.toml)")
+      ->type_name("FILE");
+  app.add_option("--trace", traceFile, "Write the transcript of the run: wire, callbacks, log, pins")
+      ->type_name("FILE");
+  app.add_flag("--simulate", bSimulate, "Use a simulated instrument in virtual time")->group(Simulation);
+  AddIntegerOption(app, "--seed", seed, std::uint64_t{0}, ~std::uint64_t{0},
+                   "Seed of its noise; the same seed repeats the run");
+  app.add_option_function<std::string>(
+         "--speed", [this](const std::string& text) { TakeSpeed(text, pace); }, "Pace: max, or 1 or 10 times real time")
+      ->type_name("max|1|10")
+      ->default_str("max");
+  app.add_option("--sample", sample, fmt::format("Sample that is inserted after the start-up: {}", common::SampleNames))
+      ->type_name("NAME")
+      ->default_str(sample);
+  AddIntegerOption(app, "--offset", positionOffset, -100, 100, "Steps by which its monochromator is out of place");
+  AddRealOption(app, "--stray-light", strayLight, 0.0, 0.1, "Share of its light that passes beside the sample");
+  for (const char* name : {"--seed", "--speed", "--sample", "--offset", "--stray-light"}) {
+    app.get_option(name)->group(Simulation);
+  }
+}
+
+void BoardOptions::Check() const {
+  if (bSimulate && !boardFile.empty()) {
+    throw CLI::ValidationError("--simulate", "does not go with --board; give one of them");
+  }
+  if (!common::FindSample(sample)) {
+    throw CLI::ValidationError("--sample", fmt::format("\"{}\" is no sample; give {}", sample, common::SampleNames));
+  }
+}
+
+}  // namespace host

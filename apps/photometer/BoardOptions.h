@@ -1,0 +1,36 @@
+/// Which board a command runs on, and what it writes down of the run.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include <CLI/CLI.hpp>
+
+namespace host {
+
+struct BoardOptions {
+  /// A simulated instrument on the virtual board, else the real ports of the board file.
+  bool bSimulate = false;
+  /// Empty: that of the environment variable PHOTOMETER_BOARD, else /etc/photometer/board.toml.
+  std::string boardFile;
+  /// Host path of the transcript; empty: none.
+  std::string traceFile;
+
+  // ---- the simulated instrument ----
+
+  std::uint64_t seed = 1;
+  /// How many times faster than real; 0: as fast as it goes.
+  double pace = 0;
+  /// As in SampleName.h.
+  std::string sample = "mixture";
+  /// Steps by which the monochromator is out of place.
+  int positionOffset = 0;
+  /// Share of the light that passes beside the sample.
+  double strayLight = 1e-4;
+
+  void AddTo(CLI::App& app);
+  /// Throws `CLI::ValidationError` for options that do not go together or name nothing.
+  void Check() const;
+};
+
+}  // namespace host

@@ -1,0 +1,99 @@
+#include "EventSink.h"
+
+#include <utility>
+
+#include <fmt/format.h>
+
+namespace host {
+
+namespace layer = photometer::platform;
+
+EventSink::EventSink(layer::Transcript* pTranscript)
+    : m_pTranscript(pTranscript), m_hKept(layer::CreateEventW(photometer::FALSE, photometer::FALSE, nullptr)) {
+  layer::InitializeCriticalSection(&m_csEvents, "host events");
+}
+
+EventSink::~EventSink() {
+  layer::DeleteCriticalSection(&m_csEvents);
+  layer::CloseHandle(m_hKept);
+}
+
+std::vector<HostEvent> EventSink::Take(DWORD dwMilliseconds) {
+  if (layer::WaitForSingleObject(m_hKept, dwMilliseconds) == layer::WAIT_FAILED) {
+    // Without an event the wait would not wait: the caller's loop must not spin.
+    layer::Sleep(dwMilliseconds);
+  }
+  layer::EnterCriticalSection(&m_csEvents);
+  std::vector<HostEvent> events = std::exchange(m_Events, {});
+  layer::LeaveCriticalSection(&m_csEvents);
+  return events;
+}
+
+void EventSink::Keep(HostEvent event) {
+  layer::EnterCriticalSection(&m_csEvents);
+  m_Events.push_back(std::move(event));
+  layer::LeaveCriticalSection(&m_csEvents);
+  layer::SetEvent(m_hKept);
+}
+
+void EventSink::Note(const std::string& text) const {
+  if (m_pTranscript != nullptr) {
+    m_pTranscript->Note(layer::CurrentBoard().GetKernel().GetMicroseconds(), "sink", text);
+  }
+}
+
+void EventSink::OnNotify(DWORD dwRequestId, DWORD dwCode, DWORD dwValue) {
+  Note(fmt::format("OnNotify {} {} {}", dwRequestId, dwCode, dwValue));
+  Keep(Notification{dwRequestId, dwCode, dwValue});
+}
+
+void EventSink::OnResult(DWORD dwRequestId, const photometer::MeasureValues* pValues) {
+  for (const photometer::MeasureValue& value : *pValues) {
+    Note(fmt::format("OnResult {} tag {} position {} wavelength {} value {} reference {}", dwRequestId, value.dwTag,
+                     value.dwPosition, value.dWavelength, value.dValue, value.dValueRef));
+  }
+  Keep(Results{dwRequestId, *pValues});
+}
+
+void EventSink::OnCuvetteChanged(LONG iCuvetteSize) {
+  Note(fmt::format("OnCuvetteChanged {}", iCuvetteSize));
+  Keep(CuvetteChange{iCuvetteSize});
+}
+
+void EventSink::OnError(DWORD dwRequestId, DWORD dwError) {
+  const LONG iNumber = static_cast<LONG>(dwError);
+  Note(fmt::format("OnError {} {}", dwRequestId, iNumber));
+  Keep(InstrumentError{dwRequestId, iNumber, false});
+}
+
+void EventSink::OnDelayCountdown(DWORD dwRequestId, DWORD dwSeconds) {
+  Note(fmt::format("OnDelayCountdown {} {}", dwRequestId, dwSeconds));
+  Keep(Countdown{CountdownKind::Settling, dwSeconds});
+}
+
+void EventSink::OnReferenceValues(const std::vector<photometer::WavelengthCalibrationEntry>* pValues) {
+  for (const photometer::WavelengthCalibrationEntry& entry : *pValues) {
+    Note(fmt::format("OnReferenceValues wavelength {} value {} reference {}", entry.dWavelength, entry.dValue,
+                     entry.dValueRef));
+  }
+}
+
+void EventSink::OnPumpError(DWORD dwRequestId, DWORD dwError) {
+  const LONG iNumber = static_cast<LONG>(dwError);
+  Note(fmt::format("OnPumpError {} {}", dwRequestId, iNumber));
+  Keep(InstrumentError{dwRequestId, iNumber, true});
+}
+
+void EventSink::OnLampSwitching(BOOL bSwitching) { Note(fmt::format("OnLampSwitching {}", bSwitching)); }
+
+void EventSink::OnWarmUpCountdown(DWORD dwSeconds) {
+  Note(fmt::format("OnWarmUpCountdown {}", dwSeconds));
+  Keep(Countdown{CountdownKind::WarmUp, dwSeconds});
+}
+
+photometer::DWORD EventSink::QueryCuvetteWait() {
+  Note("QueryCuvetteWait");
+  return 0;
+}
+
+}  // namespace host

@@ -1,0 +1,38 @@
+#include "ExitCodes.h"
+
+#include <array>
+
+#include <fmt/format.h>
+
+namespace host {
+
+namespace {
+
+// 3 is also what the virtual board ends the process with when no thread can go on.
+constexpr std::array Entries = {
+    ExitCodeEntry{ExitCode::Success, "success", "all was measured"},
+    ExitCodeEntry{ExitCode::BadInput, "bad input",
+                  "command line, board file or port cannot be used; nothing was started"},
+    ExitCodeEntry{ExitCode::InternalFault, "internal fault", "the program or the library broke one of its own rules"},
+    ExitCodeEntry{ExitCode::StartUpFailed, "start-up failed", "the instrument did not pass its start-up"},
+    ExitCodeEntry{ExitCode::InstrumentError, "instrument error", "the run ended with an instrument error"},
+    ExitCodeEntry{ExitCode::Cancelled, "cancelled", "Ctrl-C or a request to end; the instrument was shut down"},
+    ExitCodeEntry{ExitCode::NoEnd, "no end", "the run ended without saying how, or did not end; shut down"},
+    ExitCodeEntry{ExitCode::Refused, "refused", "the device refused to start the run"},
+    ExitCodeEntry{ExitCode::NoCuvette, "no cuvette", "no cuvette was inserted in the time given"},
+    ExitCodeEntry{ExitCode::OutputFailed, "output failed", "measured, but the results or the trace were not written"},
+};
+
+}  // namespace
+
+std::span<const ExitCodeEntry> ExitCodes() { return Entries; }
+
+std::string ExitCodeTable() {
+  std::string table;
+  for (const ExitCodeEntry& entry : Entries) {
+    table += fmt::format("  {:>3}  {:<17} {}\n", static_cast<int>(entry.code), entry.name, entry.meaning);
+  }
+  return table;
+}
+
+}  // namespace host

@@ -1,0 +1,35 @@
+/// How the program ends: one code for each kind of end, for scripts. docs/exit-codes.md holds the same table.
+#pragma once
+
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace host {
+
+enum class ExitCode : int {
+  Success = 0,
+  BadInput = 2,
+  InternalFault = 3,
+  StartUpFailed = 10,
+  InstrumentError = 11,
+  Cancelled = 12,
+  NoEnd = 13,
+  Refused = 14,
+  NoCuvette = 15,
+  OutputFailed = 16
+};
+
+struct ExitCodeEntry {
+  ExitCode code;
+  std::string_view name;
+  std::string_view meaning;
+};
+
+/// All codes, lowest first.
+std::span<const ExitCodeEntry> ExitCodes();
+
+/// The table as lines of text, each ended, for the help text.
+std::string ExitCodeTable();
+
+}  // namespace host

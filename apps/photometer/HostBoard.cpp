@@ -1,0 +1,123 @@
+#include "HostBoard.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+
+#include <fmt/format.h>
+
+#include "platform/Platform.h"
+
+namespace host {
+
+namespace layer = photometer::platform;
+
+namespace {
+
+constexpr const char16_t* OpticalPort = u"COM2:";
+
+std::string BoardFilePath(const BoardOptions& options) {
+  if (!options.boardFile.empty()) {
+    return options.boardFile;
+  }
+  const char* pPath = std::getenv("PHOTOMETER_BOARD");
+  return pPath == nullptr || *pPath == '\0' ? "/etc/photometer/board.toml" : pPath;
+}
+
+/// Why a device cannot be opened, as far as one can see from outside.
+std::string WhyNot(const std::string& device) {
+  if (access(device.c_str(), F_OK) != 0) {
+    return "there is no such device; plug the instrument in, or correct the path";
+  }
+  if (access(device.c_str(), R_OK | W_OK) != 0) {
+    return fmt::format("this user may not use it ({}); join the device's group, see ls -l {}", std::strerror(errno),
+                       device);
+  }
+  return fmt::format("it is in use by another program, or is no serial port; end the other program, see fuser {}",
+                     device);
+}
+
+}  // namespace
+
+HostBoard::~HostBoard() {
+  if (m_bCurrent) {
+    layer::SetBoard(m_pBefore);
+  }
+}
+
+std::string HostBoard::Open(const BoardOptions& options, const photometer::PhotometerParameters& params) {
+  std::string complaint = options.bSimulate ? OpenSimulated(options, params) : OpenReal(options);
+  if (complaint.empty() && !options.traceFile.empty()) {
+    complaint = OpenTrace(options.traceFile);
+  }
+  return complaint;
+}
+
+std::string HostBoard::OpenSimulated(const BoardOptions& options, const photometer::PhotometerParameters& params) {
+  m_pSimulated = std::make_unique<SimulatedInstrument>(options, params);
+  MakeCurrent(m_pSimulated->Board());
+  return {};
+}
+
+std::string HostBoard::OpenReal(const BoardOptions& options) {
+  const auto loaded = layer::BoardFile::Load(BoardFilePath(options));
+  if (const auto* pComplaint = std::get_if<std::string>(&loaded)) {
+    return *pComplaint + (options.boardFile.empty() ? "; or give --board FILE, or --simulate" : "");
+  }
+  const auto& file = std::get<layer::BoardFile>(loaded);
+  m_pPosixBoard = std::make_unique<layer::PosixBoard>(file);
+  if (!m_pPosixBoard->Problem().empty()) {
+    return m_pPosixBoard->Problem();
+  }
+  MakeCurrent(*m_pPosixBoard);
+  return TryOpticalPort(file);
+}
+
+std::string HostBoard::OpenTrace(const std::string& path) {
+  m_trace.open(path, std::ios::binary | std::ios::trunc);
+  if (!m_trace) {
+    return fmt::format("--trace: {} cannot be written ({}); give a file in a folder that you may write to", path,
+                       std::strerror(errno));
+  }
+  m_transcript.WriteTo(&m_trace);
+  m_pTracingBoard = std::make_unique<layer::TracingBoard>(layer::CurrentBoard(), m_transcript);
+  layer::SetBoard(m_pTracingBoard.get());
+  return {};
+}
+
+void HostBoard::MakeCurrent(layer::Board& board) {
+  m_pBefore = layer::SetBoard(&board);
+  m_bCurrent = true;
+}
+
+std::string HostBoard::TryOpticalPort(const layer::BoardFile& file) {
+  const auto port = std::find_if(file.ports.begin(), file.ports.end(),
+                                 [](const layer::SerialPortEntry& entry) { return entry.name == OpticalPort; });
+  if (port == file.ports.end()) {
+    return file.Complaint("ports.COM2", "is missing; give the device of the optical unit, as COM2 = \"/dev/ttyUSB0\"");
+  }
+  const layer::HANDLE hPort = layer::CreateFileW(OpticalPort);
+  if (hPort == layer::INVALID_HANDLE_VALUE) {
+    return file.Complaint("ports.COM2", fmt::format("{} cannot be opened: {}", port->device, WhyNot(port->device)));
+  }
+  layer::CloseHandle(hPort);
+  return {};
+}
+
+std::vector<std::string> HostBoard::Faults() const {
+  return m_pSimulated ? m_pSimulated->Faults() : std::vector<std::string>();
+}
+
+bool HostBoard::CloseTrace() {
+  if (!m_trace.is_open()) {
+    return true;
+  }
+  m_transcript.WriteTo(nullptr);
+  m_trace.close();
+  return m_trace.good();
+}
+
+}  // namespace host

@@ -1,0 +1,54 @@
+/// The board that a command runs on, from the options: a simulated instrument or the ports of a board file, with a
+/// tracing board around it when a transcript is wanted. While it lives it is the layer's current board.
+#pragma once
+
+#include <fstream>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "BoardOptions.h"
+#include "SimulatedInstrument.h"
+#include "platform/TracingBoard.h"
+#include "platform/posix/PosixBoard.h"
+
+namespace host {
+
+class HostBoard {
+ public:
+  HostBoard() = default;
+  /// No device may exist any more.
+  ~HostBoard();
+  HostBoard(const HostBoard&) = delete;
+  HostBoard& operator=(const HostBoard&) = delete;
+
+  /// Makes the board and tries the optical unit's port. Returns what is wrong: what, where and what to do; empty when
+  /// the board stands.
+  std::string Open(const BoardOptions& options, const photometer::PhotometerParameters& params);
+
+  /// Null without a trace file.
+  photometer::platform::Transcript* Transcript() { return m_pTracingBoard ? &m_transcript : nullptr; }
+  /// Null on real ports.
+  SimulatedInstrument* Simulated() { return m_pSimulated.get(); }
+  /// What went wrong on the virtual board; to be asked when the device is gone.
+  [[nodiscard]] std::vector<std::string> Faults() const;
+  /// Ends the transcript. False: it could not be written in full.
+  bool CloseTrace();
+
+ private:
+  std::string OpenSimulated(const BoardOptions& options, const photometer::PhotometerParameters& params);
+  std::string OpenReal(const BoardOptions& options);
+  std::string OpenTrace(const std::string& path);
+  void MakeCurrent(photometer::platform::Board& board);
+  std::string TryOpticalPort(const photometer::platform::BoardFile& file);
+
+  std::ofstream m_trace;
+  photometer::platform::Transcript m_transcript;
+  std::unique_ptr<SimulatedInstrument> m_pSimulated;
+  std::unique_ptr<photometer::platform::PosixBoard> m_pPosixBoard;
+  std::unique_ptr<photometer::platform::TracingBoard> m_pTracingBoard;
+  photometer::platform::Board* m_pBefore = nullptr;
+  bool m_bCurrent = false;
+};
+
+}  // namespace host

@@ -1,0 +1,122 @@
+#include "InstrumentOptions.h"
+
+#include <fmt/format.h>
+
+#include "NumberOption.h"
+#include "WavelengthList.h"
+#include "photometer/Settings.h"
+
+namespace host {
+
+namespace {
+
+using photometer::DWORD;
+
+constexpr const char* Instrument = "Instrument";
+constexpr const char* Pump = "External port and pump";
+constexpr double DefaultSwitchingPoint = 340.0;
+constexpr DWORD LongestTime = 24 * 3600;
+
+DWORD ParityCode(const std::string& word) { return word == "odd" ? 1U : word == "even" ? 2U : 0U; }
+
+void TakeSettings(const photometer::InstrumentSettings& settings, photometer::PhotometerParameters& params) {
+  params.dA = settings.F3;
+  params.dB = settings.F2;
+  params.dC = settings.F1;
+  params.dD = settings.F0;
+  params.UpperFilterWL = static_cast<DWORD>(settings.UpperFilterWL);
+  params.MiddleFilterWL = static_cast<DWORD>(settings.MiddleFilterWL);
+  params.LowerFilterWL = static_cast<DWORD>(settings.LowerFilterWL);
+  params.HalogenMin = static_cast<DWORD>(settings.HalogenMin);
+  params.HalogenMax = static_cast<DWORD>(settings.HalogenMax);
+  params.UVMin = static_cast<DWORD>(settings.UVMin);
+  params.UVMax = static_cast<DWORD>(settings.UVMax);
+}
+
+void TakeSettings(const photometer::InstrumentSettings& settings, photometer::CalibrationData& calibration) {
+  calibration.dReferencePeak = settings.Peak1;
+  calibration.RefMinWL = settings.RefMinWL;
+  calibration.RefMaxWL = settings.RefMaxWL;
+  for (const photometer::PointListEntry& entry : settings.Zeros) {
+    calibration.ZeroWavelengths.push_back(entry.dWavelength);
+  }
+}
+
+}  // namespace
+
+InstrumentOptions::InstrumentOptions() {
+  photometer::InstrumentSettings settings;
+  photometer::SetDefaultSettings(&settings);
+  TakeSettings(settings, m_Params);
+  TakeSettings(settings, m_Calibration);
+  m_bUV = settings.UV != 0;
+  m_Calibration.LampSwitchingPoint = DefaultSwitchingPoint;
+  m_Params.dwBaudRate = 19200;
+  m_Params.dwByteSize = 8;
+  m_Params.PumpTime = 10;
+  m_Params.PumpParam2 = 100;
+  m_Params.DelayTime = 5;
+  m_Params.dwUVSessionTime = 1800;
+}
+
+void InstrumentOptions::AddTo(CLI::App& app) {
+  app.add_flag("--uv,!--no-uv", m_bUV, "The instrument has the deuterium lamp (default), or has none")
+      ->group(Instrument);
+  AddRealOption(app, "--switching-point", m_Calibration.LampSwitchingPoint, m_Params.HalogenMin, m_Params.UVMax,
+                "Below this wavelength, nm, the deuterium lamp serves");
+  app.add_option("--zeros", m_strZeros, "Wavelengths of the zero measurement, nm (default: those of the settings)")
+      ->type_name("LIST");
+  AddIntegerOption(app, "--uv-session-time", m_Params.dwUVSessionTime, DWORD{0}, LongestTime,
+                   "Idle time after which the deuterium lamp is switched off, s");
+  AddIntegerOption(app, "--check-interval", m_Params.dwWavelengthCheckInterval, DWORD{0}, DWORD{525600},
+                   "Interval between reminders of the wavelength check, minutes; 0: none");
+  for (const char* name : {"--switching-point", "--zeros", "--uv-session-time", "--check-interval"}) {
+    app.get_option(name)->group(Instrument);
+  }
+  AddIntegerOption(app, "--baud-rate", m_Params.dwBaudRate, DWORD{300}, DWORD{115200}, "External port: baud");
+  AddIntegerOption(app, "--data-bits", m_Params.dwByteSize, DWORD{5}, DWORD{8}, "External port: data bits");
+  app.add_option("--parity", m_strParity, "External port: parity")->check(CLI::IsMember({"none", "odd", "even"}));
+  AddIntegerOption(app, "--operating-mode", m_Params.dwOperatingMode, DWORD{0}, DWORD{2},
+                   "0: pass-through, 1: pump ZQ-410, 2: pump ZQ-420");
+  AddIntegerOption(app, "--pump-time", m_Params.PumpTime, DWORD{0}, DWORD{999}, "Pump time, s");
+  AddIntegerOption(app, "--pump-parameter", m_Params.PumpParam2, DWORD{0}, DWORD{999}, "Second pump parameter");
+  AddIntegerOption(app, "--settling-time", m_Params.DelayTime, DWORD{0}, LongestTime, "Wait after pumping, s");
+  for (const char* name : {"--baud-rate", "--data-bits", "--parity", "--operating-mode", "--pump-time",
+                           "--pump-parameter", "--settling-time"}) {
+    app.get_option(name)->group(Pump);
+  }
+}
+
+void InstrumentOptions::Check() {
+  m_Params.bUV = m_bUV ? photometer::TRUE : photometer::FALSE;
+  m_Params.dwParity = ParityCode(m_strParity);
+  if (!m_strZeros.empty()) {
+    m_Calibration.ZeroWavelengths =
+        WavelengthsOfOption("--zeros", m_strZeros, m_Params.HalogenMin, m_Params.HalogenMax);
+  }
+}
+
+void InstrumentOptions::ProposeZeros(const std::vector<double>& wavelengths) {
+  if (m_strZeros.empty()) {
+    m_Calibration.ZeroWavelengths = wavelengths;
+  }
+}
+
+double InstrumentOptions::LowestWavelength() const { return m_Params.bUV != 0 ? m_Params.UVMin : m_Params.HalogenMin; }
+
+double InstrumentOptions::HighestWavelength() const { return m_Params.HalogenMax; }
+
+std::vector<double> WavelengthsOfOption(const std::string& option, const std::string& text, double dLowest,
+                                        double dHighest) {
+  const auto parsed = ParseWavelengths(text);
+  if (const auto* pComplaint = std::get_if<std::string>(&parsed)) {
+    throw CLI::ValidationError(option, *pComplaint);
+  }
+  const auto& wavelengths = std::get<std::vector<double>>(parsed);
+  if (const std::string complaint = ComplainOutOfRange(wavelengths, dLowest, dHighest); !complaint.empty()) {
+    throw CLI::ValidationError(option, complaint);
+  }
+  return wavelengths;
+}
+
+}  // namespace host

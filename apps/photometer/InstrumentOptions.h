@@ -1,0 +1,45 @@
+/// The instrument's parameters and calibration: the delivery settings, and options for what is to differ from them or
+/// is not in them.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+
+#include "photometer/Records.h"
+
+namespace host {
+
+class InstrumentOptions {
+ public:
+  InstrumentOptions();
+
+  void AddTo(CLI::App& app);
+  /// Throws `CLI::ValidationError` for a switching point or zero wavelengths that cannot be used.
+  void Check();
+
+  /// The wavelengths of the zero measurement, if the command line gives none.
+  void ProposeZeros(const std::vector<double>& wavelengths);
+
+  [[nodiscard]] const photometer::PhotometerParameters& Parameters() const { return m_Params; }
+  [[nodiscard]] const photometer::CalibrationData& Calibration() const { return m_Calibration; }
+  /// Below this wavelength, nm, the deuterium lamp serves.
+  [[nodiscard]] double SwitchingPoint() const { return m_Calibration.LampSwitchingPoint; }
+  /// Range of every wavelength that is measured, nm.
+  [[nodiscard]] double LowestWavelength() const;
+  [[nodiscard]] double HighestWavelength() const;
+
+ private:
+  photometer::PhotometerParameters m_Params{};
+  photometer::CalibrationData m_Calibration{};
+  bool m_bUV = true;
+  std::string m_strZeros;
+  std::string m_strParity = "none";
+};
+
+/// The wavelengths of an option's text, within the range; throws `CLI::ValidationError` otherwise.
+std::vector<double> WavelengthsOfOption(const std::string& option, const std::string& text, double dLowest,
+                                        double dHighest);
+
+}  // namespace host

@@ -1,0 +1,120 @@
+#include "Progress.h"
+
+#include <algorithm>
+#include <array>
+
+#include <fmt/format.h>
+
+#include "ErrorTexts.h"
+
+namespace host {
+
+namespace {
+
+/// How a notification is shown. `Percent`: its value is the progress of the stage.
+enum class Style { Line, Percent };
+
+struct StageText {
+  DWORD dwCode;
+  Style style;
+  const char* words;
+};
+
+// Codes that are not here (43, 10, 11, 12, 39) only frame the start-up: its end is told by what the session found out.
+constexpr std::array Stages = {
+    StageText{1, Style::Percent, "lamp test"},
+    StageText{2, Style::Line, "lamp test passed"},
+    StageText{3, Style::Line, "lamp test failed"},
+    StageText{4, Style::Percent, "wavelength test"},
+    StageText{5, Style::Line, "wavelength test passed"},
+    StageText{6, Style::Line, "wavelength test failed"},
+    StageText{7, Style::Percent, "zero measurement"},
+    StageText{8, Style::Line, "zero measurement done"},
+    StageText{15, Style::Percent, "measurement"},
+    StageText{17, Style::Line, "finished"},
+    StageText{18, Style::Line, "cancelled"},
+    StageText{31, Style::Line, "please remove the cuvette"},
+    StageText{32, Style::Line, "cuvette removed"},
+};
+
+constexpr DWORD BarWidth = 30;
+
+std::string Bar(DWORD dwPercent) {
+  const DWORD dwFilled = dwPercent * BarWidth / 100;
+  return "[" + std::string(dwFilled, '#') + std::string(BarWidth - dwFilled, '.') + "]";
+}
+
+}  // namespace
+
+void Progress::Show(const HostEvent& event) {
+  if (const auto* pNotification = std::get_if<Notification>(&event)) {
+    ShowNotification(*pNotification);
+  } else if (const auto* pCountdown = std::get_if<Countdown>(&event)) {
+    ShowCountdown(*pCountdown);
+  } else if (const auto* pError = std::get_if<InstrumentError>(&event)) {
+    Say(ExplainError(pError->iNumber));
+  } else if (const auto* pChange = std::get_if<CuvetteChange>(&event)) {
+    Say(pChange->iCuvetteSize > 0 ? fmt::format("cuvette inserted: {} mm", pChange->iCuvetteSize) : "no cuvette");
+  }
+}
+
+void Progress::Say(const std::string& text) {
+  EndBar();
+  m_strStage.clear();
+  m_stream << text << "\n" << std::flush;
+}
+
+void Progress::ShowNotification(const Notification& notification) {
+  const auto stage = std::find_if(Stages.begin(), Stages.end(), [&notification](const StageText& text) {
+    return text.dwCode == notification.dwCode;
+  });
+  if (stage == Stages.end()) {
+    return;
+  }
+  if (stage->style == Style::Line) {
+    Say(stage->words);
+  } else if (notification.dwValue > 0) {
+    // Value 0 only announces a stage that comes later.
+    ShowPercent(stage->words, std::min<DWORD>(notification.dwValue, 100));
+  }
+}
+
+void Progress::ShowPercent(const std::string& stage, DWORD dwPercent) {
+  if (m_bTerminal) {
+    Redraw(fmt::format("{} {:>3} %  {}", Bar(dwPercent), dwPercent, stage));
+    return;
+  }
+  // A log file needs no line for each wavelength: one for the beginning of a stage and one for each quarter.
+  const DWORD dwQuarter = dwPercent / 25;
+  if (stage == m_strStage && dwQuarter <= m_dwQuarter) {
+    return;
+  }
+  m_strStage = stage;
+  m_dwQuarter = dwQuarter;
+  m_stream << fmt::format("{}: {} %\n", stage, dwPercent) << std::flush;
+}
+
+void Progress::ShowCountdown(const Countdown& countdown) {
+  const char* words = countdown.kind == CountdownKind::WarmUp ? "deuterium lamp warms up" : "sample settles";
+  if (m_bTerminal) {
+    Redraw(fmt::format("{}: {} s left", words, countdown.dwSeconds));
+  } else if (m_strStage != words || countdown.dwSeconds % 30 == 0) {
+    m_strStage = words;
+    m_stream << fmt::format("{}: {} s left\n", words, countdown.dwSeconds) << std::flush;
+  }
+}
+
+void Progress::Redraw(const std::string& text) {
+  const std::size_t nErase = m_nColumns > text.size() ? m_nColumns - text.size() : 0;
+  m_stream << "\r" << text << std::string(nErase, ' ') << std::flush;
+  m_nColumns = text.size();
+}
+
+void Progress::EndBar() {
+  if (m_nColumns > 0) {
+    m_stream << "\n" << std::flush;
+    m_nColumns = 0;
+  }
+}
+
+}  // namespace host

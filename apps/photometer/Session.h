@@ -1,0 +1,81 @@
+/// One device object from `CreatePhotometer` to `Release`: start-up, runs and their ends, cancel, shutdown.
+///
+/// All waiting goes through the layer, in slices, so that the same code runs on both boards and a request of a person
+/// to end is noticed. Used by one thread. The board must be set before it is made, and outlive it.
+#pragma once
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "EventSink.h"
+#include "Interrupt.h"
+#include "Progress.h"
+#include "photometer/IPhotometer.h"
+
+namespace host {
+
+using photometer::HRESULT;
+
+enum class Outcome {
+  /// The run finished, the start-up passed.
+  Finished,
+  /// A person asked to end it.
+  Cancelled,
+  /// An instrument error; `RunEnd::error` is the last one reported, if any was.
+  Failed,
+  /// The device did not accept the start; `RunEnd::hResult` says why.
+  Refused,
+  /// The device became idle without saying how the run ended, or did not become idle in time.
+  NoEnd
+};
+
+struct RunEnd {
+  Outcome outcome = Outcome::NoEnd;
+  std::optional<LONG> error;
+  HRESULT hResult = photometer::S_OK;
+};
+
+using StartOperation = std::function<HRESULT(photometer::IPhotometer&)>;
+using EventHandler = std::function<void(const HostEvent&)>;
+
+class Session {
+ public:
+  /// All must outlive it; the transcript may be null.
+  Session(Progress& progress, const Interrupt& interrupt, photometer::platform::Transcript* pTranscript);
+  /// Shuts the device down, if that has not been done, and gives it back.
+  ~Session();
+  Session(const Session&) = delete;
+  Session& operator=(const Session&) = delete;
+
+  /// False: there is no device; nothing else may be called.
+  [[nodiscard]] bool HasDevice() const { return m_pDevice != nullptr; }
+  photometer::IPhotometer& Device() { return *m_pDevice; }
+
+  /// Runs the start-up and waits for its end. A person's first request ends it by a shutdown: it cannot be cancelled.
+  RunEnd StartUp(const photometer::PhotometerParameters& params, const photometer::CalibrationData& calibration);
+  /// Calls a start operation, hands every event of the run to the handler, and waits for the end of the run. A person's
+  /// first request cancels the run, a second one shuts the device down at once.
+  RunEnd Run(const StartOperation& start, const EventHandler& handler);
+  /// Waits at most so long, s, until a cuvette is in the holder. `NoEnd`: there was none in that time.
+  Outcome WaitForCuvette(DWORD dwSeconds);
+  /// Switches the instrument off. Harmless when repeated.
+  void Shutdown();
+
+ private:
+  struct Waiting;
+  void Handle(const std::vector<HostEvent>& events, Waiting& waiting);
+  bool IsBusy();
+  RunEnd WaitForStartUp(photometer::platform::HANDLE hStarter, const std::atomic<HRESULT>& hResult);
+  void FollowInterrupt(Waiting& waiting);
+
+  Progress& m_progress;
+  const Interrupt& m_interrupt;
+  EventSink m_sink;
+  photometer::IPhotometer* m_pDevice;
+  bool m_bShutDown = true;
+};
+
+}  // namespace host

@@ -1,0 +1,62 @@
+#include "SimulatedInstrument.h"
+
+#include "../common/SampleName.h"
+
+namespace host {
+
+namespace {
+
+constexpr int CuvetteSize = 10;
+constexpr std::uint32_t BounceMilliseconds = 8;
+constexpr const char16_t* LampCounterKey = u"\\Veltranometrik";
+
+simulator::OpticalUnitSettings UnitSettings(const BoardOptions& options,
+                                            const photometer::PhotometerParameters& params) {
+  simulator::OpticalUnitSettings settings;
+  settings.seed = options.seed;
+  settings.bUV = params.bUV != 0;
+  settings.polynomial = {params.dA, params.dB, params.dC, params.dD};
+  settings.positionOffset = options.positionOffset;
+  settings.strayLight = options.strayLight;
+  return settings;
+}
+
+photometer::platform::VirtualBoardOptions BoardSettings(const BoardOptions& options) {
+  photometer::platform::VirtualBoardOptions settings;
+  settings.seed = options.seed;
+  settings.pace = options.pace;
+  return settings;
+}
+
+}  // namespace
+
+SimulatedInstrument::SimulatedInstrument(const BoardOptions& options, const photometer::PhotometerParameters& params)
+    : m_sample(common::FindSample(options.sample).value_or(simulator::Sample::Blank())),
+      m_instrument(UnitSettings(options, params), BounceMilliseconds),
+      m_board(BoardSettings(options)) {
+  m_board.PlugPort(u"COM2:", m_instrument.unit, true);
+  m_board.PlugPins(&m_instrument.holder);
+  for (const char16_t* folder : {u"\\NANDFlash\\Logging", u"\\SDMemory", u"\\Application"}) {
+    m_board.MakeFolder(folder);
+  }
+  m_board.SetRegistryValue(LampCounterKey, u"HalLamp", 0);
+  m_board.SetRegistryValue(LampCounterKey, u"UVLamp", 0);
+}
+
+void SimulatedInstrument::InsertSample() { m_instrument.InsertCuvette(CuvetteSize, m_sample, m_board.Now()); }
+
+double SimulatedInstrument::TrueAbsorbance(photometer::DWORD dwPosition) const {
+  const simulator::OpticalUnitSettings& settings = m_instrument.unit.Settings();
+  const double dWavelength = settings.polynomial.At(static_cast<double>(dwPosition) - settings.positionOffset);
+  return m_sample.TrueAbsorbance(dWavelength, m_board.Now());
+}
+
+std::vector<std::string> SimulatedInstrument::Faults() const {
+  std::vector<std::string> faults = m_board.Reports();
+  for (const std::string& leftover : m_board.Leftovers()) {
+    faults.push_back("left after the device was given back: " + leftover);
+  }
+  return faults;
+}
+
+}  // namespace host

@@ -1,0 +1,37 @@
+/// A whole simulated instrument on the virtual board: optical unit, cuvette holder, folders and lamp counters.
+///
+/// Everything runs on the thread that makes it.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "BoardOptions.h"
+#include "photometer/Records.h"
+#include "platform/virtual/VirtualBoard.h"
+#include "simulator/Instrument.h"
+
+namespace host {
+
+class SimulatedInstrument {
+ public:
+  /// The parameters are those that the device will be given: the model follows the same polynomial.
+  SimulatedInstrument(const BoardOptions& options, const photometer::PhotometerParameters& params);
+
+  photometer::platform::VirtualBoard& Board() { return m_board; }
+  simulator::Instrument& Model() { return m_instrument; }
+  /// A cuvette with the sample goes into the holder now.
+  void InsertSample();
+  /// Absorbance of the sample at the wavelength that comes through at a position of the monochromator. Positions are
+  /// 0.08 nm apart, and the absorbance of a band's slope changes on the way to the nearest one.
+  [[nodiscard]] double TrueAbsorbance(photometer::DWORD dwPosition) const;
+  /// What broke the board's rules, and what is left on it after the device is gone.
+  [[nodiscard]] std::vector<std::string> Faults() const;
+
+ private:
+  simulator::Sample m_sample;
+  simulator::Instrument m_instrument;
+  photometer::platform::VirtualBoard m_board;
+};
+
+}  // namespace host
