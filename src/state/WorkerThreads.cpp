@@ -29,19 +29,20 @@ BOOL WorkerThreads::Start(const char* name, std::function<void()> body, DWORD* p
 
 BOOL WorkerThreads::WaitUntilEnded(DWORD dwMilliseconds) {
   const DWORD dwStart = GetTickCount();
-  for (const HANDLE hThread : OthersRunning()) {
+  BOOL bEnded = TRUE;
+  for (const HANDLE hThread : BeginWait()) {
     const DWORD dwElapsed = GetTickCount() - dwStart;
     const DWORD dwRest = dwElapsed < dwMilliseconds ? dwMilliseconds - dwElapsed : 0;
-    if (WaitForSingleObject(hThread, dwRest) == WAIT_TIMEOUT) {
-      return FALSE;
-    }
+    bEnded = WaitForSingleObject(hThread, dwRest) != WAIT_TIMEOUT && bEnded;
   }
-  const auto state = m_State.Lock();
-  Reap();
-  return TRUE;
+  EndWait();
+  return bEnded;
 }
 
 void WorkerThreads::Reap() {
+  if (m_iWaits != 0) {
+    return;  // somebody waits for these handles
+  }
   std::erase_if(m_Threads, [](const Thread& thread) {
     const bool bEnded = WaitForSingleObject(thread.hThread, 0) != WAIT_TIMEOUT;
     if (bEnded) {
@@ -51,9 +52,10 @@ void WorkerThreads::Reap() {
   });
 }
 
-std::vector<HANDLE> WorkerThreads::OthersRunning() {
+std::vector<HANDLE> WorkerThreads::BeginWait() {
   const DWORD dwSelf = GetCurrentThreadId();
   const auto state = m_State.Lock();
+  ++m_iWaits;
   std::vector<HANDLE> handles;
   for (const Thread& thread : m_Threads) {
     if (thread.dwThreadId != dwSelf) {
@@ -61,6 +63,12 @@ std::vector<HANDLE> WorkerThreads::OthersRunning() {
     }
   }
   return handles;
+}
+
+void WorkerThreads::EndWait() {
+  const auto state = m_State.Lock();
+  --m_iWaits;
+  Reap();
 }
 
 }  // namespace photometer

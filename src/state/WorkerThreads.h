@@ -30,15 +30,17 @@ class WorkerThreads {
     DWORD dwThreadId;
   };
 
-  /// Gives back the handles of threads that have ended. State lock held.
+  /// Gives back the handles of threads that have ended, unless somebody waits for them. State lock held.
   void Reap();
-  /// The handles of all threads but the calling one.
-  std::vector<HANDLE> OthersRunning();
+  /// The handles of all threads but the calling one; they stay valid until `EndWait`.
+  std::vector<HANDLE> BeginWait();
+  void EndWait();
 
   DeviceState& m_State;
   std::weak_ptr<void> m_pOwner;
   // Guarded by the state lock.
   std::vector<Thread> m_Threads;
+  int m_iWaits = 0;
 };
 
 }  // namespace photometer
