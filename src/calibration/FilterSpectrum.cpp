@@ -163,6 +163,9 @@ BOOL FilterSpectrum::WaitForCuvetteRemoval(CuvetteCaller caller) {
   }
   m_Sink.NotifyCode(0, NOTIFY_REMOVE_CUVETTE, static_cast<DWORD>(caller));
   while (m_Cuvette.GetCuvetteState() >= 1 && m_State.Pause(CUVETTE_PAUSE)) {
+    if (caller == CuvetteCaller::WavelengthCheck && m_State.IsCancelled()) {
+      return TRUE;  // nobody waits for the removal any more
+    }
   }
   m_Sink.NotifyCode(0, NOTIFY_CUVETTE_REMOVED, static_cast<DWORD>(caller));
   return TRUE;

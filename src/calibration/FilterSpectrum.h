@@ -40,7 +40,8 @@ class FilterSpectrum {
   DWORD MeasureFilterSpectrum(std::vector<double>* pWavelengths, std::vector<double>* pAbsorbances, DWORD dwAttempt,
                               BOOL bIgnoreCuvette);
 
-  /// Asks the host and waits until the cuvette well is empty, or the device stops. 1 if it had to wait, else 0.
+  /// Asks the host and waits until the cuvette well is empty, or the device stops; a cancel ends the wait of the
+  /// wavelength check, without telling the host of a removal. 1 if it had to wait, else 0.
   BOOL WaitForCuvetteRemoval(CuvetteCaller caller);
 
  private:

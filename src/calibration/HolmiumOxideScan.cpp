@@ -87,19 +87,19 @@ DWORD HolmiumOxideScan::PreparePass(Reading* pDark) {
 }
 
 LONG HolmiumOxideScan::StreamFilterPass() {
-  OpticalExchange exchange(m_Link, ExchangeKind::Data);
-  const std::string strCommand = FormatText(COMMAND_LIMIT, "$s%d\r", m_Request.m_iLastPosition + 1);
-  if (!exchange.Send(strCommand)) {
-    return NOT_WRITTEN;
-  }
-  const LONG iResult = CollectPoints(exchange);
+  m_State.SetLastCommand("Scan");
+  const LONG iResult = CollectPoints();
   if (iResult != 0) {
-    m_State.Lock()->m_Cache[CacheEntry::MonochromatorPosition] = UNKNOWN;
+    m_State.Lock()->m_Cache[CacheEntry::MonochromatorPosition] = UNKNOWN;  // where it stands now, nobody knows
   }
   return iResult;
 }
 
-LONG HolmiumOxideScan::CollectPoints(OpticalExchange& exchange) {
+LONG HolmiumOxideScan::CollectPoints() {
+  OpticalExchange exchange(m_Link, ExchangeKind::Data);
+  if (!exchange.Send(FormatText(COMMAND_LIMIT, "$s%d\r", m_Request.m_iLastPosition + 1))) {
+    return NOT_WRITTEN;
+  }
   PointStream stream(m_dwPoints);
   std::vector<Reading> points;
   PointStream::Verdict verdict = PointStream::Verdict::Going;

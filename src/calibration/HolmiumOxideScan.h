@@ -37,7 +37,8 @@ class HolmiumOxideScan {
   /// The steps that both passes share: to the first position, lamp on, dark reading.
   DWORD PreparePass(Reading* pDark);
   LONG StreamFilterPass();
-  LONG CollectPoints(OpticalExchange& exchange);
+  /// The exchange of the streamed scan. 0, or what ends the run.
+  LONG CollectPoints();
   void Deliver(const std::vector<Reading>& points);
   void Finish(LONG iResult);
 

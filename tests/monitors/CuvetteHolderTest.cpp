@@ -1,0 +1,232 @@
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "monitors/CuvetteHolder.h"
+#include "platform/Platform.h"
+#include "support/World.h"
+
+namespace photometer::tests {
+namespace {
+
+using namespace platform;  // NOLINT(google-build-using-namespace)
+
+using Texts = std::vector<std::string>;
+
+constexpr DWORD UNREADABLE = simulator::CuvetteHolder::Unreadable;
+constexpr std::uint64_t MILLISECOND = 1000;
+/// Longer than five polls.
+constexpr DWORD LONG_ENOUGH = 150;
+
+std::string Changed(LONG iSize) { return "OnCuvetteChanged(" + std::to_string(iSize) + ")"; }
+
+/// The holder with its reader on a board, without a device.
+class Reader {
+ public:
+  explicit Reader(bool bUV = true, simulator::CuvetteHolderSettings switches = {}) {
+    switches.bUV = bUV;
+    world.holder = simulator::CuvetteHolder(switches);
+    state.Lock()->m_Params.bUV = bUV ? TRUE : FALSE;
+    sink.SetSink(&world.sink);
+    EXPECT_TRUE(holder.OpenCuvetteGpio());
+    EXPECT_TRUE(state.CreateEvents());
+  }
+  ~Reader() {
+    state.RaiseStop();
+    ExpectEnded();
+    CloseHandle(m_hThread);
+    state.CloseEvents();
+    holder.CloseCuvetteGpio();
+    world.ExpectClean();
+  }
+  Reader(const Reader&) = delete;
+  Reader& operator=(const Reader&) = delete;
+
+  void Start() {
+    m_hThread = CreateThread([this] { holder.CuvetteReader(); }, "CuvetteReader", nullptr);
+  }
+  /// The thread ends before the next poll is due.
+  void ExpectEnded() { EXPECT_EQ(WaitForSingleObject(m_hThread, 10), WAIT_OBJECT_0); }
+  /// After so many milliseconds from now.
+  void Insert(int iSize, std::uint64_t nMilliseconds = 0) {
+    world.holder.Insert(iSize, world.board.Now() + nMilliseconds * MILLISECOND);
+  }
+  std::size_t CallCount() const { return world.sink.Calls().size(); }
+
+  World world;
+  DeviceState state;
+  HostSink sink;
+  CuvetteHolder holder{state, sink};
+
+ private:
+  HANDLE m_hThread = 0;
+};
+
+TEST(CuvetteHolder, DecodesThePinsOfBothInstruments) {
+  struct {
+    DWORD dwP10, dwP11, dwP12;
+    LONG iUV, iVisible;
+  } const cases[] = {
+      {0, 0, 0, 0, 0},
+      {0, 0, 1, 10, 14},
+      {0, 1, 0, 14, 10},
+      {0, 1, 1, 20, 20},
+      {1, 0, 0, -1, -1},
+      {1, 0, 1, 10, 40},
+      {1, 1, 0, 40, 10},
+      {1, 1, 1, 50, 50},
+      // A pin that cannot be read makes the pattern an unknown one.
+      {UNREADABLE, 0, 0, -1, -1},
+      {0, UNREADABLE, 1, -1, -1},
+      {1, 1, 2, -1, -1},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(DecodeCuvetteState(c.dwP10, c.dwP11, c.dwP12, TRUE), c.iUV) << c.dwP10 << c.dwP11 << c.dwP12;
+    EXPECT_EQ(DecodeCuvetteState(c.dwP10, c.dwP11, c.dwP12, FALSE), c.iVisible) << c.dwP10 << c.dwP11 << c.dwP12;
+  }
+}
+
+TEST(CuvetteHolder, ReportsEachCuvetteOnceOnBothInstruments) {
+  for (const bool bUV : {true, false}) {
+    Reader reader(bUV);
+    reader.Start();
+    Texts expected;
+    int iBefore = 0;
+    for (const int iSize : {10, 14, 20, 40, 50, 0, 50, 0}) {
+      reader.Insert(iSize);
+      EXPECT_EQ(reader.holder.GetCuvetteState(), iSize) << "reads the pins at once";
+      EXPECT_EQ(reader.holder.GetCuvetteSize(), iBefore) << "the size is the stable one";
+      Sleep(LONG_ENOUGH);
+      EXPECT_EQ(reader.holder.GetCuvetteSize(), iSize);
+      expected.push_back(Changed(iSize));
+      iBefore = iSize;
+    }
+    EXPECT_EQ(reader.world.sink.Calls(), expected) << "bUV " << bUV;
+    EXPECT_EQ(reader.world.LogLines("[CuvetteReader] detected new cuvette size= 10, last size= 0"), 1U);
+    EXPECT_EQ(reader.world.LogLines("[CuvetteReader] detected new cuvette size= 0, last size= 50"), 2U);
+    EXPECT_EQ(reader.world.LogLines("Starting Thread [CuvetteReader] ..."), 1U);
+    EXPECT_NE(reader.world.board.DebugText().find(u"[CuvetteReader] detect of new cuvette state = 40"),
+              std::u16string::npos);
+  }
+}
+
+TEST(CuvetteHolder, ReportsACuvetteThatWasThereBefore) {
+  Reader reader;
+  reader.Insert(40);
+  reader.Start();
+  Sleep(LONG_ENOUGH);
+  EXPECT_EQ(reader.world.sink.Calls(), Texts{Changed(40)});
+}
+
+TEST(CuvetteHolder, WaitsForFiveEqualPolls) {
+  Reader reader;
+  reader.Start();
+  Sleep(LONG_ENOUGH);
+  reader.Insert(20);
+  Sleep(75);  // four polls at most
+  EXPECT_EQ(reader.CallCount(), 0U);
+  Sleep(30);  // five at least
+  EXPECT_EQ(reader.CallCount(), 1U);
+}
+
+TEST(CuvetteHolder, TakesTheBounceOut) {
+  for (std::uint64_t nSeed = 1; nSeed <= 30; ++nSeed) {
+    Reader reader(true, {nSeed, true, 60});
+    reader.Start();
+    // A cuvette that only brushes the switches, one that stays, one that is lifted for a moment, and its removal.
+    reader.Insert(20, 10);
+    Sleep(80);
+    reader.Insert(0);
+    Sleep(300);
+    EXPECT_EQ(reader.CallCount(), 0U) << nSeed;
+    reader.Insert(50);
+    Sleep(300);
+    reader.Insert(0);
+    Sleep(15);
+    reader.Insert(50);
+    Sleep(300);
+    reader.Insert(0);
+    Sleep(300);
+    EXPECT_EQ(reader.world.sink.Calls(), (Texts{Changed(50), Changed(0)})) << nSeed;
+  }
+}
+
+TEST(CuvetteHolder, TakesTheFixationAndUnreadablePinsForNoCuvette) {
+  const auto fixation = [](Reader& reader, bool bOn) { reader.Insert(bOn ? simulator::CuvetteHolder::Fixation : 0); };
+  const auto unreadable = [](Reader& reader, bool bOn) {
+    reader.world.holder.SetUnreadable(11, bOn);
+    reader.Insert(0);
+  };
+  for (const auto& fault :
+       {std::function<void(Reader&, bool)>(fixation), std::function<void(Reader&, bool)>(unreadable)}) {
+    Reader reader;
+    reader.Start();
+    const std::string line = "[CuvetteReader] detected fixation ! iSize= -1";
+    fault(reader, true);
+    Sleep(LONG_ENOUGH);
+    EXPECT_EQ(reader.holder.GetCuvetteState(), -1);
+    EXPECT_EQ(reader.holder.GetCuvetteSize(), 0);
+    EXPECT_EQ(reader.CallCount(), 0U);
+    EXPECT_EQ(reader.world.LogLines(line), 1U);
+
+    fault(reader, false);
+    reader.Insert(20);
+    Sleep(LONG_ENOUGH);
+    fault(reader, true);
+    Sleep(LONG_ENOUGH);
+    EXPECT_EQ(reader.world.sink.Calls(), (Texts{Changed(20), Changed(0)}));
+    EXPECT_EQ(reader.world.LogLines(line), 2U);
+    EXPECT_EQ(reader.world.LogLines("[CuvetteReader] detected new cuvette size= 0, last size= 20"), 1U);
+  }
+}
+
+TEST(CuvetteHolder, PollsAtOnceWhenItsEventIsSignalled) {
+  Reader reader;
+  reader.Start();
+  Sleep(1);
+  const HANDLE hEvent = CreateEventW(FALSE, FALSE, u"MyEvent");
+  reader.Insert(20);
+  const std::uint64_t nStart = reader.world.board.Now();
+  for (int i = 0; i < 5; ++i) {
+    SetEvent(hEvent);
+    Sleep(1);
+  }
+  EXPECT_EQ(reader.world.sink.Calls(), Texts{Changed(20)});
+  EXPECT_LT(reader.world.board.Now() - nStart, 10 * MILLISECOND);
+  CloseHandle(hEvent);
+}
+
+TEST(CuvetteHolder, ReadsThePinsWithoutAReader) {
+  Reader reader;
+  reader.world.kernel.events.Start(1);
+  reader.Start();
+  reader.ExpectEnded();
+  reader.Insert(14);
+  Sleep(LONG_ENOUGH);
+  EXPECT_EQ(reader.CallCount(), 0U);
+  EXPECT_EQ(reader.holder.GetCuvetteState(), 14);
+}
+
+TEST(CuvetteHolder, KeepsTheSizeThatTheHostSetUntilTheSwitchesChange) {
+  Reader reader;
+  reader.Start();
+  reader.state.Lock()->m_Status.iCuvetteSize = 50;
+  Sleep(LONG_ENOUGH);
+  EXPECT_EQ(reader.holder.GetCuvetteSize(), 50);
+  reader.Insert(50);
+  Sleep(LONG_ENOUGH);
+  EXPECT_EQ(reader.CallCount(), 0U) << "nothing new for the host";
+  reader.Insert(10);
+  Sleep(LONG_ENOUGH);
+  EXPECT_EQ(reader.world.sink.Calls(), Texts{Changed(10)});
+}
+
+TEST(CuvetteHolder, SetsTheHoldersOutput) {
+  Reader reader;
+  reader.Start();
+  EXPECT_EQ(reader.world.board.PinOutput(0, 9), 1U);
+}
+
+}  // namespace
+}  // namespace photometer::tests
