@@ -1,0 +1,59 @@
+#include "procedures/Flush.h"
+
+#include <array>
+
+#include "logging/LogFiles.h"
+#include "pumps/PumpExchange.h"
+
+namespace photometer {
+
+namespace {
+
+constexpr std::array<PumpAnswer, 2> FLUSH_ENDED{{{"\x02h3;a\x03", 524}, {"\x02h2;b\x03", 0}}};
+constexpr PumpDialogue FLUSH{FLUSH_ENDED, 522, 523, 525, false};
+/// Longer than any flush: bytes that come one by one do not keep it alive for ever, ms.
+constexpr std::uint64_t FLUSH_LIMIT = 600'000;
+
+}  // namespace
+
+HRESULT Flush::StartFlush(DWORD dwFlushTime) {
+  const auto state = m_State.Lock();
+  state->m_dwFlushTime = dwFlushTime;
+  // A cancel that a procedure has yet to notice is left as it is.
+  if (const HANDLE hCancel = m_State.PumpCancelEvent(); hCancel != 0 && !state->m_Status.bCancel) {
+    ResetEvent(hCancel);
+  }
+  const BOOL bStarted = m_Threads.Start("FlushProc", [this] { FlushProc(); });
+  return bStarted && state->m_Status.bInitialized ? S_OK : E_FAIL;
+}
+
+HRESULT Flush::CancelFlush() {
+  {
+    const auto state = m_State.Lock();
+    if (const HANDLE hCancel = m_State.PumpCancelEvent(); hCancel != 0) {
+      SetEvent(hCancel);
+    }
+  }
+  LogPhotometer("[Photometer] Flush canceled.");
+  return S_OK;
+}
+
+void Flush::FlushProc() {
+  bool bZQ410 = false;
+  DWORD dwFlushTime = 0;
+  {
+    const auto state = m_State.Lock();
+    bZQ410 = state->m_PumpInfo.m_iOperatingMode == MODE_ZQ_410;
+    dwFlushTime = state->m_dwFlushTime;
+  }
+  const DWORD dwResult = bZQ410 ? FlushZQ410() : m_Pumps.PumpZQ420(dwFlushTime);
+  if (dwResult == 0 || IsPumpCancelled(dwResult)) {
+    m_Sink.Notify([](IPhotometerSink& sink) { sink.OnFlushCompleted(); });
+  } else {
+    m_Sink.Notify([dwResult](IPhotometerSink& sink) { sink.OnPumpError(0, dwResult); });
+  }
+}
+
+DWORD Flush::FlushZQ410() { return Converse(m_State, m_External.Line(), Framed("H2;a"), FLUSH, FLUSH_LIMIT); }
+
+}  // namespace photometer

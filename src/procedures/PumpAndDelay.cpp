@@ -1,0 +1,75 @@
+#include "procedures/PumpAndDelay.h"
+
+#include "logging/LogFiles.h"
+
+namespace photometer {
+
+bool PumpAndDelay::Run(LONG* pResult, bool* pCanceled) {
+  *pResult = 0;
+  TakeSettings();
+  const bool bDraw = IsPumpWanted() && !m_bCycleReported;
+  if (bDraw) {
+    DWORD dwPump = 0;
+    *pResult = static_cast<LONG>(DrawSample(&dwPump));
+    if (*pResult != 0 || dwPump != 0) {
+      *pCanceled = *pCanceled || IsPumpCancelled(dwPump);
+      return false;
+    }
+  }
+  m_State.Lock()->m_PumpInfo.m_bPumpCycleReported = FALSE;
+  if (bDraw || m_bCycleReported) {
+    LogPhotometerF(FALSE, "[Measure] bSleep= %s, DelayTime= %d", "TRUE", static_cast<int>(m_dwDelayTime));
+    m_Pumps.DelayCountdown(m_dwDelayTime, m_dwRequestId);
+  }
+  return true;
+}
+
+void PumpAndDelay::TakeSettings() {
+  const auto state = m_State.Lock();
+  m_dwRequestId = state->m_MeasureRequest.m_dwRequestId;
+  m_dwPumpProgram = state->m_MeasureRequest.m_dwPumpProgram;
+  m_bPumpDefaults = state->m_MeasureRequest.m_bPumpDefaults != 0;
+  m_bCycleReported = state->m_PumpInfo.m_bPumpCycleReported != 0;
+  m_iOperatingMode = state->m_PumpInfo.m_iOperatingMode;
+  m_dwPumpTime = state->m_Params.PumpTime;
+  m_dwPumpParam2 = state->m_Params.PumpParam2;
+  m_dwDelayTime = state->m_Params.DelayTime;
+}
+
+bool PumpAndDelay::IsPumpWanted() {
+  if (!m_Pumps.IsPumpInUse()) {
+    return false;
+  }
+  if (m_iOperatingMode != MODE_ZQ_420) {
+    return true;
+  }
+  LogPhotometer("[Measure] use Pump ZQ420...");
+  if (m_bPumpDefaults) {
+    return true;
+  }
+  if (m_dwPumpProgram == 0) {
+    return false;
+  }
+  AskHost();
+  return true;
+}
+
+void PumpAndDelay::AskHost() {
+  m_Sink.Notify([this](IPhotometerSink& sink) {
+    sink.QueryPumpProgram(m_dwPumpProgram, &m_dwPumpTime, &m_dwPumpParam2, &m_dwDelayTime);
+  });
+}
+
+DWORD PumpAndDelay::DrawSample(DWORD* pPump) {
+  if (const DWORD dwResult = m_Pumps.SetPump(m_dwPumpTime, m_dwPumpParam2); dwResult != 0) {
+    return dwResult;
+  }
+  LogPhotometerF(FALSE, "[Measure] start pumping... PumpTime= %d", static_cast<int>(m_dwPumpTime));
+  *pPump = m_Pumps.Pump(m_dwPumpTime);
+  if (*pPump != 0) {
+    LogPhotometerF(TRUE, "[Measure] Pump(), iResult= %d", static_cast<int>(*pPump));
+  }
+  return 0;
+}
+
+}  // namespace photometer

@@ -1,0 +1,61 @@
+#include "procedures/WarmUp.h"
+
+#include "logging/LogFiles.h"
+#include "optics/InOrder.h"
+
+namespace photometer {
+
+namespace {
+
+/// Where the monochromator waits while the lamp warms up, nm.
+constexpr double WARM_UP_WAVELENGTH = 190.0;
+constexpr DWORD MOVE_SPEED = 50;
+constexpr DWORD READING_AD_SPEED = 9;
+constexpr DWORD DEUTERIUM_PATH = 2;
+
+}  // namespace
+
+HRESULT WarmUp::StartWarmUp() {
+  const auto state = m_State.Lock();
+  state->m_strLastCommand.clear();
+  state->m_Status.bBusy = TRUE;
+  state->m_Status.bCancel = FALSE;
+  ResetEvent(m_State.CancelEvent());
+  ResetEvent(m_State.WarmUpDoneEvent());
+  if (!m_Threads.Start("WarmUpProc", [this] { WarmUpProc(); })) {
+    state->m_Status.bBusy = FALSE;
+    return E_FAIL;
+  }
+  return S_OK;
+}
+
+void WarmUp::WarmUpProc() {
+  LogPhotometerF(TRUE, "[WarmUpProc] ----->  Thread started");
+  const DWORD dwResult = InOrder([&] { return PrepareOptics(); }, [&] { return m_Unit.SetDeuteriumLamp(TRUE); });
+  m_Unit.SetMirror(0);
+  m_Unit.SetHalogenLamp(FALSE, FALSE);
+  GiveBack();
+  LogPhotometerF(TRUE, "[WarmUpProc] ----->  Thread closed with iResult= %d", static_cast<int>(dwResult));
+  if (const HANDLE hEvent = m_State.WarmUpDoneEvent(); hEvent != 0) {
+    SetEvent(hEvent);
+  }
+}
+
+DWORD WarmUp::PrepareOptics() {
+  return InOrder([&] { return m_Unit.SetMonochromatorSpeed(MOVE_SPEED); },
+                 [&] { return m_Unit.SetADSpeed(READING_AD_SPEED); }, [&] { return m_Unit.SetMeasurementLength(1); },
+                 [&] { return m_Unit.SetMirror(DEUTERIUM_PATH); },
+                 [&] { return m_Unit.SetFilter(m_Model.GetFilterPosition(WARM_UP_WAVELENGTH)); },
+                 [&] { return m_Unit.SetShutter(FALSE); }, [&] { return m_Unit.SetGain(TRUE); },
+                 [&] { return m_Unit.MoveMonochromator(m_Model.GetMonochromatorPosition(WARM_UP_WAVELENGTH)); });
+}
+
+void WarmUp::GiveBack() {
+  const DWORD dwNow = GetTickCount();
+  const auto state = m_State.Lock();
+  state->m_Status.dwLastActivityTick = dwNow;
+  state->m_Status.bCancel = FALSE;
+  state->m_Status.bBusy = FALSE;
+}
+
+}  // namespace photometer

@@ -1,0 +1,234 @@
+#include "pumps/ExternalPort.h"
+
+#include <array>
+#include <utility>
+
+namespace photometer {
+
+namespace {
+
+/// A pump that has shown no sign of life for so long is lost, ms: three of its keep-alives are missing.
+constexpr DWORD CONTACT_LIMIT = 3501;
+
+constexpr std::size_t LONGEST_PARAMETER_TEXT = 20;
+
+/// The pump's banner at its switch-on: identity, two bytes that are the pump's own, version.
+constexpr std::string_view IDENTITY = "VELTRANOMETRIK ZQ-410";
+constexpr std::size_t IDENTITY_GAP = 2;
+constexpr std::size_t VERSION_LENGTH = 6;
+
+/// Before the digits "01.07".
+constexpr std::string_view VERSION_ANSWER = "v;ZQ410;";
+constexpr std::size_t VERSION_DIGITS = 5;
+/// The version's text while the pump has been asked for it.
+constexpr const char* VERSION_ASKED = "V";
+
+}  // namespace
+
+std::string PumpParameterText(DWORD dwPumpTime, DWORD dwPumpParam2) {
+  return FormatText(LONGEST_PARAMETER_TEXT, "H;%.3d;%.3d", static_cast<int>(dwPumpTime),
+                    static_cast<int>(dwPumpParam2));
+}
+
+// ---- the port ----
+
+BOOL ExternalPort::OpenExternalPort() {
+  LineSettings settings = PUMP_LINE;
+  {
+    const auto state = m_State.Lock();
+    const PhotometerParameters& params = state->m_Params;
+    if (state->m_PumpInfo.m_iOperatingMode != MODE_ZQ_410) {
+      settings = {params.dwBaudRate, params.dwByteSize, params.dwParity};
+    }
+  }
+  PortReader reader{.name = "RS232_Reader", .onBlock = nullptr, .onEnd = nullptr};
+  reader.onBlock = [this, frames = FrameReader()](std::string_view bytes) mutable { TakeBlock(bytes, &frames); };
+  reader.onEnd = [](bool) { NKDbgPrintfW("[Photometer] Ending RS232_Reader thread.\n\r"); };
+  return m_Line.Port().Open(settings, std::move(reader));
+}
+
+HRESULT ExternalPort::SetExternalPortSettings(DWORD dwBaudRate, DWORD dwByteSize, DWORD dwParity) {
+  {
+    const auto state = m_State.Lock();
+    state->m_Params.dwBaudRate = dwBaudRate;
+    state->m_Params.dwByteSize = dwByteSize;
+    state->m_Params.dwParity = dwParity;
+  }
+  m_Line.Port().Apply({dwBaudRate, dwByteSize, dwParity});
+  return S_OK;
+}
+
+HRESULT ExternalPort::ResetExternalPortSettings() {
+  LineSettings settings = PUMP_LINE;
+  {
+    const auto state = m_State.Lock();
+    const PhotometerParameters& params = state->m_Params;
+    if (static_cast<LONG>(params.dwOperatingMode) != MODE_ZQ_410) {
+      settings = {params.dwBaudRate, params.dwByteSize, params.dwParity};
+    }
+  }
+  m_Line.Port().Apply(settings);
+  return S_OK;
+}
+
+HRESULT ExternalPort::WriteExternalPort(std::string_view bytes) {
+  if (bytes.empty()) {
+    return S_OK;
+  }
+  {
+    const auto state = m_State.Lock();
+    if (state->m_Status.bBusy && !state->m_Status.bInitialized) {
+      return E_FAIL;
+    }
+  }
+  m_Line.Write(bytes);
+  return S_OK;
+}
+
+// ---- the reader ----
+
+void ExternalPort::TakeBlock(std::string_view bytes, FrameReader* pFrames) {
+  if (m_Line.TakeBlock(bytes, pFrames)) {
+    NoteZQ410Contact();
+  } else if (m_State.Lock()->m_PumpInfo.m_iOperatingMode == MODE_ZQ_410) {
+    TakeFrames(pFrames);
+  } else {
+    PassThrough(pFrames->TakeAll());
+  }
+}
+
+void ExternalPort::PassThrough(const std::string& bytes) {
+  std::string reply;
+  m_Sink.Notify(
+      [&](IPhotometerSink& sink) { sink.OnExternalPortData(bytes.c_str(), static_cast<DWORD>(bytes.size()), &reply); });
+  if (!reply.empty()) {
+    m_Line.Write(reply);
+  }
+}
+
+void ExternalPort::TakeFrames(FrameReader* pFrames) {
+  std::string version;
+  switch (pFrames->TakeBanner(IDENTITY, IDENTITY_GAP, VERSION_LENGTH, &version)) {
+    case FrameReader::Banner::Incomplete:
+      return;
+    case FrameReader::Banner::Taken:
+      m_State.Lock()->m_PumpInfo.m_strPumpVersion = version;
+      break;
+    case FrameReader::Banner::None:
+      break;
+  }
+  while (const auto frame = pFrames->ExtractFrame()) {
+    TakeFrame(*frame);
+  }
+}
+
+/// What a frame means that contains a text, or is that text and nothing else.
+struct ExternalPort::Rule {
+  std::string_view text;
+  bool bExactly;
+  void (*apply)(ExternalPort& port, const std::string& frame);
+};
+
+void ExternalPort::TakeFrame(const std::string& frame) {
+  static constexpr std::array<Rule, 5> Rules{{
+      {"y;a", true, [](ExternalPort& port, const std::string&) { port.AnswerKeepAlive(); }},
+      {"h;", false,
+       [](ExternalPort& port, const std::string&) {
+         port.NoteZQ410Contact();
+         port.m_State.Lock()->m_PumpInfo.m_bPumpParamsAcknowledged = TRUE;
+       }},
+      {"h1;a", false,
+       [](ExternalPort& port, const std::string&) {
+         port.m_Sink.Notify([](IPhotometerSink& sink) { sink.OnSipperKeyA(); });
+       }},
+      {"h1;b", false, [](ExternalPort& port, const std::string&) { port.ReportCycle(); }},
+      {VERSION_ANSWER, false, [](ExternalPort& port, const std::string& text) { port.TakeVersion(text); }},
+  }};
+  for (const Rule& rule : Rules) {
+    if (rule.bExactly ? frame == rule.text : frame.find(rule.text) != std::string::npos) {
+      return rule.apply(*this, frame);
+    }
+  }
+}
+
+void ExternalPort::NoteZQ410Contact() {
+  const auto state = m_State.Lock();
+  state->m_PumpInfo.m_dwPumpContactTick = GetTickCount();
+}
+
+void ExternalPort::AnswerKeepAlive() {
+  m_Line.WriteFramed("Y;a");
+  BOOL bKnown = FALSE;
+  {
+    const auto state = m_State.Lock();
+    // Together: a supervision that sees the pump detected must not see its last sign of life before.
+    state->m_PumpInfo.m_dwPumpContactTick = GetTickCount();
+    bKnown = std::exchange(state->m_Status.bSipperDetected, TRUE);
+  }
+  if (!bKnown) {
+    NKDbgPrintfW("[Photometer] detect ZQ-410 sipper...");
+    m_Sink.Notify([](IPhotometerSink& sink) { sink.OnSipperConnectionChanged(TRUE); });
+  }
+}
+
+void ExternalPort::ReportCycle() {
+  {
+    const auto state = m_State.Lock();
+    state->m_PumpInfo.m_bPumpCycleReported = TRUE;
+    state->m_PumpInfo.m_dwPumpContactTick = GetTickCount();
+  }
+  m_Sink.Notify([](IPhotometerSink& sink) { sink.OnSipperKeyB(); });
+}
+
+void ExternalPort::TakeVersion(const std::string& frame) {
+  const std::size_t nDigits = frame.find(VERSION_ANSWER) + VERSION_ANSWER.size();
+  if (frame.size() < nDigits + VERSION_DIGITS) {
+    return;
+  }
+  NoteZQ410Contact();
+  const std::string version = "V" + frame.substr(nDigits, 2) + "." + frame.substr(nDigits + 3, 2);
+  m_State.Lock()->m_PumpInfo.m_strPumpVersion = version;
+}
+
+// ---- supervision ----
+
+bool ExternalPort::ForgetIfSilent() {
+  const auto state = m_State.Lock();
+  PumpInfo& pump = state->m_PumpInfo;
+  const DWORD dwContact = pump.m_dwPumpContactTick;
+  if (GetTickCount() - dwContact < CONTACT_LIMIT) {
+    return false;
+  }
+  state->m_Status.bSipperDetected = FALSE;
+  m_Line.StopCapture();
+  pump.m_bPumpParamsAcknowledged = FALSE;
+  pump.m_strPumpVersion.clear();
+  return true;
+}
+
+void ExternalPort::SuperviseZQ410() {
+  if (ForgetIfSilent()) {
+    NKDbgPrintfW("[TIMER] lost ZQ-410 connection...");
+    m_Sink.Notify([](IPhotometerSink& sink) { sink.OnSipperConnectionChanged(FALSE); });
+    return;
+  }
+  std::string parameters;
+  {
+    const auto state = m_State.Lock();
+    PumpInfo& pump = state->m_PumpInfo;
+    if (m_Line.IsClaimed()) {
+      return;
+    }
+    if (!pump.m_bPumpParamsAcknowledged) {
+      parameters = PumpParameterText(state->m_Params.PumpTime, state->m_Params.PumpParam2);
+    } else if (pump.m_strPumpVersion.empty()) {
+      pump.m_strPumpVersion = VERSION_ASKED;
+    } else {
+      return;
+    }
+  }
+  NKDbgPrintfW(parameters.empty() ? "[TIMER] send pump version request..." : "[TIMER] send pump parameter...");
+  m_Line.WriteFramed(parameters.empty() ? "V;a" : parameters);
+}
+
+}  // namespace photometer

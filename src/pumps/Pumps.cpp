@@ -1,0 +1,184 @@
+#include "pumps/Pumps.h"
+
+#include <array>
+
+#include "logging/LogFiles.h"
+#include "pumps/PumpExchange.h"
+
+namespace photometer {
+
+namespace {
+
+/// Cuvette codes from which a pump can draw: all that are inserted but this one.
+constexpr LONG FIRST_CUVETTE = 1;
+constexpr LONG CUVETTE_WITHOUT_FLOW = 14;
+
+constexpr DWORD LARGEST_PARAMETER = 999;
+constexpr std::uint64_t MS_PER_SECOND = 1000;
+/// Between two calls of the countdown, ms.
+constexpr DWORD COUNTDOWN_STEP = 1000;
+
+constexpr std::array<PumpAnswer, 1> ACKNOWLEDGED{{{"\x02h;", 0}}};
+constexpr PumpDialogue SET_PUMP{ACKNOWLEDGED, 532, 533, 535, false};
+constexpr DWORD SET_PUMP_RANGE = 531;
+constexpr PumpDialogue UPDATE_PARAMETERS{ACKNOWLEDGED, 542, 543, 545, false};
+constexpr DWORD UPDATE_PARAMETERS_RANGE = 541;
+
+constexpr std::array<PumpAnswer, 2> CYCLE_ENDED{{{"\x02h3;a\x03", 514}, {"\x02h1;b\x03", 0}}};
+constexpr PumpDialogue PUMP_CYCLE{CYCLE_ENDED, 512, 513, 0, true};
+
+bool AreInRange(DWORD dwPumpTime, DWORD dwPumpParam2) {
+  return dwPumpTime <= LARGEST_PARAMETER && dwPumpParam2 <= LARGEST_PARAMETER;
+}
+
+}  // namespace
+
+bool Pumps::IsPumpInUse() {
+  const LONG iCuvette = m_Cuvette.GetCuvetteState();
+  const auto state = m_State.Lock();
+  return state->m_Status.bSipperDetected && !state->m_PumpInfo.m_bPumpDisabled && iCuvette >= FIRST_CUVETTE &&
+         iCuvette != CUVETTE_WITHOUT_FLOW;
+}
+
+// ---- exchanges ----
+
+DWORD Pumps::SetPump(DWORD dwPumpTime, DWORD dwPumpParam2) {
+  if (m_State.Lock()->m_PumpInfo.m_iOperatingMode == MODE_ZQ_420) {
+    return 0;
+  }
+  if (!AreInRange(dwPumpTime, dwPumpParam2)) {
+    return SET_PUMP_RANGE;
+  }
+  const std::string command = Framed(PumpParameterText(dwPumpTime, dwPumpParam2));
+  const DWORD dwResult = Converse(m_State, m_External.Line(), command, SET_PUMP, PUMP_SILENCE_LIMIT);
+  NKDbgPrintfW("[SetPump] returns %d\n\r", static_cast<int>(dwResult));
+  return dwResult;
+}
+
+DWORD Pumps::Pump(DWORD dwSeconds) {
+  if (m_State.Lock()->m_PumpInfo.m_iOperatingMode == MODE_ZQ_410) {
+    return PumpZQ410();
+  }
+  const DWORD dwResult = PumpZQ420(dwSeconds);
+  if (dwResult != 0 && dwResult != ZQ420_CANCELLED) {
+    m_Sink.Notify([dwResult](IPhotometerSink& sink) { sink.OnPumpError(0, dwResult); });
+  }
+  return dwResult;
+}
+
+DWORD Pumps::PumpZQ410() {
+  std::uint64_t nLimit = PUMP_SILENCE_LIMIT;
+  {
+    const auto state = m_State.Lock();
+    nLimit += (std::uint64_t{state->m_Params.PumpTime} + state->m_Params.PumpParam2) * MS_PER_SECOND;
+  }
+  DWORD dwResult = Converse(m_State, m_External.Line(), Framed("H1;a"), PUMP_CYCLE, nLimit);
+  if (m_State.IsCancelled()) {
+    dwResult = ZQ410_CANCELLED;
+  }
+  NKDbgPrintfW("[PumpZQ410] returns %d\n\r", static_cast<int>(dwResult));
+  return dwResult;
+}
+
+DWORD Pumps::PumpZQ420(DWORD dwSeconds) {
+  if (!m_State.Lock()->m_Status.bSipperDetected) {
+    return ZQ420_LOST;
+  }
+  const DWORD dwResult = ZQ420Cycle(m_State, m_Sipper.Line(), dwSeconds).Run();
+  NKDbgPrintfW("[PumpZQ420] returns %d\n\r", static_cast<int>(dwResult));
+  return dwResult;
+}
+
+// ---- steps of procedures ----
+
+DWORD Pumps::PumpStep(DWORD dwRequestId) {
+  const bool bInUse = IsPumpInUse();
+  NKDbgPrintfW(bInUse ? "Pump in use..." : "Pump not in use !");
+  if (!bInUse) {
+    return 0;
+  }
+  PhotometerParameters params{};
+  bool bCycleReported = false;
+  {
+    const auto state = m_State.Lock();
+    params = state->m_Params;
+    bCycleReported = state->m_PumpInfo.m_bPumpCycleReported != 0;
+  }
+  if (const DWORD dwResult = bCycleReported ? 0 : SetAndPump(params); dwResult != 0) {
+    return IsPumpCancelled(dwResult) ? 0 : dwResult;
+  }
+  m_State.Lock()->m_PumpInfo.m_bPumpCycleReported = FALSE;
+  DelayCountdown(params.DelayTime, dwRequestId);
+  return 0;
+}
+
+DWORD Pumps::SetAndPump(const PhotometerParameters& params) {
+  if (const DWORD dwResult = SetPump(params.PumpTime, params.PumpParam2); dwResult != 0) {
+    return dwResult;
+  }
+  const DWORD dwResult = Pump(params.PumpTime);
+  if (IsPumpCancelled(dwResult)) {
+    m_State.Lock()->m_Status.bCancel = TRUE;
+  }
+  return dwResult;
+}
+
+void Pumps::DelayCountdown(DWORD dwSeconds, DWORD dwRequestId) {
+  {
+    const auto state = m_State.Lock();
+    if (const HANDLE hCancel = m_State.CancelEvent(); hCancel != 0 && !state->m_Status.bCancel) {
+      ResetEvent(hCancel);
+    }
+  }
+  for (DWORD n = dwSeconds;; --n) {
+    m_Sink.Notify([=](IPhotometerSink& sink) { sink.OnDelayCountdown(dwRequestId, n); });
+    if (n == 0) {
+      return;
+    }
+    const HANDLE hCancel = m_State.CancelEvent();
+    const bool bPassed = hCancel != 0 && WaitForSingleObject(hCancel, COUNTDOWN_STEP) == WAIT_TIMEOUT;
+    if (!bPassed || m_State.IsStopping()) {
+      n = 1;
+    }
+  }
+}
+
+// ---- parameters from the host ----
+
+HRESULT Pumps::UpdatePumpParameters(DWORD dwPumpTime, DWORD dwPumpParam2) {
+  const auto state = m_State.Lock();
+  if (!state->m_Status.bSipperDetected) {
+    return S_OK;
+  }
+  state->m_Params.PumpTime = dwPumpTime;
+  state->m_Params.PumpParam2 = dwPumpParam2;
+  if (static_cast<LONG>(state->m_Params.dwOperatingMode) != MODE_ZQ_410) {
+    return S_OK;
+  }
+  return m_Threads.Start("UpdatePumpParProc", [this] { UpdatePumpParProc(); }) ? S_OK : E_FAIL;
+}
+
+void Pumps::UpdatePumpParProc() {
+  const PhotometerParameters params = m_State.Lock()->m_Params;
+  DWORD dwResult = UPDATE_PARAMETERS_RANGE;
+  if (AreInRange(params.PumpTime, params.PumpParam2)) {
+    const std::string command = Framed(PumpParameterText(params.PumpTime, params.PumpParam2));
+    dwResult = Converse(m_State, m_External.Line(), command, UPDATE_PARAMETERS, PUMP_SILENCE_LIMIT);
+  }
+  if (dwResult != 0 && !m_State.IsStopping()) {
+    ReportUpdate(dwResult);
+  }
+  NKDbgPrintfW("[UpdatePumpParProc] THREAD closed, returns %d\n\r", static_cast<int>(dwResult));
+}
+
+void Pumps::ReportUpdate(DWORD dwResult) {
+  ReportError("Pump", "UpdatePumpParProc", static_cast<int>(dwResult));
+  // Beside a procedure the optical unit is the procedure's.
+  if (m_State.Lock()->m_Status.bBusy) {
+    m_Sink.Notify([dwResult](IPhotometerSink& sink) { sink.OnError(0, dwResult); });
+  } else {
+    m_Link.HandleInstrumentError(dwResult);
+  }
+}
+
+}  // namespace photometer

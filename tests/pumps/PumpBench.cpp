@@ -1,0 +1,124 @@
+#include "PumpBench.h"
+
+namespace photometer::tests {
+
+namespace {
+
+constexpr DWORD THREADS_END_LIMIT = 3000;
+constexpr DWORD TIMER_PERIOD = 1000;
+/// Longer than any block of a test takes to arrive and to be read, ms.
+constexpr DWORD ARRIVAL = 300;
+
+}  // namespace
+
+PumpBench::PumpBench(LONG iMode, platform::VirtualBoardOptions options)
+    : world({std::move(options), {}, nullptr, true}),
+      ports(world.tracing.GetSerialPorts()),
+      m_Board(world.tracing),
+      m_iMode(iMode) {
+  m_Board.Replace(ports);
+  platform::SetBoard(&m_Board);
+  zq410.StopKeepAlive(0);
+  world.board.PlugPort(EXTERNAL, zq410);
+  world.board.PlugPort(SIPPER, zq420);
+  world.holder.Insert(10, 0);
+  sink.SetSink(&host);
+  {
+    const auto guarded = state.Lock();
+    guarded->m_Params = DefaultParameters();
+    guarded->m_Params.dwOperatingMode = static_cast<DWORD>(iMode);
+    guarded->m_Params.PumpTime = 5;
+    guarded->m_Params.PumpParam2 = 120;
+    guarded->m_Params.DelayTime = 2;
+    guarded->m_PumpInfo.m_iOperatingMode = iMode;
+  }
+  EXPECT_TRUE(cuvette.OpenCuvetteGpio());
+  EXPECT_TRUE(opticalBuffer.CreateDataEvent() && externalBuffer.CreateDataEvent() && sipperBuffer.CreateDataEvent());
+  EXPECT_TRUE(state.CreateEvents());
+  EXPECT_TRUE(link.OpenOpticalPort());
+  platform::Sleep(ARRIVAL);  // banner and announcement are for nobody
+  EXPECT_TRUE(external.OpenExternalPort());
+  EXPECT_EQ(sipper.OpenSipperPort(), 1);
+  platform::Sleep(ARRIVAL);
+}
+
+PumpBench::~PumpBench() {
+  Stop();
+  world.ExpectClean();
+}
+
+void PumpBench::Stop() {
+  if (m_bStopped) {
+    return;
+  }
+  m_bStopped = true;
+  sink.CloseGate();
+  state.RaiseStop();
+  EXPECT_TRUE(threads.WaitUntilEnded(THREADS_END_LIMIT));
+  EXPECT_FALSE(Info().m_bPumpCapture);
+  external.CloseExternalPort();
+  sipper.CloseSipperPort();
+  link.CloseOpticalPort();
+  cuvette.CloseCuvetteGpio();
+  for (ReceiveBuffer* pBuffer : {&opticalBuffer, &externalBuffer, &sipperBuffer}) {
+    pBuffer->CloseDataEvent();
+  }
+  state.CloseEvents();
+  platform::SetBoard(&world.tracing);
+}
+
+void PumpBench::Detect() {
+  const auto guarded = state.Lock();
+  guarded->m_Status.bSipperDetected = TRUE;
+  guarded->m_PumpInfo.m_dwPumpContactTick = GetTickCount();
+}
+
+void PumpBench::StartTimer() {
+  EXPECT_TRUE(threads.Start("timer", [this] {
+    while (state.Pause(TIMER_PERIOD)) {
+      if (m_iMode == MODE_ZQ_420) {
+        sipper.SuperviseZQ420();
+      } else if (Detected()) {
+        external.SuperviseZQ410();
+      }
+    }
+  }));
+}
+
+void PumpBench::After(DWORD dwMilliseconds, std::function<void()> action) {
+  EXPECT_TRUE(threads.Start("after", [this, dwMilliseconds, action = std::move(action)] {
+    if (state.Pause(dwMilliseconds)) {
+      action();
+    }
+  }));
+}
+
+void PumpBench::Cancel() {
+  const auto guarded = state.Lock();
+  guarded->m_Status.bCancel = TRUE;
+  SetEvent(state.CancelEvent());
+  SetEvent(state.PumpCancelEvent());
+}
+
+void PumpBench::Say(const std::string& bytes) {
+  Line().SendBytes(world.board.Now(), bytes);
+  Sleep(ARRIVAL);
+}
+
+Texts PumpBench::Frames() const {
+  Texts texts;
+  for (const simulator::ReceivedFrame& frame : Line().Received()) {
+    texts.push_back(frame.strText);
+  }
+  return texts;
+}
+
+Texts PumpBench::TimedFrames() const {
+  Texts texts;
+  for (const simulator::ReceivedFrame& frame : Line().Received()) {
+    texts.push_back(std::to_string(frame.time / 1000) + " " + frame.strText);
+  }
+  return texts;
+}
+
+}  // namespace photometer::tests

@@ -1,0 +1,182 @@
+/// Both pump ports without a device: state, sink, ports and pump operations, with the simulated pumps plugged in, and a
+/// thread that supervises the attached pump each second as the timer does.
+#pragma once
+
+#include <functional>
+#include <map>
+#include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "monitors/CuvetteHolder.h"
+#include "optics/OpticalLink.h"
+#include "procedures/Flush.h"
+#include "pumps/ExternalPort.h"
+#include "pumps/Pumps.h"
+#include "pumps/SipperPort.h"
+#include "simulator/SipperZQ410.h"
+#include "simulator/SipperZQ420.h"
+#include "state/DeviceState.h"
+#include "state/HostSink.h"
+#include "state/ReceiveBuffer.h"
+#include "state/WorkerThreads.h"
+#include "support/World.h"
+
+namespace photometer::tests {
+
+using Texts = std::vector<std::string>;
+
+/// Records the callbacks about pumps, and runs actions inside them.
+class PumpSink final : public EmptySink {
+ public:
+  void On(const std::string& text, std::function<void()> action) {
+    const std::lock_guard lock(m_Mutex);
+    m_Actions[text] = std::move(action);
+  }
+  [[nodiscard]] Texts Calls() const {
+    const std::lock_guard lock(m_Mutex);
+    return m_Calls;
+  }
+  Texts TakeCalls() {
+    const std::lock_guard lock(m_Mutex);
+    return std::exchange(m_Calls, {});
+  }
+  /// The host's answer to bytes on the external port.
+  void SetReply(const std::string& reply) {
+    const std::lock_guard lock(m_Mutex);
+    m_strReply = reply;
+  }
+
+  void OnSipperKeyA() override { Note("KeyA"); }
+  void OnSipperKeyB() override { Note("KeyB"); }
+  void OnDelayCountdown(DWORD dwId, DWORD dwSeconds) override {
+    Note("Countdown " + std::to_string(dwId) + " " + std::to_string(dwSeconds));
+  }
+  void OnExternalPortData(const char* pData, DWORD dwLength, std::string* pReply) override {
+    Note("Data " + std::string(pData, dwLength));
+    const std::lock_guard lock(m_Mutex);
+    *pReply = m_strReply;
+  }
+  void OnSipperPortLost() override { Note("PortLost"); }
+  void OnSipperTick() override { Note("Tick"); }
+  void OnSipperCycleDone() override { Note("CycleDone"); }
+  void OnSipperInfoChanged() override { Note("Info"); }
+  void OnPumpError(DWORD dwId, DWORD dwError) override {
+    Note("PumpError " + std::to_string(dwId) + " " + std::to_string(dwError));
+  }
+  void OnError(DWORD dwId, DWORD dwError) override {
+    Note("Error " + std::to_string(dwId) + " " + std::to_string(dwError));
+  }
+  void OnFlushCompleted() override { Note("Flushed"); }
+  void OnSipperConnectionChanged(BOOL bConnected) override { Note(bConnected ? "Connected" : "Lost"); }
+  void QueryPumpProgram(DWORD dwProgram, DWORD* pTime, DWORD* pParam2, DWORD* pDelay) override {
+    Note("Program " + std::to_string(dwProgram));
+    *pTime = 3;
+    *pParam2 = 1;
+    *pDelay = 1;
+  }
+
+ private:
+  void Note(const std::string& text) {
+    std::function<void()> action;
+    {
+      const std::lock_guard lock(m_Mutex);
+      m_Calls.push_back(text);
+      if (const auto found = m_Actions.find(text); found != m_Actions.end()) {
+        action = found->second;
+      }
+    }
+    if (action) {
+      action();
+    }
+  }
+
+  // Never held across a call of the layer.
+  mutable std::mutex m_Mutex;
+  Texts m_Calls;
+  std::string m_strReply;
+  std::map<std::string, std::function<void()>> m_Actions;
+};
+
+/// Notes the settings that ports are given, "19200 8 0".
+class SettingsPorts final : public platform::ForwardingSerialPorts {
+ public:
+  using ForwardingSerialPorts::ForwardingSerialPorts;
+  Texts settings;
+
+  bool SetState(platform::HANDLE handle, const platform::DCB& state) override {
+    EXPECT_EQ(state.DCBlength, 28U);
+    EXPECT_EQ(state.Flags & 2U, 0U);
+    EXPECT_EQ(state.StopBits, 0U);
+    settings.push_back(std::to_string(state.BaudRate) + " " + std::to_string(state.ByteSize) + " " +
+                       std::to_string(state.Parity));
+    return ForwardingSerialPorts::SetState(handle, state);
+  }
+};
+
+class PumpBench {
+ public:
+  static constexpr const char16_t* EXTERNAL = u"COM1:";
+  static constexpr const char16_t* SIPPER = u"COM6:";
+
+  /// With open ports, a flow cuvette inserted, and pumps that announce nothing by themselves.
+  explicit PumpBench(LONG iMode, platform::VirtualBoardOptions options = {});
+  /// Stops, and expects that the world is clean.
+  ~PumpBench();
+  PumpBench(const PumpBench&) = delete;
+  PumpBench& operator=(const PumpBench&) = delete;
+
+  /// Stops the threads and gives back everything; done once.
+  void Stop();
+  /// The pump's contact and detection, without waiting for its keep-alive.
+  void Detect();
+  /// From now on the attached pump is supervised each second.
+  void StartTimer();
+  /// `action` on another thread, after a time, ms.
+  void After(DWORD dwMilliseconds, std::function<void()> action);
+  void Cancel();
+  /// Lets the device at the external port, or at the sipper's, say something now, and waits until it has arrived.
+  void Say(const std::string& bytes);
+  [[nodiscard]] PumpInfo Info() { return state.Lock()->m_PumpInfo; }
+  [[nodiscard]] BOOL Detected() { return state.Lock()->m_Status.bSipperDetected; }
+  /// Texts of the frames that the pump has received, and the same with their times ("1500 e", ms).
+  [[nodiscard]] Texts Frames() const;
+  [[nodiscard]] Texts TimedFrames() const;
+  [[nodiscard]] std::uint64_t NowMs() const { return world.board.Now() / 1000; }
+  [[nodiscard]] simulator::SipperLine& Line() {
+    return m_iMode == MODE_ZQ_410 || m_iMode == 0 ? zq410.Line() : zq420.Line();
+  }
+  [[nodiscard]] const simulator::SipperLine& Line() const { return const_cast<PumpBench*>(this)->Line(); }
+
+  simulator::SipperZQ410 zq410;
+  simulator::SipperZQ420 zq420;
+  World world;
+  SettingsPorts ports;
+
+ private:
+  platform::ForwardingBoard m_Board;
+
+ public:
+  PumpSink host;
+  DeviceState state;
+  HostSink sink;
+  WorkerThreads threads{state};
+  ReceiveBuffer opticalBuffer{state};
+  ReceiveBuffer externalBuffer{state};
+  ReceiveBuffer sipperBuffer{state};
+  OpticalLink link{state, sink, opticalBuffer, threads};
+  CuvetteHolder cuvette{state, sink};
+  ExternalPort external{state, sink, externalBuffer, threads};
+  SipperPort sipper{state, sink, sipperBuffer, threads};
+  Pumps pumps{state, sink, threads, link, external, sipper, cuvette};
+  Flush flush{state, sink, threads, external, pumps};
+
+ private:
+  LONG m_iMode;
+  bool m_bStopped = false;
+};
+
+}  // namespace photometer::tests

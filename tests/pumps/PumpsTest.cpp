@@ -1,0 +1,492 @@
+#include <atomic>
+
+#include "PumpBench.h"
+#include "pumps/PumpExchange.h"
+
+namespace photometer::tests {
+namespace {
+
+using simulator::Fault;
+using simulator::FaultKind;
+
+constexpr simulator::Time MINUTE = 60'000'000;
+
+std::string TwoFrames(const char* first, const char* second) { return Framed(first) + Framed(second); }
+
+TEST(Pumps, InUse) {
+  struct {
+    int iCuvette;
+    BOOL bDetected;
+    BOOL bDisabled;
+    bool bInUse;
+  } const cases[] = {
+      {10, TRUE, FALSE, true}, {20, TRUE, FALSE, true},  {40, TRUE, FALSE, true},   {50, TRUE, FALSE, true},
+      {0, TRUE, FALSE, false}, {14, TRUE, FALSE, false}, {10, FALSE, FALSE, false}, {10, TRUE, TRUE, false},
+  };
+  PumpBench bench(MODE_ZQ_410);
+  for (const auto& c : cases) {
+    bench.world.holder.Insert(c.iCuvette, bench.world.board.Now());
+    Sleep(10);
+    bench.state.Lock()->m_Status.bSipperDetected = c.bDetected;
+    bench.state.Lock()->m_PumpInfo.m_bPumpDisabled = c.bDisabled;
+    EXPECT_EQ(bench.pumps.IsPumpInUse(), c.bInUse) << c.iCuvette;
+  }
+}
+
+// ---- dialogues with the ZQ-410 ----
+
+DWORD SetPump(PumpBench& bench) { return bench.pumps.SetPump(5, 120); }
+DWORD Cycle(PumpBench& bench) { return bench.pumps.PumpZQ410(); }
+
+TEST(Pumps, DialoguesWithTheZQ410) {
+  const std::string longNoise(1025, 'x');
+  struct {
+    const char* what;
+    DWORD (*run)(PumpBench&);
+    Fault fault;
+    DWORD dwResult;
+    std::uint64_t nMs;  // from command to result, with a tolerance of 0.5 s
+  } const cases[] = {
+      {"parameters", SetPump, {.kind = FaultKind::Split, .count = 2}, 0, 0},
+      {"in pieces", SetPump, {.kind = FaultKind::Split, .delay = 3'000'000, .count = 2}, 0, 3000},
+      {"silent", SetPump, {.kind = FaultKind::Silence}, 532, 60'000},
+      {"nearly silent", SetPump, {.kind = FaultKind::Late, .delay = 59'000'000}, 0, 59'000},
+      {"too long", SetPump, {.kind = FaultKind::Garbage, .bytes = longNoise}, 533, 500},
+      {"garbage", SetPump, {.kind = FaultKind::StaleBefore, .bytes = "\x03garb\x02"}, 0, 0},
+      {"cycle", Cycle, {.kind = FaultKind::Split, .count = 2}, 0, 5000},
+      {"cycle in pieces", Cycle, {.kind = FaultKind::Split, .delay = 3'000'000, .count = 4}, 0, 8000},
+      {"cycle failed", Cycle, {.kind = FaultKind::Error}, 514, 5000},
+      {"cycle silent", Cycle, {.kind = FaultKind::Silence}, 512, 60'000},
+      {"cycle too long", Cycle, {.kind = FaultKind::StaleBefore, .bytes = longNoise}, 513, 500},
+      {"failure first", Cycle, {.kind = FaultKind::Garbage, .bytes = TwoFrames("h1;b", "h3;a")}, 514, 5000},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    PumpBench bench(MODE_ZQ_410);
+    Fault fault = c.fault;
+    bench.zq410.Line().Faults().Add(fault);
+    const std::uint64_t nStart = bench.NowMs();
+    EXPECT_EQ(c.run(bench), c.dwResult);
+    EXPECT_NEAR(static_cast<double>(bench.NowMs() - nStart), static_cast<double>(c.nMs), 510.0);
+    EXPECT_EQ(bench.Frames(), Texts{c.run == SetPump ? "H;005;120" : "H1;a"});
+    EXPECT_FALSE(bench.Info().m_bPumpCapture);
+  }
+}
+
+TEST(Pumps, SetPumpWithoutAnExchange) {
+  PumpBench bench(MODE_ZQ_410);
+  EXPECT_EQ(bench.pumps.SetPump(1000, 5), 531U);
+  EXPECT_EQ(bench.pumps.SetPump(5, 1000), 531U);
+  bench.state.Lock()->m_PumpInfo.m_iOperatingMode = MODE_ZQ_420;
+  EXPECT_EQ(bench.pumps.SetPump(1000, 5), 0U);
+  bench.state.Lock()->m_PumpInfo.m_iOperatingMode = MODE_ZQ_410;
+  bench.world.ports.writes.Start(1);
+  EXPECT_EQ(bench.pumps.SetPump(5, 5), 535U);
+  EXPECT_EQ(bench.Frames(), Texts{});
+  EXPECT_EQ(bench.pumps.SetPump(999, 0), 0U);
+  EXPECT_EQ(bench.Frames(), Texts{"H;999;000"});
+}
+
+TEST(Pumps, KeepAlivesAreAnsweredDuringACycle) {
+  PumpBench bench(MODE_ZQ_410);
+  bench.zq410.StopKeepAlive(simulator::Never);
+  bench.StartTimer();
+  Sleep(4'000);
+  EXPECT_EQ(bench.pumps.Pump(5), 0U);
+  Sleep(2'000);
+  EXPECT_EQ(bench.zq410.AnsweredKeepAlives(), bench.zq410.SentKeepAlives());
+  EXPECT_EQ(bench.host.Calls(), Texts{"Connected"});
+}
+
+TEST(Pumps, ACancelShowsAtTheEndOfTheZQ410Cycle) {
+  PumpBench bench(MODE_ZQ_410);
+  bench.After(100, [&] { bench.Cancel(); });
+  const std::uint64_t nStart = bench.NowMs();
+  EXPECT_EQ(bench.pumps.Pump(5), 516U);
+  EXPECT_GE(bench.NowMs() - nStart, 5000U);
+}
+
+TEST(Pumps, APumpThatIsLostInItsCycle) {
+  PumpBench bench(MODE_ZQ_410);
+  bench.Say("\x02y;a\x03");
+  bench.StartTimer();
+  bench.After(1000, [&] { bench.zq410.SwitchPower(bench.world.board.Now(), false); });
+  bench.After(5500, [&] { EXPECT_FALSE(bench.Info().m_bPumpCapture); });
+  EXPECT_EQ(bench.pumps.PumpZQ410(), 512U);
+  EXPECT_EQ(bench.host.Calls(), (Texts{"Connected", "Lost"}));
+}
+
+TEST(Pumps, ChatterDoesNotKeepAnExchangeAlive) {
+  struct {
+    DWORD (*run)(PumpBench&);
+    DWORD dwResult;
+    std::uint64_t nLimitMs;
+  } const cases[] = {{SetPump, 532, 60'000}, {Cycle, 512, 185'000}};
+  for (const auto& c : cases) {
+    PumpBench bench(MODE_ZQ_410);
+    bench.zq410.Line().Faults().Add({.kind = FaultKind::Silence});
+    const simulator::Time now = bench.world.board.Now();
+    for (simulator::Time n = 0; n < 200; ++n) {
+      bench.Line().SendBytes(now + n * 1'000'000, "x");
+    }
+    const std::uint64_t nStart = bench.NowMs();
+    EXPECT_EQ(c.run(bench), c.dwResult);
+    EXPECT_NEAR(static_cast<double>(bench.NowMs() - nStart), static_cast<double>(c.nLimitMs), 200.0);
+  }
+}
+
+// ---- the cycle of the ZQ-420 ----
+
+TEST(Pumps, CycleOfTheZQ420) {
+  struct {
+    const char* what;
+    std::vector<Fault> faults;
+    int iPumpingFault;
+    DWORD dwResult;
+    Texts frames;  // with times after the start command, s
+  } const cases[] = {
+      {"sound", {}, 0, 0, {"0 s", "10 e"}},
+      {"start fault 3", {{.kind = FaultKind::Error, .letter = 's', .count = 3}}, 0, 615, {"0 s"}},
+      {"start fault 4", {{.kind = FaultKind::Error, .letter = 's', .count = 4}}, 0, 0, {"0 s", "10 e"}},
+      {"start fault 5", {{.kind = FaultKind::Error, .letter = 's', .count = 5}}, 0, 616, {"0 s"}},
+      {"start fault 6", {{.kind = FaultKind::Error, .letter = 's', .count = 6}}, 0, 617, {"0 s"}},
+      {"pumping fault 3", {}, 3, 615, {"0 s"}},
+      {"pumping fault 4", {}, 4, 0, {"0 s", "10 e"}},
+      {"pumping fault 5", {}, 5, 616, {"0 s"}},
+      {"pumping fault 6", {}, 6, 617, {"0 s"}},
+      {"no start", {{.kind = FaultKind::Silence, .letter = 's'}}, 0, 612, {"0 s", "10 e"}},
+      {"late start", {{.kind = FaultKind::Late, .letter = 's', .delay = 9'500'000}}, 0, 0, {"0 s", "10 e"}},
+      {"no stop", {{.kind = FaultKind::Silence, .letter = 'e'}}, 0, 612, {"0 s", "10 e"}},
+      {"in pieces", {{.kind = FaultKind::Split, .delay = 1'500'000, .count = 1}}, 0, 0, {"0 s", "10 e"}},
+      {"garbage", {{.kind = FaultKind::StaleBefore, .bytes = "\x03gar\x02q\x03"}}, 0, 0, {"0 s", "10 e"}},
+      {"behind the start answer",
+       {{.kind = FaultKind::Garbage, .letter = 's', .bytes = TwoFrames("s", "p;f;5")}},
+       0,
+       616,
+       {"0 s"}},
+  };
+  for (const DWORD dwStartTick : {1000U, 0xFFFFF000U}) {
+    for (const auto& c : cases) {
+      SCOPED_TRACE(c.what);
+      PumpBench bench(MODE_ZQ_420, {.startTick = dwStartTick});
+      bench.Detect();
+      for (const Fault& fault : c.faults) {
+        bench.zq420.Line().Faults().Add(fault);
+      }
+      bench.zq420.FailPumping(c.iPumpingFault, 4'000'000);
+      const std::uint64_t nStart = bench.NowMs();
+      EXPECT_EQ(bench.pumps.Pump(10), c.dwResult);
+      Texts frames;
+      for (const simulator::ReceivedFrame& frame : bench.Line().Received()) {
+        if (frame.time / 1000 >= nStart) {
+          frames.push_back(std::to_string((frame.time / 1000 - nStart) / 1000) + " " + frame.strText);
+        }
+      }
+      EXPECT_EQ(frames, c.frames);
+      EXPECT_EQ(bench.host.Calls(), c.dwResult == 0 ? Texts{} : Texts{"PumpError 0 " + std::to_string(c.dwResult)});
+      EXPECT_TRUE(bench.Info().m_bSipperCycleDone);
+      EXPECT_FALSE(bench.Info().m_bPumpCapture);
+    }
+  }
+}
+
+TEST(Pumps, StopCommandComesToTheTickAndItsAnswerIsAwaitedForTwoSeconds) {
+  PumpBench bench(MODE_ZQ_420);
+  bench.Detect();
+  bench.zq420.Line().Faults().Add({.kind = FaultKind::Silence, .letter = 'e'});
+  EXPECT_EQ(bench.pumps.PumpZQ420(10), 612U);
+  const auto& received = bench.Line().Received();
+  const simulator::Time stop = received.back().time;
+  EXPECT_NEAR(static_cast<double>(stop - received[received.size() - 2].time), 10e6, 1000.0);
+  EXPECT_NEAR(static_cast<double>(bench.world.board.Now() - stop), 2e6, 3000.0);
+}
+
+TEST(Pumps, CancelAnywhereInTheCycleOfTheZQ420) {
+  // Before the start command has arrived, before its answer, while pumping, after the stop command.
+  for (const DWORD dwMs : {0U, 1U, 3U, 7U, 20U, 1000U, 1999U, 2000U, 2001U, 2003U}) {
+    for (const bool bFlush : {false, true}) {
+      SCOPED_TRACE(dwMs);
+      PumpBench bench(MODE_ZQ_420);
+      bench.Detect();
+      bench.After(dwMs, [&] { bFlush ? static_cast<void>(bench.flush.CancelFlush()) : bench.Cancel(); });
+      const std::uint64_t nStart = bench.NowMs();
+      EXPECT_EQ(bench.pumps.Pump(2), 613U);
+      EXPECT_LE(bench.NowMs() - nStart, dwMs + 10);
+      EXPECT_EQ(bench.host.Calls(), Texts{});
+      bench.state.Lock()->m_Status.bCancel = FALSE;
+      ResetEvent(bench.state.PumpCancelEvent());
+      // The next one begins with a clear line: no late answer counts for it.
+      const bool bArrived = bench.Frames() != Texts{"e"};
+      bench.zq420.Line().Faults().Add({.kind = FaultKind::Silence, .letter = 's', .nth = bArrived ? 1U : 2U});
+      EXPECT_EQ(bench.pumps.Pump(2), 612U);
+      EXPECT_FALSE(bench.zq420.IsPumping());
+      EXPECT_EQ(bench.pumps.Pump(2), 0U);
+    }
+  }
+}
+
+TEST(Pumps, CancelWinsOverChatterInTheZQ420) {
+  PumpBench bench(MODE_ZQ_420);
+  bench.Detect();
+  const simulator::Time now = bench.world.board.Now();
+  bench.Line().Flood().Start(now, now + 3'000'000, 400'000, "x");  // there is always something to read
+  bench.After(1000, [&] { bench.Cancel(); });
+  const std::uint64_t nStart = bench.NowMs();
+  EXPECT_EQ(bench.pumps.Pump(10), 613U);
+  EXPECT_LE(bench.NowMs() - nStart, 1300U);
+  bench.Line().Flood().Start(bench.world.board.Now(), bench.world.board.Now() + MINUTE, 1'900, "x");
+  bench.state.Lock()->m_Status.bCancel = FALSE;
+  ResetEvent(bench.state.PumpCancelEvent());
+  const std::uint64_t nSecond = bench.NowMs();
+  EXPECT_EQ(bench.pumps.Pump(3), 0U);
+  EXPECT_LE(bench.NowMs() - nSecond, 7'500U);
+}
+
+TEST(Pumps, PortOfTheZQ420Lost) {
+  PumpBench bench(MODE_ZQ_420);
+  EXPECT_EQ(bench.pumps.Pump(10), 614U);
+  EXPECT_FALSE(bench.Info().m_bSipperCycleDone);
+  bench.Detect();
+  bench.StartTimer();
+  bench.After(3000, [&] { bench.world.board.UnplugPort(PumpBench::SIPPER); });
+  const std::uint64_t nStart = bench.NowMs();
+  EXPECT_EQ(bench.pumps.PumpZQ420(10), 614U);
+  EXPECT_LE(bench.NowMs() - nStart, 4300U);
+  EXPECT_FALSE(bench.Detected());
+}
+
+TEST(Pumps, TimesBeyondTheTickCounterAreCut) {
+  PumpBench bench(MODE_ZQ_420);
+  bench.Detect();
+  bench.After(100'000, [&] { bench.Cancel(); });
+  EXPECT_EQ(bench.pumps.PumpZQ420(4'294'968), 613U);  // 32 bits of milliseconds, and 0.7 s
+  bench.state.Lock()->m_Status.bCancel = FALSE;
+  ResetEvent(bench.state.PumpCancelEvent());
+  EXPECT_EQ(bench.pumps.PumpZQ420(0), 612U);
+}
+
+// ---- two at once ----
+
+TEST(Pumps, TwoExchangesTakeTurns) {
+  PumpBench bench(MODE_ZQ_410);
+  bench.Detect();
+  bench.After(500, [&] { EXPECT_EQ(bench.pumps.UpdatePumpParameters(7, 8), S_OK); });
+  EXPECT_EQ(bench.pumps.PumpZQ410(), 0U);
+  Sleep(500);
+  EXPECT_EQ(bench.Frames(), (Texts{"H1;a", "H;007;008"}));
+  EXPECT_EQ(bench.host.Calls(), Texts{});
+}
+
+TEST(Pumps, TheSecondExchangeWaitsForAMinute) {
+  PumpBench bench(MODE_ZQ_410);
+  bench.zq410.StopKeepAlive(simulator::Never);
+  bench.state.Lock()->m_Params.PumpTime = 100;
+  EXPECT_EQ(bench.pumps.SetPump(100, 1), 0U);
+  std::atomic<DWORD> dwFirst = 1;
+  bench.After(0, [&] { dwFirst = bench.pumps.PumpZQ410(); });
+  Sleep(10);
+  // The other pump has a line of its own.
+  bench.Detect();
+  EXPECT_EQ(bench.pumps.PumpZQ420(1), 0U);
+  EXPECT_TRUE(bench.Info().m_bPumpCapture);
+  const std::uint64_t nStart = bench.NowMs();
+  EXPECT_EQ(bench.pumps.SetPump(1, 1), 532U);
+  EXPECT_NEAR(static_cast<double>(bench.NowMs() - nStart), 60e3, 20.0);
+  Sleep(40'000);
+  EXPECT_EQ(dwFirst, 0U);
+  EXPECT_EQ(bench.pumps.SetPump(1, 1), 0U);
+}
+
+TEST(Pumps, NothingIsAskedWhileAnExchangeOwnsTheLine) {
+  PumpBench bench(MODE_ZQ_410);
+  bench.zq410.StopKeepAlive(simulator::Never);
+  bench.After(0, [&] { EXPECT_EQ(bench.pumps.PumpZQ410(), 0U); });
+  Sleep(10);
+  bench.Detect();
+  bench.state.Lock()->m_PumpInfo.m_bPumpParamsAcknowledged = TRUE;
+  bench.StartTimer();
+  Sleep(10'000);
+  EXPECT_EQ(bench.Info().m_strPumpVersion, "V01.07");
+}
+
+// ---- parameters from the host ----
+
+TEST(Pumps, UpdatePumpParameters) {
+  struct {
+    const char* what;
+    BOOL bDetected;
+    DWORD dwMode;
+    DWORD dwPumpTime;
+    FaultKind fault;
+    BOOL bBusy;
+    Texts frames;
+    DWORD dwError;
+    std::size_t nCommands;
+  } const cases[] = {
+      {"no pump", FALSE, 1, 7, FaultKind::Split, FALSE, {}, 0, 0},
+      {"sound", TRUE, 1, 7, FaultKind::Split, FALSE, {"H;007;008"}, 0, 0},
+      {"other mode", TRUE, 2, 7, FaultKind::Split, FALSE, {}, 0, 0},
+      {"too large", TRUE, 1, 1000, FaultKind::Split, FALSE, {}, 541, 4},
+      {"silent", TRUE, 1, 7, FaultKind::Silence, FALSE, {"H;007;008"}, 542, 4},
+      {"silent beside a procedure", TRUE, 1, 7, FaultKind::Silence, TRUE, {"H;007;008"}, 542, 0},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    PumpBench bench(MODE_ZQ_410);
+    bench.state.Lock()->m_Params.dwOperatingMode = c.dwMode;
+    bench.state.Lock()->m_Status.bSipperDetected = c.bDetected;
+    bench.state.Lock()->m_Status.bBusy = c.bBusy;
+    bench.zq410.Line().Faults().Add({.kind = c.fault});
+    EXPECT_EQ(bench.pumps.UpdatePumpParameters(c.dwPumpTime, 8), S_OK);
+    Sleep(61'000);
+    EXPECT_EQ(bench.Frames(), c.frames);
+    EXPECT_EQ(bench.state.Lock()->m_Params.PumpTime, c.bDetected ? c.dwPumpTime : 5U);
+    EXPECT_EQ(bench.host.Calls(), c.dwError == 0 ? Texts{} : Texts{"Error 0 " + std::to_string(c.dwError)});
+    EXPECT_EQ(bench.world.LogLines("[Pump] UpdatePumpParProc returned"), c.dwError == 0 ? 0U : 1U);
+    EXPECT_EQ(bench.world.Written().size(), c.nCommands);
+  }
+  PumpBench bench(MODE_ZQ_410);
+  bench.Detect();
+  bench.world.kernel.threads.Start(1);
+  EXPECT_EQ(bench.pumps.UpdatePumpParameters(7, 8), E_FAIL);
+}
+
+// ---- countdown and pump step ----
+
+TEST(Pumps, DelayCountdown) {
+  struct {
+    const char* what;
+    DWORD dwSeconds;
+    int iCancelMs;
+    bool bCancelBefore;
+    Texts calls;
+    std::uint64_t nMs;
+  } const cases[] = {
+      {"plain", 3, -1, false, {"Countdown 9 3", "Countdown 9 2", "Countdown 9 1", "Countdown 9 0"}, 3000},
+      {"none", 0, -1, false, {"Countdown 9 0"}, 0},
+      {"first second", 3, 500, false, {"Countdown 9 3", "Countdown 9 0"}, 500},
+      {"last second", 2, 1500, false, {"Countdown 9 2", "Countdown 9 1", "Countdown 9 0"}, 1500},
+      {"cancelled before", 3, -1, true, {"Countdown 9 3", "Countdown 9 0"}, 0},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    PumpBench bench(MODE_ZQ_410);
+    SetEvent(bench.state.CancelEvent());  // of an earlier run; the flag is clear
+    if (c.bCancelBefore) {
+      bench.Cancel();
+    }
+    if (c.iCancelMs >= 0) {
+      bench.After(static_cast<DWORD>(c.iCancelMs), [&] { bench.Cancel(); });
+    }
+    const std::uint64_t nStart = bench.NowMs();
+    bench.pumps.DelayCountdown(c.dwSeconds, 9);
+    EXPECT_EQ(bench.NowMs() - nStart, c.nMs);
+    EXPECT_EQ(bench.host.Calls(), c.calls);
+  }
+}
+
+TEST(Pumps, PumpStep) {
+  const Texts delay{"Countdown 9 2", "Countdown 9 1", "Countdown 9 0"};
+  struct {
+    const char* what;
+    BOOL bDetected;
+    BOOL bReported;
+    std::vector<Fault> faults;
+    bool bCancel;
+    DWORD dwResult;
+    Texts frames;
+    Texts calls;
+  } const cases[] = {
+      {"not in use", FALSE, FALSE, {}, false, 0, {}, {}},
+      {"pumps", TRUE, FALSE, {}, false, 0, {"H;005;120", "H1;a"}, delay},
+      {"has pumped by itself", TRUE, TRUE, {}, false, 0, {}, delay},
+      {"parameters fail", TRUE, FALSE, {{.kind = FaultKind::Silence, .letter = 'H'}}, false, 532, {"H;005;120"}, {}},
+      {"cycle fails", TRUE, FALSE, {{.kind = FaultKind::Error, .letter = '1'}}, false, 514, {"H;005;120", "H1;a"}, {}},
+      {"cancelled", TRUE, FALSE, {}, true, 0, {"H;005;120", "H1;a"}, {}},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    PumpBench bench(MODE_ZQ_410);
+    bench.state.Lock()->m_Status.bSipperDetected = c.bDetected;
+    bench.state.Lock()->m_PumpInfo.m_bPumpCycleReported = c.bReported;
+    for (const Fault& fault : c.faults) {
+      bench.zq410.Line().Faults().Add(fault);
+    }
+    if (c.bCancel) {
+      bench.After(1000, [&] { bench.Cancel(); });
+    }
+    EXPECT_EQ(bench.pumps.PumpStep(9), c.dwResult);
+    EXPECT_EQ(bench.Frames(), c.frames);
+    EXPECT_EQ(bench.host.Calls(), c.calls);
+    EXPECT_EQ(bench.state.IsCancelled() != FALSE, c.bCancel);
+    EXPECT_FALSE(bench.Info().m_bPumpCycleReported);
+  }
+}
+
+// ---- stopping ----
+
+TEST(Pumps, StopEndsEveryWait) {
+  struct {
+    const char* what;
+    LONG iMode;
+    void (*run)(PumpBench&);
+  } const cases[] = {
+      {"parameters", 1, [](PumpBench& b) { EXPECT_EQ(b.pumps.SetPump(5, 5), 532U); }},
+      {"cycle", 1, [](PumpBench& b) { EXPECT_EQ(b.pumps.Pump(900), 512U); }},
+      {"cycle of the ZQ-420", 2, [](PumpBench& b) { EXPECT_EQ(b.pumps.Pump(900), 613U); }},
+      {"countdown", 1, [](PumpBench& b) { b.pumps.DelayCountdown(900, 9); }},
+      {"flush", 1, [](PumpBench& b) { b.flush.StartFlush(900); }},
+      {"update", 1, [](PumpBench& b) { EXPECT_EQ(b.pumps.UpdatePumpParameters(7, 8), S_OK); }},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    PumpBench bench(c.iMode);
+    bench.Detect();
+    bench.zq410.Line().Faults().Add({.kind = FaultKind::Silence});
+    std::atomic<std::uint64_t> nEnd = 0;
+    bench.After(0, [&] {
+      c.run(bench);
+      nEnd = bench.NowMs();
+    });
+    Sleep(5000);
+    bench.host.TakeCalls();
+    const std::uint64_t nStop = bench.NowMs();
+    bench.Stop();
+    EXPECT_LE(nEnd, nStop + 10);
+    Sleep(100);
+    EXPECT_FALSE(bench.zq420.IsPumping());
+    EXPECT_EQ(bench.host.Calls(), Texts{});
+    EXPECT_EQ(bench.world.LogLines("UpdatePumpParProc"), 0U);
+    // And nothing waits that begins now.
+    EXPECT_EQ(bench.pumps.SetPump(5, 5), c.iMode == MODE_ZQ_410 ? 532U : 0U);
+  }
+}
+
+// ---- any order of threads ----
+
+TEST(Pumps, AnyOrderOfThreads) {
+  for (std::uint64_t nSeed = 1; nSeed <= 60; ++nSeed) {
+    SCOPED_TRACE(nSeed);
+    PumpBench bench(nSeed % 2 == 0 ? MODE_ZQ_410 : MODE_ZQ_420, {.seed = nSeed, .policy = platform::Policy::Random});
+    bench.zq410.StopKeepAlive(simulator::Never);
+    bench.Detect();
+    bench.StartTimer();
+    bench.After(static_cast<DWORD>(nSeed * 37 % 3000), [&] { bench.flush.StartFlush(1); });
+    bench.After(static_cast<DWORD>(nSeed * 91 % 3000), [&] { bench.pumps.UpdatePumpParameters(2, 3); });
+    bench.After(static_cast<DWORD>(nSeed * 53 % 9000), [&] { bench.Cancel(); });
+    bench.After(static_cast<DWORD>(nSeed * 71 % 9000), [&] { bench.sipper.OpenSipperPort(); });
+    bench.pumps.PumpStep(9);
+    bench.state.Lock()->m_Status.bCancel = FALSE;
+    Sleep(130'000);
+    EXPECT_EQ(bench.host.Calls().empty(), false);
+    EXPECT_FALSE(bench.Info().m_bPumpCapture);
+    EXPECT_EQ(bench.sipper.OpenSipperPort(), 1);  // the second opening had lost it
+    Sleep(300);
+    ResetEvent(bench.state.PumpCancelEvent());
+    bench.Detect();
+    EXPECT_EQ(bench.pumps.Pump(1), 0U);
+  }
+}
+
+}  // namespace
+}  // namespace photometer::tests

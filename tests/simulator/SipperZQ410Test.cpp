@@ -1,0 +1,86 @@
+#include <gtest/gtest.h>
+
+#include "simulator/SipperZQ410.h"
+
+namespace simulator {
+namespace {
+
+constexpr Time Second = 1'000'000;
+
+/// All that comes out up to a time.
+std::string RunUntil(SerialDevice& device, Time until) {
+  std::string strOutput;
+  for (Time next = device.NextActivity(); next <= until; next = device.NextActivity()) {
+    strOutput += device.TakeOutput(next);
+  }
+  return strOutput;
+}
+
+TEST(SipperZQ410, AnnouncesItself) {
+  SipperZQ410 pump;
+  EXPECT_EQ(RunUntil(pump, Second / 2), "VELTRANOMETRIK ZQ-410\r\nV01.07");
+  EXPECT_EQ(RunUntil(pump, 3 * Second + 10'000), "\x02y;a\x03\x02y;a\x03\x02y;a\x03");
+  pump.Receive(4 * Second, "noise\x02Y;a\x03");
+  EXPECT_EQ(pump.AnsweredKeepAlives(), 1u);
+  pump.StopKeepAlive(5 * Second);
+  EXPECT_EQ(RunUntil(pump, 20 * Second), "\x02y;a\x03\x02y;a\x03");
+  EXPECT_EQ(pump.NextActivity(), Never);
+}
+
+TEST(SipperZQ410, Commands) {
+  struct {
+    const char* command;
+    FaultKind fault;
+    Time after;
+    const char* answer;
+  } const cases[] = {
+      {"\x02H;003;120\x03", FaultKind::SurplusPoints, 10'000, "\x02h;\x03"},
+      {"\x02V;a\x03", FaultKind::SurplusPoints, 20'000, "\x02v;ZQ410;01.07\x03"},
+      {"\x02H1;a\x03", FaultKind::SurplusPoints, 5 * Second + 10'000, "\x02h1;b\x03"},
+      {"\x02H2;a\x03", FaultKind::SurplusPoints, 5 * Second + 10'000, "\x02h2;b\x03"},
+      {"\x02H1;a\x03", FaultKind::Error, 5 * Second + 10'000, "\x02h3;a\x03"},
+      {"\x02H2;a\x03", FaultKind::Error, 5 * Second + 10'000, "\x02h3;a\x03"},
+      {"\x02H1;a\x03", FaultKind::Silence, 60 * Second, ""},
+      {"\x02Q;a\x03", FaultKind::SurplusPoints, 60 * Second, ""},
+      {"V;a", FaultKind::SurplusPoints, 60 * Second, ""},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.command);
+    SipperZQ410 pump;
+    pump.StopKeepAlive(0);
+    RunUntil(pump, Second);
+    pump.Line().Faults().Add({.kind = c.fault});
+    const std::string strCommand = c.command;
+    pump.Receive(Second, strCommand.substr(0, 3));
+    pump.Receive(Second, strCommand.substr(3));
+    const Time early = Second + (c.after > 5 * Second ? 5 * Second : 5'000);
+    EXPECT_EQ(RunUntil(pump, early), "");
+    EXPECT_EQ(RunUntil(pump, Second + c.after), c.answer);
+  }
+}
+
+TEST(SipperZQ410, ParametersSetTheCycleTime) {
+  SipperZQ410 pump;
+  pump.StopKeepAlive(0);
+  pump.Receive(Second, "\x02H;012;345\x03");
+  EXPECT_EQ(pump.PumpTime(), 12u);
+  EXPECT_EQ(pump.SecondParameter(), 345u);
+  RunUntil(pump, 2 * Second);
+  pump.PressKeyA(2 * Second);
+  pump.PressKeyB(2 * Second);
+  EXPECT_EQ(RunUntil(pump, 13 * Second), "\x02h1;a\x03");
+  EXPECT_EQ(RunUntil(pump, 15 * Second), "\x02h1;b\x03");
+}
+
+TEST(SipperZQ410, WithoutPowerNothingIsSaid) {
+  SipperZQ410 pump;
+  pump.Receive(Second, "\x02H1;a\x03");
+  pump.SwitchPower(2 * Second, false);
+  pump.Receive(3 * Second, "\x02V;a\x03");
+  EXPECT_EQ(pump.NextActivity(), Never);
+  pump.SwitchPower(4 * Second, true);
+  EXPECT_EQ(RunUntil(pump, 5 * Second + 10'000), "VELTRANOMETRIK ZQ-410\r\nV01.07\x02y;a\x03");
+}
+
+}  // namespace
+}  // namespace simulator
