@@ -9,10 +9,17 @@
 #include "calibration/WavelengthModel.h"
 #include "calibration/ZeroMeasurement.h"
 #include "monitors/CuvetteHolder.h"
+#include "monitors/Timer.h"
 #include "optics/Detectors.h"
 #include "optics/OpticalLink.h"
 #include "optics/OpticalUnit.h"
 #include "procedures/EndSequence.h"
+#include "procedures/Flush.h"
+#include "procedures/UVLamp.h"
+#include "procedures/WarmUp.h"
+#include "pumps/ExternalPort.h"
+#include "pumps/Pumps.h"
+#include "pumps/SipperPort.h"
 #include "state/DeviceState.h"
 #include "state/HostSink.h"
 #include "state/ReceiveBuffer.h"
@@ -28,11 +35,19 @@ struct Instrument {
   HostSink sink;
   WorkerThreads threads{state};
   ReceiveBuffer opticalBuffer{state};
+  ReceiveBuffer externalBuffer{state};
+  ReceiveBuffer sipperBuffer{state};
   WavelengthModel model{state};
   OpticalLink link{state, sink, opticalBuffer, threads};
   Detectors detectors{state, link};
   OpticalUnit unit{state, sink, link, detectors, model};
   CuvetteHolder cuvette{state, sink};
+  ExternalPort externalPort{state, sink, externalBuffer, threads};
+  SipperPort sipperPort{state, sink, sipperBuffer, threads};
+  Pumps pumps{state, sink, threads, link, externalPort, sipperPort, cuvette};
+  Flush flush{state, sink, threads, externalPort, pumps};
+  WarmUp warmUp{state, threads, unit, model};
+  UVLamp lamp{state, sink, link, model, warmUp};
   EndSequence end{state, sink, link, unit};
   FilterSpectrum spectrum{state, sink, unit, detectors, model, cuvette};
   HolmiumPeak peak{state, model, spectrum};

@@ -1,5 +1,6 @@
 #include "device/Lifecycle.h"
 
+#include <array>
 #include <utility>
 
 #include "calibration/StartUp.h"
@@ -103,6 +104,8 @@ bool Lifecycle::BringUp() {
     return false;
   }
   m_Instrument.link.OpenOpticalPort();
+  m_Instrument.externalPort.OpenExternalPort();
+  m_Instrument.sipperPort.OpenSipperPort();
   m_Instrument.state.Lock()->m_Status.bBusy = TRUE;
   StartOpticalUnit();
   return StartThreads();
@@ -122,7 +125,13 @@ void Lifecycle::LogStart() {
 }
 
 bool Lifecycle::OpenEvents() {
-  if (!m_Instrument.opticalBuffer.CreateDataEvent() || !m_Instrument.state.CreateEvents()) {
+  for (ReceiveBuffer* pBuffer :
+       {&m_Instrument.opticalBuffer, &m_Instrument.externalBuffer, &m_Instrument.sipperBuffer}) {
+    if (!pBuffer->CreateDataEvent()) {
+      return false;
+    }
+  }
+  if (!m_Instrument.state.CreateEvents()) {
     return false;
   }
   // A stop that was raised before the events existed has not signalled them.
@@ -146,10 +155,12 @@ void Lifecycle::StartOpticalUnit() {
 
 bool Lifecycle::StartThreads() {
   Instrument& i = m_Instrument;
+  const auto runTimer = [&i] { Timer(i.state, i.sink, i.lamp, i.externalPort, i.sipperPort).Run(); };
   const auto runStartUp = [&i] {
     StartUp(i.state, i.sink, i.unit, i.model, i.spectrum, i.peak, i.zeros, i.end).InitProc();
   };
-  return !i.state.IsStopping() && i.threads.Start("CuvetteReader", [&i] { i.cuvette.CuvetteReader(); }) &&
+  return !i.state.IsStopping() && i.threads.Start("Timer", runTimer) &&
+         i.threads.Start("CuvetteReader", [&i] { i.cuvette.CuvetteReader(); }) &&
          i.threads.Start("InitProc", runStartUp);
 }
 
@@ -168,6 +179,18 @@ HRESULT Lifecycle::Shutdown() {
     --m_iShutdowns;
   }
   return S_OK;
+}
+
+LONG Lifecycle::OpenSipperPort() {
+  // A callback may call this while `Shutdown` has the turn and waits for the callback's thread: the stop ends the wait.
+  const std::array<HANDLE, 2> handles{m_hTurn, m_Instrument.state.StopEvent()};
+  if (!m_bUp || handles[1] == 0 || WaitForMultipleObjects(2, handles.data(), INFINITE) != WAIT_OBJECT_0) {
+    return 0;
+  }
+  const bool bMayOpen = m_bUp && !m_Instrument.state.IsStopping();
+  const LONG lResult = bMayOpen ? m_Instrument.sipperPort.OpenSipperPort() : 0;
+  SetEvent(m_hTurn);
+  return lResult;
 }
 
 void Lifecycle::ShutdownForRelease() {
@@ -210,8 +233,12 @@ bool Lifecycle::TakeDown(bool bWasBusy, DWORD dwStart) {
   }
   m_Instrument.model.FreeTable();
   m_Instrument.opticalBuffer.CloseDataEvent();
+  m_Instrument.externalBuffer.CloseDataEvent();
+  m_Instrument.sipperBuffer.CloseDataEvent();
   m_Instrument.state.CloseEvents();
   m_Instrument.link.CloseOpticalPort();
+  m_Instrument.externalPort.CloseExternalPort();
+  m_Instrument.sipperPort.CloseSipperPort();
   m_Instrument.cuvette.CloseCuvetteGpio();
   m_bUp = !bEnded;
   return bEnded;

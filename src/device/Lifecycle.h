@@ -23,6 +23,8 @@ class Lifecycle {
 
   HRESULT Initialize(const PhotometerParameters* pParams, const CalibrationData* pCalib);
   HRESULT Shutdown();
+  /// Opens the port of the pump ZQ-420 in its turn. 1 or 0; 0 when the device is not up, or is being shut down.
+  LONG OpenSipperPort();
   /// `Shutdown`, unless the device is down already. Also from within a callback's thread, once the callback is over.
   void ShutdownForRelease();
 

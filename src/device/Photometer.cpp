@@ -81,12 +81,10 @@ HRESULT Photometer::Shutdown() { return m_Lifecycle.Shutdown(); }
 // ---- settings ----
 
 HRESULT Photometer::SetExternalPortSettings(DWORD dwBaudRate, DWORD dwByteSize, DWORD dwParity) {
-  const auto state = m_Instrument.state.Lock();
-  state->m_Params.dwBaudRate = dwBaudRate;
-  state->m_Params.dwByteSize = dwByteSize;
-  state->m_Params.dwParity = dwParity;
-  return S_OK;
+  return m_Instrument.externalPort.SetExternalPortSettings(dwBaudRate, dwByteSize, dwParity);
 }
+
+HRESULT Photometer::ResetExternalPortSettings() { return m_Instrument.externalPort.ResetExternalPortSettings(); }
 
 void Photometer::SetPumpParameters(DWORD dwPumpTime, DWORD dwPumpParam2, DWORD dwDelayTime) {
   const auto state = m_Instrument.state.Lock();
@@ -195,16 +193,35 @@ HRESULT Photometer::CancelMeasurement() {
   return S_OK;
 }
 
-HRESULT Photometer::CancelFlush() {
-  {
-    const auto state = m_Instrument.state.Lock();
-    if (const HANDLE hEvent = m_Instrument.state.PumpCancelEvent(); hEvent != 0) {
-      SetEvent(hEvent);
-    }
+HRESULT Photometer::WriteExternalPort(const BYTE* pData, DWORD dwLength) {
+  if (dwLength == 0) {
+    return S_OK;
   }
-  LogPhotometer("[Photometer] Flush canceled.");
-  return S_OK;
+  if (pData == nullptr) {
+    return E_POINTER;
+  }
+  return m_Instrument.externalPort.WriteExternalPort({reinterpret_cast<const char*>(pData), dwLength});
 }
+
+// ---- lamp and pumps ----
+
+LONG Photometer::SetUVLamp(BOOL bOn, DWORD dwSession) { return m_Instrument.lamp.SetUVLamp(bOn, dwSession); }
+
+LONG Photometer::OpenSipperPort() { return m_Lifecycle.OpenSipperPort(); }
+
+void Photometer::SendSipperPing() { m_Instrument.sipperPort.SendSipperPing(); }
+
+void Photometer::RequestSipperRunTime() { m_Instrument.sipperPort.RequestSipperRunTime(); }
+
+void Photometer::RequestSipperData() { m_Instrument.sipperPort.RequestSipperData(); }
+
+HRESULT Photometer::UpdatePumpParameters(DWORD dwPumpTime, DWORD dwPumpParam2) {
+  return m_Instrument.pumps.UpdatePumpParameters(dwPumpTime, dwPumpParam2);
+}
+
+HRESULT Photometer::StartFlush(DWORD dwFlushTime) { return m_Instrument.flush.StartFlush(dwFlushTime); }
+
+HRESULT Photometer::CancelFlush() { return m_Instrument.flush.CancelFlush(); }
 
 // ---- procedures ----
 
@@ -236,8 +253,9 @@ HRESULT Photometer::StartMeasure(const MeasureRequest* pRequest) {
   if (const HRESULT result = ValidateMeasureRequest(pRequest, Params()); result != S_OK) {
     return result;
   }
-  return StartProcedure({"Measure", E_FAIL, [=](GuardedState& state) { state.m_MeasureRequest = *pRequest; },
-                         [](Instrument& i) { Measure(i.state, i.sink, i.unit, i.detectors, i.model, i.end).Run(); }});
+  return StartProcedure(
+      {"Measure", E_FAIL, [=](GuardedState& state) { state.m_MeasureRequest = *pRequest; },
+       [](Instrument& i) { Measure(i.state, i.sink, i.unit, i.detectors, i.model, i.pumps, i.end).Run(); }});
 }
 
 HRESULT Photometer::StartScan(const ScanRequest* pRequest) {
@@ -245,9 +263,12 @@ HRESULT Photometer::StartScan(const ScanRequest* pRequest) {
   if (const HRESULT result = ValidateScanRequest(pRequest, Params()); result != S_OK) {
     return result;
   }
+  if (!HasScanWavelengths(*pRequest, m_Instrument.model)) {
+    return E_INVALIDARG;
+  }
   return StartProcedure(
       {"ScanProc", E_ACCESSDENIED, [=](GuardedState& state) { state.m_ScanRequest = *pRequest; },
-       [](Instrument& i) { Scan(i.state, i.sink, i.link, i.unit, i.detectors, i.model, i.end).ScanProc(); }});
+       [](Instrument& i) { Scan(i.state, i.sink, i.link, i.unit, i.detectors, i.model, i.pumps, i.end).ScanProc(); }});
 }
 
 HRESULT Photometer::StartHolmiumOxideScan(const HolmiumOxideScanRequest* pRequest) {
@@ -265,8 +286,9 @@ HRESULT Photometer::StartKinetics(const KineticsRequest* pRequest) {
   if (const HRESULT result = ValidateKineticsRequest(pRequest, Params()); result != S_OK) {
     return result;
   }
-  return StartProcedure({"Kinetics", E_FAIL, [=](GuardedState& state) { state.m_KineticsRequest = *pRequest; },
-                         [](Instrument& i) { Kinetics(i.state, i.sink, i.unit, i.detectors, i.model, i.end).Run(); }});
+  return StartProcedure(
+      {"Kinetics", E_FAIL, [=](GuardedState& state) { state.m_KineticsRequest = *pRequest; },
+       [](Instrument& i) { Kinetics(i.state, i.sink, i.unit, i.detectors, i.model, i.pumps, i.end).Run(); }});
 }
 
 HRESULT Photometer::StartTurbidityMeasurement(const TurbidityRequest* pRequest) {
@@ -322,17 +344,5 @@ HRESULT Photometer::StartWaveLengthTest() {
   }
   return result;
 }
-
-// ---- not part of this version ----
-
-LONG Photometer::SetUVLamp(BOOL, DWORD) { return E_FAIL; }
-HRESULT Photometer::ResetExternalPortSettings() { return E_FAIL; }
-void Photometer::SendSipperPing() {}
-void Photometer::RequestSipperRunTime() {}
-void Photometer::RequestSipperData() {}
-HRESULT Photometer::StartFlush(DWORD) { return E_FAIL; }
-HRESULT Photometer::WriteExternalPort(const BYTE*, DWORD) { return E_FAIL; }
-HRESULT Photometer::UpdatePumpParameters(DWORD, DWORD) { return E_FAIL; }
-LONG Photometer::OpenSipperPort() { return 0; }
 
 }  // namespace photometer

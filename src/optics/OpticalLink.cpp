@@ -36,6 +36,9 @@ constexpr DWORD ANSWER_LIMIT = 2000;
 constexpr DWORD STREAM_LIMIT = 15000;
 /// The bytes behind the last point come with it or, at worst, this much later.
 constexpr DWORD STREAM_END_LIMIT = 2000;
+/// Silence that says that no point follows the last one, ms: a unit that sends too many sends one every 2 ms or so, and
+/// the first bytes of one look like the bytes behind the last point.
+constexpr DWORD QUIET_AFTER_STREAM = 5;
 /// Between two looks at a line that another exchange owns, ms.
 constexpr DWORD CLAIM_PAUSE = 1;
 
@@ -332,16 +335,20 @@ OpticalExchange::Arrival OpticalExchange::Wait(const HANDLE* pHandles, DWORD dwC
 
 bool OpticalExchange::Overflowed() const { return m_Link.m_Buffer.Overflowed(); }
 
-void OpticalExchange::TakeStreamEnd(PointStream& stream) {
+PointStream::Verdict OpticalExchange::TakeStreamEnd(PointStream& stream) {
   std::vector<Reading> none;
-  while (!stream.IsEnded()) {
+  PointStream::Verdict verdict = PointStream::Verdict::Complete;
+  while (verdict == PointStream::Verdict::Complete) {
     std::string bytes;
-    const bool bSilent = Receive(bytes, STREAM_END_LIMIT) != Arrival::Data;
-    if (bSilent || stream.Take(bytes, &none) != PointStream::Verdict::Complete) {
-      GiveUp(Backlog::Stream, 0);
-      return;
+    if (Receive(bytes, stream.IsEnded() ? QUIET_AFTER_STREAM : STREAM_END_LIMIT) != Arrival::Data) {
+      break;
     }
+    verdict = stream.Take(bytes, &none);
   }
+  if (verdict != PointStream::Verdict::Complete || !stream.IsEnded()) {
+    GiveUp(Backlog::Stream, 0);
+  }
+  return verdict;
 }
 
 DWORD OpticalExchange::GiveUp(Backlog backlog, DWORD dwResult) {

@@ -136,8 +136,9 @@ class OpticalExchange {
   Arrival ReceiveOrCancel(std::string& reply, DWORD dwMilliseconds = SILENCE_LIMIT);
   /// Bytes were lost since the command was sent.
   [[nodiscard]] bool Overflowed() const;
-  /// Takes in the bytes behind the last point of a complete stream, for at most 2 s.
-  void TakeStreamEnd(PointStream& stream);
+  /// Takes in the bytes behind the last point of a complete stream, for at most 2 s, and what comes on top of them.
+  /// `Complete`; or `Error` or `TooMuch` when the unit goes on.
+  PointStream::Verdict TakeStreamEnd(PointStream& stream);
   /// The answer is not complete: the rest may still come. Returns `dwResult`.
   DWORD GiveUp(Backlog backlog, DWORD dwResult);
 

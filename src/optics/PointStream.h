@@ -32,19 +32,24 @@ class PointStream {
   explicit PointStream(DWORD dwExpected) : m_dwExpected(dwExpected) {}
 
   /// Judges what is there with the new bytes, and appends the whole points to `pPoints`. Of a block that is an error or
-  /// too much, none.
+  /// too much, none. The verdict does not depend on how the bytes were split, but for points that it has given before.
   Verdict Take(std::string_view bytes, std::vector<Reading>* pPoints);
 
   [[nodiscard]] DWORD Received() const { return m_dwReceived; }
   /// Bytes that wait to be judged, after `Take` gave `Error` or `TooMuch`.
   [[nodiscard]] std::size_t WaitingBytes() const { return m_strRest.size(); }
-  /// The bytes behind the last point have come, exactly.
-  [[nodiscard]] bool IsEnded() const { return m_dwReceived == m_dwExpected && m_strRest.size() == END_BYTES; }
+  /// The bytes behind the last point have come.
+  [[nodiscard]] bool IsEnded() const { return m_dwReceived == m_dwExpected && m_strRest.size() >= END_BYTES; }
 
  private:
+  /// The word may begin in one block and end in another, also where a point was decoded in between.
+  bool HoldsError(std::string_view bytes);
+
   DWORD m_dwExpected;
   DWORD m_dwReceived = 0;
   std::string m_strRest;
+  /// Last bytes of the blocks before, in which the word may begin.
+  std::string m_strSearched;
 };
 
 }  // namespace photometer

@@ -1,6 +1,7 @@
 #include "procedures/Kinetics.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include "logging/LogFiles.h"
 #include "optics/InOrder.h"
@@ -27,22 +28,52 @@ HRESULT ValidateKineticsRequest(const KineticsRequest* pRequest, const Photomete
   }
   const double dLowest = params.bUV ? params.UVMin : params.HalogenMin;
   const double wl = pRequest->m_dWavelength;
-  const double dSwitching = pRequest->m_dLampSwitchingPoint;
   const bool bWavelengthFits = wl >= dLowest && wl <= params.HalogenMax;
-  const bool bSwitchingFits = dSwitching >= params.HalogenMin && dSwitching <= params.UVMax;
-  return bWavelengthFits && bSwitchingFits ? S_OK : E_INVALIDARG;
+  return bWavelengthFits && std::isfinite(pRequest->m_dLampSwitchingPoint) ? S_OK : E_INVALIDARG;
 }
 
 void Kinetics::Run() {
   Begin();
-  LONG iResult = SetOptics();
-  if (iResult == 0 && !m_bCanceled) {
+  LONG iResult = 0;
+  const bool bDrawn = DrawSample(&iResult);
+  if (bDrawn) {
+    iResult = SetOptics();
+  }
+  if (bDrawn && iResult == 0 && !m_bCanceled) {
     iResult = RunCycles();
   }
-  if (iResult == 0 && !m_bCanceled) {
+  if (bDrawn && iResult == 0 && !m_bCanceled) {
     m_bCanceled = !m_End.NotifyFinished(m_Request.m_dwRequestId);
   }
   Finish(iResult);
+}
+
+bool Kinetics::DrawSample(LONG* pResult) {
+  if (!m_Pumps.IsPumpInUse()) {
+    return true;
+  }
+  if (!RunPump(pResult)) {
+    CancelSeen();
+    return false;
+  }
+  m_State.Lock()->m_PumpInfo.m_bPumpCycleReported = FALSE;
+  m_Pumps.DelayCountdown(m_Params.DelayTime, m_Request.m_dwRequestId);
+  return !CancelSeen();
+}
+
+bool Kinetics::RunPump(LONG* pResult) {
+  if (m_State.Lock()->m_PumpInfo.m_bPumpCycleReported) {
+    return true;
+  }
+  *pResult = static_cast<LONG>(m_Pumps.SetPump(m_Params.PumpTime, m_Params.PumpParam2));
+  if (*pResult != 0) {
+    return false;
+  }
+  const DWORD dwPump = m_Pumps.Pump(m_Params.PumpTime);
+  if (dwPump != 0) {
+    NKDbgPrintfW("[Kinetics] Pump(), iResult= %d", static_cast<int>(dwPump));
+  }
+  return dwPump == 0;
 }
 
 void Kinetics::Begin() {

@@ -11,6 +11,7 @@
 #include "optics/ShutterReading.h"
 #include "photometer/Records.h"
 #include "procedures/EndSequence.h"
+#include "pumps/Pumps.h"
 #include "state/DeviceState.h"
 #include "state/HostSink.h"
 
@@ -22,14 +23,24 @@ HRESULT ValidateKineticsRequest(const KineticsRequest* pRequest, const Photomete
 class Kinetics {
  public:
   Kinetics(DeviceState& state, HostSink& sink, OpticalUnit& unit, Detectors& detectors, const WavelengthModel& model,
-           EndSequence& end)
-      : m_State(state), m_Sink(sink), m_Unit(unit), m_Detectors(detectors), m_Model(model), m_End(end) {}
+           Pumps& pumps, EndSequence& end)
+      : m_State(state),
+        m_Sink(sink),
+        m_Unit(unit),
+        m_Detectors(detectors),
+        m_Model(model),
+        m_Pumps(pumps),
+        m_End(end) {}
 
   /// Thread procedure.
   void Run();
 
  private:
   void Begin();
+  /// The sample intake, if a pump is in use. False: it ends the run, with `*pResult` as its error.
+  bool DrawSample(LONG* pResult);
+  /// Parameters and cycle of the pump, unless it has run one by itself.
+  bool RunPump(LONG* pResult);
   LONG SetOptics();
   LONG RunCycles();
   /// One cycle. 0, or what ends the run.
@@ -49,6 +60,7 @@ class Kinetics {
   OpticalUnit& m_Unit;
   Detectors& m_Detectors;
   const WavelengthModel& m_Model;
+  Pumps& m_Pumps;
   EndSequence& m_End;
 
   KineticsRequest m_Request{};

@@ -5,6 +5,7 @@
 
 #include "logging/LogFiles.h"
 #include "optics/InOrder.h"
+#include "procedures/PumpAndDelay.h"
 
 namespace photometer {
 
@@ -42,8 +43,12 @@ void Measure::Run() {
   NKDbgPrintfW("[Measure] ----->  [%d] Thread started.", static_cast<int>(m_Request.m_dwRequestId));
   LogPhotometerF(FALSE, "[Measure] [%d] Thread started", static_cast<int>(m_Request.m_dwRequestId));
   m_Sink.NotifyCode(m_Request.m_dwRequestId, NOTIFY_STARTED, 0);
-  LONG iResult = MeasureAll();
-  if (iResult == 0 && !m_bCanceled) {
+  LONG iResult = 0;
+  const bool bDrawn = PumpAndDelay(m_State, m_Sink, m_Pumps).Run(&iResult, &m_bCanceled);
+  if (bDrawn) {
+    iResult = MeasureAll();
+  }
+  if (bDrawn && iResult == 0 && !m_bCanceled) {
     LogPhotometerF(FALSE, "[Measure] delegate action [Photometer_Measurement_Completed]...");
     m_bCanceled = !m_End.NotifyFinished(m_Request.m_dwRequestId);
   }

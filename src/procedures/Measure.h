@@ -11,6 +11,7 @@
 #include "optics/OpticalUnit.h"
 #include "optics/ShutterReading.h"
 #include "procedures/EndSequence.h"
+#include "pumps/Pumps.h"
 #include "state/DeviceState.h"
 #include "state/HostSink.h"
 
@@ -22,8 +23,14 @@ HRESULT ValidateMeasureRequest(const MeasureRequest* pRequest, const PhotometerP
 class Measure {
  public:
   Measure(DeviceState& state, HostSink& sink, OpticalUnit& unit, Detectors& detectors, const WavelengthModel& model,
-          EndSequence& end)
-      : m_State(state), m_Sink(sink), m_Unit(unit), m_Detectors(detectors), m_Model(model), m_End(end) {}
+          Pumps& pumps, EndSequence& end)
+      : m_State(state),
+        m_Sink(sink),
+        m_Unit(unit),
+        m_Detectors(detectors),
+        m_Model(model),
+        m_Pumps(pumps),
+        m_End(end) {}
 
   /// Thread procedure.
   void Run();
@@ -50,6 +57,7 @@ class Measure {
   OpticalUnit& m_Unit;
   Detectors& m_Detectors;
   const WavelengthModel& m_Model;
+  Pumps& m_Pumps;
   EndSequence& m_End;
 
   MeasureRequest m_Request{};

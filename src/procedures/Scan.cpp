@@ -32,12 +32,26 @@ const char* Name(BOOL b) { return b ? "TRUE" : "FALSE"; }
 
 }  // namespace
 
+bool HasScanWavelengths(const ScanRequest& request, const WavelengthModel& model) {
+  std::vector<double> wavelengths;
+  model.GetTableWavelengths(request.m_dStartWavelength, request.m_dEndWavelength, &wavelengths);
+  return !wavelengths.empty() || !model.HasTable();
+}
+
+bool IsPumpStopCode(DWORD dwResult) {
+  return (dwResult >= 512 && dwResult <= 514) || dwResult == 516 || (dwResult >= 612 && dwResult <= 617);
+}
+
 void Scan::ScanProc() {
   LogPhotometerF(TRUE, "[Scan] ----->  Thread started.");
   Plan();
   m_Sink.NotifyCode(m_Request.m_dwRequestId, NOTIFY_STARTED, 0);
-  const LONG iResult = CancelSeen() ? 0 : ScanAll();
-  if (iResult == 0 && !m_bCanceled) {
+  LONG iResult = 0;
+  const bool bDrawn = DrawSample(&iResult);
+  if (bDrawn) {
+    iResult = ScanAll();
+  }
+  if (bDrawn && iResult == 0 && !m_bCanceled) {
     m_bCanceled = !m_End.NotifyFinished(m_Request.m_dwRequestId);
     NoteEnd();
   }
@@ -83,6 +97,12 @@ ScanPositions Scan::Positions() const {
 
 // ---- run ----
 
+bool Scan::DrawSample(LONG* pResult) {
+  const DWORD dwResult = m_Pumps.PumpStep(m_Request.m_dwRequestId);
+  *pResult = IsPumpStopCode(dwResult) ? 0 : static_cast<LONG>(dwResult);
+  return !CancelSeen() && dwResult == 0;
+}
+
 LONG Scan::ScanAll() {
   if (const LONG iResult = MoveToStart(); iResult != 0) {
     return iResult;
@@ -110,6 +130,9 @@ LONG Scan::MoveToStart() {
 LONG Scan::ScanSegmentOf(std::size_t nIndex) {
   const ScanSegment& segment = m_Plan.segments[nIndex];
   LogSegment(nIndex);
+  if (CancelSeen()) {
+    return 0;
+  }
   if (const LONG iResult = SetOptics(segment); iResult != 0 || CancelSeen()) {
     return iResult;
   }
@@ -178,6 +201,9 @@ LONG Scan::CollectPoints(OpticalExchange& exchange, DWORD dwExpected) {
     points.clear();
     PointStream::Verdict verdict = stream.Take(bytes, &points);
     verdict = exchange.Overflowed() ? PointStream::Verdict::TooMuch : verdict;
+    if (verdict == PointStream::Verdict::Complete) {
+      verdict = exchange.TakeStreamEnd(stream);
+    }
     if (verdict == PointStream::Verdict::Error || verdict == PointStream::Verdict::TooMuch) {
       return static_cast<LONG>(
           exchange.GiveUp(Backlog::Stream, static_cast<DWORD>(Reject(verdict, stream, dwExpected))));
@@ -186,7 +212,6 @@ LONG Scan::CollectPoints(OpticalExchange& exchange, DWORD dwExpected) {
       AppendPoint(reading);
     }
     if (verdict == PointStream::Verdict::Complete) {
-      exchange.TakeStreamEnd(stream);
       return 0;
     }
     DeliverBatch();
@@ -278,8 +303,10 @@ bool Scan::CancelSeen() {
 void Scan::Finish(LONG iResult) {
   iResult = iResult != 0 ? iResult : m_iCancelResult;
   m_End.Report("ScanProc", iResult);
-  NKDbgPrintfW("[Scan]  Exit: iResult= %d, bCancel= %s", iResult, Name(m_bCanceled));
+  const auto isCancelled = [&] { return m_bCanceled || (iResult != 0 && m_State.IsCancelled()); };
+  NKDbgPrintfW("[Scan]  Exit: iResult= %d, bCancel= %s", iResult, Name(isCancelled()));
   m_End.MakeSafe();
+  m_bCanceled = isCancelled();
   if (m_bCanceled) {
     m_State.Lock()->m_Cache[CacheEntry::MonochromatorPosition] = 0;  // no position: the next move is sent
     m_End.NotifyCancelled(m_Request.m_dwRequestId);

@@ -17,16 +17,30 @@
 #include "photometer/Records.h"
 #include "procedures/EndSequence.h"
 #include "procedures/ScanPlan.h"
+#include "pumps/Pumps.h"
 #include "state/DeviceState.h"
 #include "state/HostSink.h"
 
 namespace photometer {
 
+/// False: the table has no wavelength for the range, since its wavelengths do not rise. True without a table.
+bool HasScanWavelengths(const ScanRequest& request, const WavelengthModel& model);
+
+/// A pump cycle ended early: the scan ends without an error of its own.
+bool IsPumpStopCode(DWORD dwResult);
+
 class Scan {
  public:
   Scan(DeviceState& state, HostSink& sink, OpticalLink& link, OpticalUnit& unit, Detectors& detectors,
-       const WavelengthModel& model, EndSequence& end)
-      : m_State(state), m_Sink(sink), m_Link(link), m_Unit(unit), m_Detectors(detectors), m_Model(model), m_End(end) {}
+       const WavelengthModel& model, Pumps& pumps, EndSequence& end)
+      : m_State(state),
+        m_Sink(sink),
+        m_Link(link),
+        m_Unit(unit),
+        m_Detectors(detectors),
+        m_Model(model),
+        m_Pumps(pumps),
+        m_End(end) {}
 
   /// Thread procedure.
   void ScanProc();
@@ -36,6 +50,8 @@ class Scan {
   /// The table's wavelengths of the request, and a little more at both ends where a point would be missing.
   void BuildWavelengths();
   ScanPositions Positions() const;
+  /// The pump step. False: it ends the run, with `*pResult` as its error.
+  bool DrawSample(LONG* pResult);
   LONG ScanAll();
   LONG MoveToStart();
   LONG ScanSegmentOf(std::size_t nIndex);
@@ -60,6 +76,7 @@ class Scan {
   OpticalUnit& m_Unit;
   Detectors& m_Detectors;
   const WavelengthModel& m_Model;
+  Pumps& m_Pumps;
   EndSequence& m_End;
 
   ScanRequest m_Request{};
