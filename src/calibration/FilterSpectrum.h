@@ -35,8 +35,9 @@ class FilterSpectrum {
       : m_State(state), m_Sink(sink), m_Unit(unit), m_Detectors(detectors), m_Model(model), m_Cuvette(cuvette) {}
 
   /// Records the spectrum over the range of `m_iScanRangeMode` and `m_ScanRange`, and appends to both lists; nothing is
-  /// appended when it fails. 0; 1000 when cancelled; 2000 for an unknown mode; 3000 when a cuvette is in the well and
-  /// `bIgnoreCuvette` is 0; or the number of the command that failed, whose name stays the last command.
+  /// appended after a cancel or a command that failed, and a part or all of it when a cuvette came behind the last
+  /// pass. 0; 1000 when cancelled; 2000 for an unknown mode; 3000 when a cuvette is in the well and `bIgnoreCuvette` is
+  /// 0; or the number of the command that failed, whose name stays the last command.
   DWORD MeasureFilterSpectrum(std::vector<double>* pWavelengths, std::vector<double>* pAbsorbances, DWORD dwAttempt,
                               BOOL bIgnoreCuvette);
 

@@ -87,7 +87,6 @@ DWORD HolmiumOxideScan::PreparePass(Reading* pDark) {
 }
 
 LONG HolmiumOxideScan::StreamFilterPass() {
-  m_State.SetLastCommand("Scan");
   const LONG iResult = CollectPoints();
   if (iResult != 0) {
     m_State.Lock()->m_Cache[CacheEntry::MonochromatorPosition] = UNKNOWN;  // where it stands now, nobody knows

@@ -192,7 +192,7 @@ TEST(HolmiumOxideScan, PointsInTheBatchesInWhichTheyArrive) {
     EXPECT_FALSE(scan.GetOptics().state.Lock()->m_Status.bBusy);
     if (!bFinished) {
       const int iError = std::stoi(c.expected.back().substr(11));
-      EXPECT_EQ(ErrorRecords(scan.GetWorld(), "HolmiumOxideScan", "Scan", iError), 1U);
+      EXPECT_EQ(ErrorRecords(scan.GetWorld(), "HolmiumOxideScan", "SetADSpeed", iError), 1U);
     }
   }
 }
@@ -230,7 +230,7 @@ TEST(HolmiumOxideScan, ScanCommandThatCannotBeWritten) {
   scan.Run({});
   EXPECT_EQ(scan.GetCalls(), Calls{"OnError(0, 305)"});
   EXPECT_EQ(scan.Position(), UNKNOWN);
-  EXPECT_EQ(ErrorRecords(scan.GetWorld(), "HolmiumOxideScan", "Scan", 305), 1U);
+  EXPECT_EQ(ErrorRecords(scan.GetWorld(), "HolmiumOxideScan", "SetADSpeed", 305), 1U);
 }
 
 TEST(HolmiumOxideScan, OpenPassThatFails) {

