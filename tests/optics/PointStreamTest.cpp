@@ -1,0 +1,125 @@
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "optics/PointStream.h"
+#include "support/Optics.h"
+
+namespace photometer::tests {
+namespace {
+
+using Verdict = PointStream::Verdict;
+
+constexpr DWORD POINTS = 40;
+
+DWORD SampleOf(DWORD n) { return 0xFF0000 + n; }
+DWORD ReferenceOf(DWORD n) { return n * 0x10101; }
+
+/// So many points that differ, and the bytes behind the last one.
+std::string Stream(DWORD dwPoints, const std::string& strEnd) {
+  std::string bytes;
+  for (DWORD n = 0; n < dwPoints; ++n) {
+    bytes += Bytes24(SampleOf(n)) + Bytes24(ReferenceOf(n));
+  }
+  return bytes + strEnd;
+}
+
+void ExpectPoints(const std::vector<Reading>& points, DWORD dwCount) {
+  ASSERT_EQ(points.size(), dwCount);
+  for (DWORD n = 0; n < dwCount; ++n) {
+    ASSERT_EQ(points[n].dSample, SampleOf(n)) << n;
+    ASSERT_EQ(points[n].dReference, ReferenceOf(n)) << n;
+  }
+}
+
+/// Gives the bytes in pieces of `nPiece`, up to the first verdict that is an end, or to the end of the bytes.
+Verdict Feed(PointStream& stream, std::string_view bytes, std::size_t nPiece, std::vector<Reading>* pPoints) {
+  Verdict verdict = Verdict::Going;
+  for (std::size_t n = 0; n < bytes.size() && (verdict == Verdict::Going || verdict == Verdict::Complete);
+       n += nPiece) {
+    verdict = stream.Take(bytes.substr(n, nPiece), pPoints);
+  }
+  return verdict;
+}
+
+TEST(PointStream, PiecesOfAllSizes) {
+  const std::string bytes = Stream(POINTS, "ok\r");
+  for (std::size_t nPiece = 1; nPiece <= bytes.size(); ++nPiece) {
+    SCOPED_TRACE(nPiece);
+    PointStream stream(POINTS);
+    std::vector<Reading> points;
+    EXPECT_EQ(Feed(stream, bytes, nPiece, &points), Verdict::Complete);
+    EXPECT_TRUE(stream.IsEnded());
+    ExpectPoints(points, POINTS);
+  }
+}
+
+TEST(PointStream, RestOfAPointWaits) {
+  PointStream stream(3);
+  std::vector<Reading> points;
+  const std::string bytes = Stream(3, "");
+  EXPECT_EQ(stream.Take(std::string_view(bytes).substr(0, 5), &points), Verdict::Going);
+  EXPECT_TRUE(points.empty());
+  EXPECT_EQ(stream.Take(std::string_view(bytes).substr(5, 7), &points), Verdict::Going);
+  ExpectPoints(points, 2);
+  EXPECT_EQ(stream.Take(std::string_view(bytes).substr(12), &points), Verdict::Complete);
+  ExpectPoints(points, 3);
+}
+
+TEST(PointStream, BytesBehindTheLastPoint) {
+  PointStream stream(2);
+  std::vector<Reading> points;
+  EXPECT_EQ(stream.Take(Stream(2, ""), &points), Verdict::Complete);
+  for (const char byte : std::string("ok")) {
+    EXPECT_EQ(stream.Take({&byte, 1}, &points), Verdict::Complete);
+    EXPECT_FALSE(stream.IsEnded());
+  }
+  EXPECT_EQ(stream.Take("\r", &points), Verdict::Complete);
+  EXPECT_TRUE(stream.IsEnded());
+  EXPECT_EQ(stream.Take("\n", &points), Verdict::Complete) << "not yet a point";
+  EXPECT_EQ(points.size(), 2U);
+}
+
+TEST(PointStream, ErrorHoweverItIsSplit) {
+  const std::pair<const char*, std::string> cases[] = {
+      {"at once", "error\r\n"},
+      {"behind points", Stream(5, "error\r\n")},
+      {"in the middle of a point", Stream(5, "\x01\x02\x03") + "error\r\n"},
+      {"behind the last point", Stream(POINTS, "error\r\n")},
+  };
+  for (const auto& [what, bytes] : cases) {
+    for (std::size_t nPiece = 1; nPiece <= bytes.size(); ++nPiece) {
+      PointStream stream(POINTS);
+      std::vector<Reading> points;
+      EXPECT_EQ(Feed(stream, bytes, nPiece, &points), Verdict::Error) << what << " in pieces of " << nPiece;
+    }
+  }
+}
+
+TEST(PointStream, TooMuchHoweverItIsSplit) {
+  const std::string bytes = Stream(POINTS + 1, "ok\r");
+  for (std::size_t nPiece = 1; nPiece <= bytes.size(); ++nPiece) {
+    SCOPED_TRACE(nPiece);
+    PointStream stream(POINTS);
+    std::vector<Reading> points;
+    EXPECT_EQ(Feed(stream, bytes, nPiece, &points), Verdict::TooMuch);
+    // Of the block that is too much, no point is given.
+    ExpectPoints(points, stream.Received());
+    EXPECT_GT(stream.WaitingBytes() / READING_BYTES, POINTS - stream.Received());
+  }
+}
+
+TEST(PointStream, ValuesHaveNoSign) {
+  PointStream stream(2);
+  std::vector<Reading> points;
+  EXPECT_EQ(stream.Take(Readings(0xFFFFFF, 0x800000, 1) + Readings(0, 256, 1), &points), Verdict::Complete);
+  EXPECT_EQ(points[0].dSample, 16777215.0);
+  EXPECT_EQ(points[0].dReference, 8388608.0);
+  EXPECT_EQ(points[1].dSample, 0.0);
+  EXPECT_EQ(points[1].dReference, 256.0);
+}
+
+}  // namespace
+}  // namespace photometer::tests

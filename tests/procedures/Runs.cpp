@@ -1,0 +1,166 @@
+#include "Runs.h"
+
+#include <algorithm>
+#include <memory>
+#include <utility>
+
+#include <gtest/gtest.h>
+
+#include "platform/Platform.h"
+
+namespace photometer::tests {
+
+namespace {
+
+using platform::FormatText;
+using platform::Policy;
+using platform::Sleep;
+
+constexpr DWORD FINISHED = 17;
+constexpr DWORD CANCELLED = 18;
+/// Between two looks at the device, and the longest that a run takes, ms.
+constexpr DWORD LOOK_PERIOD = 20;
+constexpr DWORD LONGEST_RUN = 7'200'000;
+/// By which two noisy values may differ, as a share of them.
+constexpr double NOISE = 0.02;
+/// On top of it for a turbidity, counts: five standard deviations.
+constexpr double TURBIDITY_NOISE = 40.0;
+
+WorldOptions Options(Policy policy, std::uint64_t nSeed) {
+  WorldOptions options;
+  options.board.seed = nSeed;
+  options.board.policy = policy;
+  return options;
+}
+
+/// What a run delivers, and its number of scheduling points.
+MeasureValues RunUndisturbed(const Start& start, Policy policy, std::uint64_t* pPoints) {
+  ReadyDevice device(Options(policy, 1));
+  const std::uint64_t nFirst = device.world.board.Points();
+  const MeasureValues values = device.Run(start);
+  *pPoints = device.world.board.Points() - nFirst;
+  EXPECT_EQ(device.Notified(FINISHED), 1U);
+  return values;
+}
+
+/// One run that is cancelled at a scheduling point, and the run after it.
+void CancelAt(const Start& start, Policy policy, std::uint64_t nPoint, const MeasureValues& expected) {
+  ReadyDevice device(Options(policy, nPoint));
+  HRESULT cancelled = E_FAIL;
+  bool bDone = false;
+  device.world.board.RunAtPoint(device.world.board.Points() + nPoint, "host", [&] {
+    cancelled = device->CancelMeasurement();
+    bDone = true;
+  });
+  MeasureValues values = device.Run(start);
+  while (!bDone) {
+    Sleep(LOOK_PERIOD);
+  }
+  const std::size_t nFinished = device.Notified(FINISHED);
+  EXPECT_EQ(nFinished + device.Notified(CANCELLED), 1U);
+  EXPECT_TRUE(nFinished == 1 || cancelled == S_OK);
+  device.ExpectDark();
+  ASSERT_LE(values.size(), expected.size());
+  EXPECT_TRUE(nFinished == 0 || values.size() == expected.size());
+  ExpectSameValues(values, {expected.begin(), expected.begin() + static_cast<std::ptrdiff_t>(values.size())});
+  ExpectSameValues(device.Run(start), expected);
+  EXPECT_EQ(device.Notified(FINISHED), nFinished + 1);
+  EXPECT_TRUE(device.Errors().empty());
+}
+
+}  // namespace
+
+ReadyDevice::ReadyDevice(WorldOptions options) : world(std::move(options)) {
+  m_Device.emplace(world);
+  EXPECT_TRUE(m_Device->StartUp());
+}
+
+ReadyDevice::~ReadyDevice() {
+  m_Device->Close();
+  world.ExpectClean();
+}
+
+MeasureValues ReadyDevice::Run(const Start& start) {
+  const std::size_t nBefore = world.sink.Results().size();
+  EXPECT_EQ(start(*m_Device->operator->()), S_OK);
+  EXPECT_TRUE(WaitForEnd());
+  EXPECT_FALSE((*m_Device)->GetStatus().bCancel);
+  const MeasureValues values = world.sink.Results();
+  return {values.begin() + static_cast<std::ptrdiff_t>(nBefore), values.end()};
+}
+
+bool ReadyDevice::WaitForEnd() const {
+  for (DWORD dwWaited = 0; dwWaited < LONGEST_RUN; dwWaited += LOOK_PERIOD) {
+    if ((*m_Device)->GetStatus().bBusy == 0) {
+      return true;
+    }
+    Sleep(LOOK_PERIOD);
+  }
+  return false;
+}
+
+void ReadyDevice::AtValue(std::size_t n, std::function<void()> action) {
+  const std::size_t nWanted = world.sink.Results().size() + n;
+  world.sink.On("OnResult", [this, nWanted, bDone = std::make_shared<bool>(false), action = std::move(action)] {
+    if (!*bDone && world.sink.Results().size() >= nWanted) {
+      *bDone = true;
+      action();
+    }
+  });
+}
+
+void ReadyDevice::Restart() {
+  EXPECT_EQ((*m_Device)->Shutdown(), S_OK);
+  EXPECT_TRUE(m_Device->StartUp());
+}
+
+std::size_t ReadyDevice::Notified(DWORD dwCode) const {
+  return world.sink.Count(FormatText(100, "OnNotify(%u, %u, 100)", RUN_ID, dwCode));
+}
+
+std::vector<std::string> ReadyDevice::Errors() const {
+  std::vector<std::string> errors = world.sink.Calls();
+  std::erase_if(errors, [](const std::string& call) { return !call.starts_with("OnError"); });
+  return errors;
+}
+
+void ReadyDevice::ExpectDark() {
+  while (!world.unit.IsIdle()) {
+    Sleep(LOOK_PERIOD);
+  }
+  const simulator::OpticalUnitState state = world.unit.State();
+  EXPECT_EQ(state.halogen, 0);
+  EXPECT_EQ(state.mirror, 0);
+}
+
+void ExpectSameValues(const MeasureValues& actual, const MeasureValues& expected) {
+  ASSERT_EQ(actual.size(), expected.size());
+  for (std::size_t i = 0; i < actual.size(); ++i) {
+    const MeasureValue& a = actual[i];
+    const MeasureValue& e = expected[i];
+    ASSERT_EQ(a.dwTag, e.dwTag) << i;
+    ASSERT_EQ(a.dwPosition, e.dwPosition) << i;
+    ASSERT_EQ(a.dWavelength, e.dWavelength) << i;
+    ASSERT_EQ(a.iCuvetteSize, e.iCuvetteSize) << i;
+    // The lamp's brightness depends on when it was lit; the ratio of the channels does not.
+    const double dRatio = e.dValue / e.dValueRef;
+    ASSERT_NEAR(a.dValue / a.dValueRef, dRatio, NOISE * dRatio) << i;
+    ASSERT_NEAR(a.dTurbidity, e.dTurbidity, e.dTurbidity > 0.0 ? TURBIDITY_NOISE + NOISE * e.dTurbidity : 0.0) << i;
+  }
+}
+
+void ExpectCancellable(const Start& start, std::uint64_t nRuns) {
+  for (const Policy policy : {Policy::FirstCome, Policy::Random}) {
+    std::uint64_t nPoints = 0;
+    const MeasureValues expected = RunUndisturbed(start, policy, &nPoints);
+    for (std::uint64_t n = 0; n < nRuns; ++n) {
+      const std::uint64_t nPoint = 1 + nPoints * n / nRuns;
+      SCOPED_TRACE((policy == Policy::Random ? "random, point " : "point ") + std::to_string(nPoint) + " of " +
+                   std::to_string(nPoints));
+      CancelAt(start, policy, nPoint, expected);
+      ASSERT_FALSE(testing::Test::HasFailure());
+    }
+  }
+}
+
+}  // namespace photometer::tests
