@@ -111,13 +111,15 @@ LONG HolmiumOxideScan::CollectPoints() {
     }
     points.clear();
     verdict = exchange.Overflowed() ? PointStream::Verdict::TooMuch : stream.Take(bytes, &points);
+    if (verdict == PointStream::Verdict::Complete) {
+      verdict = exchange.TakeStreamEnd(stream);
+    }
     if (verdict == PointStream::Verdict::Error || verdict == PointStream::Verdict::TooMuch) {
       const LONG iResult = verdict == PointStream::Verdict::Error ? UNIT_ERROR : TOO_MUCH_DATA;
       return static_cast<LONG>(exchange.GiveUp(Backlog::Stream, static_cast<DWORD>(iResult)));
     }
     Deliver(points);
   }
-  exchange.TakeStreamEnd(stream);
   return 0;
 }
 

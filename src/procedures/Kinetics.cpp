@@ -101,7 +101,7 @@ LONG Kinetics::SetOptics() {
 }
 
 LONG Kinetics::RunCycles() {
-  m_dwStartTick = m_dwCycleTick = GetTickCount();
+  m_dwStartTick = m_dwCycleTick = m_dwDueTick = GetTickCount();
   const std::uint64_t nDuration = m_Request.m_dwDuration * MS_PER_MINUTE;
   for (m_dwCycle = 0;; ++m_dwCycle) {
     if (const LONG iResult = RunCycle(); iResult != 0 || m_bCanceled) {
@@ -141,7 +141,7 @@ LONG Kinetics::RunCycle() {
 
 bool Kinetics::WaitForCycle() {
   const std::uint64_t nInterval = m_Request.m_dwInterval * MS_PER_SECOND;
-  const DWORD dwElapsed = GetTickCount() - m_dwCycleTick;
+  const DWORD dwElapsed = GetTickCount() - m_dwDueTick;
   // Longer than the tick counter can tell is for ever: no interval reaches the wait's own "without end".
   const std::uint64_t nRest = nInterval > dwElapsed ? nInterval - dwElapsed : 0;
   const auto dwRest = static_cast<DWORD>(std::min<std::uint64_t>(nRest, INFINITE - 1));
@@ -151,6 +151,7 @@ bool Kinetics::WaitForCycle() {
     return false;
   }
   m_dwCycleTick = GetTickCount();
+  m_dwDueTick = dwRest > 0 ? m_dwDueTick + static_cast<DWORD>(nInterval) : m_dwCycleTick;
   return true;
 }
 

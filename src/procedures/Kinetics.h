@@ -70,6 +70,8 @@ class Kinetics {
   DWORD m_dwCycle = 0;
   DWORD m_dwStartTick = 0;
   DWORD m_dwCycleTick = 0;
+  /// When the cycle was to start: a wait that ended late delays one cycle, and not all that follow.
+  DWORD m_dwDueTick = 0;
   bool m_bCanceled = false;
 };
 

@@ -128,7 +128,6 @@ TEST(Kinetics, WireOfARun) {
     const MeasureValues values = device.Run(KineticsOf(Request(0, 10, c.dWavelength)));
     Texts expected = c.setUp;
     expected.insert(expected.end(), c.cycle.begin(), c.cycle.end());
-    // The shutter is open already in every cycle but, perhaps, the first.
     expected.insert(expected.end(), c.cycle.begin(), c.cycle.end());
     expected.emplace_back("$r0");
     Texts written = device.world.Written();

@@ -409,6 +409,12 @@ std::vector<FailureCase> FailureCases() {
        "[Scan] Timeout: received 61 pts, 62 expected\n", BOTH_POINTS - 1, BOTH_POINTS - 1},
       {"one point too many", InTheSecond({.kind = FaultKind::SurplusPoints, .count = 1}), 323,
        "[Scan] Too much data: ", BOTH_POINTS - 2, BOTH_POINTS - 1},
+      {"one point too many, whose first half looks like the end",
+       [](ReadyDevice& device) {
+         InTheSecond({.kind = FaultKind::SurplusPoints, .count = 1})(device);
+         InTheSecond({.kind = FaultKind::Split, .delay = 3'000, .count = 62 * READING_BYTES + 3})(device);
+       },
+       323, "[Scan] Too much data: ", BOTH_POINTS - 2, BOTH_POINTS - 1},
       {"many points too many", InTheSecond({.kind = FaultKind::SurplusPoints, .count = 100}), 323,
        "[Scan] Too much data: ", BOTH_POINTS - 2, BOTH_POINTS - 1},
       {"answers error", InTheSecond({.kind = FaultKind::Error}), 324, "[Scan] received 'error' \n", FIRST_POINTS,
