@@ -15,9 +15,6 @@ constexpr std::uint64_t SECONDS_PER_MINUTE = 60;
 /// A lamp's seconds are written in portions: the registry must not be written every second.
 constexpr DWORD LAMP_PORTION = 30;
 
-constexpr LONG ZQ_410_MODE = 1;
-constexpr LONG ZQ_420_MODE = 2;
-
 /// Whole seconds since a tick. The stored tick is older than the clock: differences survive the counter's wrap.
 DWORD SecondsSince(DWORD dwTick) { return (GetTickCount() - dwTick) / MS_PER_SECOND; }
 
@@ -144,9 +141,9 @@ void Timer::SupervisePump() {
     iMode = state->m_PumpInfo.m_iOperatingMode;
     bDetected = state->m_Status.bSipperDetected;
   }
-  if (iMode == ZQ_410_MODE && bDetected) {
+  if (iMode == MODE_ZQ_410 && bDetected) {
     m_ExternalPort.SuperviseZQ410();
-  } else if (iMode == ZQ_420_MODE) {
+  } else if (iMode == MODE_ZQ_420) {
     m_SipperPort.SuperviseZQ420();
   }
 }

@@ -5,9 +5,6 @@
 /// access happens with the lock held.
 #pragma once
 
-#include <string>
-#include <vector>
-
 #include "procedures/UVLamp.h"
 #include "pumps/ExternalPort.h"
 #include "pumps/SipperPort.h"
@@ -33,7 +30,7 @@ class Timer {
   };
   /// Seconds that a lamp has burnt and that are not in its counter yet.
   struct LampCount {
-    const char16_t* name;
+    const char16_t* name = nullptr;
     DWORD dwSeconds = 0;
     /// To be added to the counter in this tick.
     DWORD dwDue = 0;

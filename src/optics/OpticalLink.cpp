@@ -180,7 +180,11 @@ void OpticalLink::SwitchOff() {
 
 void OpticalLink::HandleInstrumentError(DWORD dwError) {
   SwitchOff();
-  m_State.Lock()->m_Cache.ForgetAfterError();
+  {
+    const auto state = m_State.Lock();
+    state->m_Cache.ForgetAfterError();
+    state->EndUVSession();
+  }
   m_Sink.Notify([dwError](IPhotometerSink& sink) { sink.OnError(0, dwError); });
 }
 
@@ -211,7 +215,7 @@ std::vector<std::string> OpticalLink::TakeWaiting(bool bReleaseIfNone) {
 BOOL OpticalLink::WriteAll(const std::vector<std::string>& waiting) {
   BOOL bWritten = TRUE;
   for (const std::string& bytes : waiting) {
-    bWritten = WriteOpticalRaw(bytes) && bWritten;
+    bWritten = WriteOpticalRaw(bytes);
   }
   return bWritten;
 }
@@ -219,7 +223,7 @@ BOOL OpticalLink::WriteAll(const std::vector<std::string>& waiting) {
 BOOL OpticalLink::ReleaseClaim() {
   BOOL bWritten = TRUE;
   for (auto waiting = TakeWaiting(true); !waiting.empty(); waiting = TakeWaiting(true)) {
-    bWritten = WriteAll(waiting) && bWritten;
+    bWritten = WriteAll(waiting);
   }
   return bWritten;
 }

@@ -69,13 +69,14 @@ class OpticalLink {
   /// Writes with one write call, at once or right after the running exchange. False: the write failed.
   BOOL WriteBetweenExchanges(std::string_view bytes);
   /// The same in two steps, for those who decide with the state lock held: from `Enqueue` on, the bytes go out before
-  /// any other command; `SendWaiting`, without the lock, sends them unless an exchange that runs will.
+  /// any other command; `SendWaiting`, without the lock, sends them unless an exchange that runs will. False: the last
+  /// write failed.
   void Enqueue(std::string_view bytes);
   BOOL SendWaiting();
   /// Tells the unit to park the mirror and to switch lamps and fan off, at once.
   void SwitchOff();
-  /// What every procedure does that ends with an instrument error: switches off, forgets what the unit was set to,
-  /// and tells the host. The sink lock, after the state lock.
+  /// What every procedure does that ends with an instrument error: switches off, forgets what the unit was set to, ends
+  /// the deuterium lamp's session, and tells the host. The sink lock, after the state lock.
   void HandleInstrumentError(DWORD dwError);
 
  private:
@@ -93,8 +94,9 @@ class OpticalLink {
   bool Claim();
   /// Takes what waits for the line; with nothing there, gives the line back if asked to.
   std::vector<std::string> TakeWaiting(bool bReleaseIfNone);
+  /// False: the last write failed.
   BOOL WriteAll(const std::vector<std::string>& waiting);
-  /// Sends what waited and gives the line back. False: a write failed.
+  /// Sends what waited and gives the line back. False: the last write failed.
   BOOL ReleaseClaim();
   /// Lets everything that is still on its way arrive, and drops it.
   void DrainBacklog(ExchangeKind kind);

@@ -154,28 +154,52 @@ DWORD OpticalUnit::SendAlways(const OpticalCommand& command) {
 
 DWORD OpticalUnit::SetDeuteriumLamp(BOOL bOn) {
   m_State.SetLastCommand("SetDeuteriumLamp");
-  if (m_State.Lock()->m_Cache[CacheEntry::UVLamp] == Flag(bOn)) {
-    return 0;
+  DWORD dwSwitchOffs = 0;
+  {
+    const auto state = m_State.Lock();
+    if (state->m_Cache[CacheEntry::UVLamp] == Flag(bOn)) {
+      return 0;
+    }
+    dwSwitchOffs = state->m_dwUVLampSwitchOffs;
   }
+  return AnnounceDeuteriumLamp(bOn, dwSwitchOffs);
+}
+
+DWORD OpticalUnit::LightDeuteriumLamp(DWORD dwSwitchOffs) {
+  m_State.SetLastCommand("SetDeuteriumLamp");
+  {
+    const auto state = m_State.Lock();
+    if (WasSwitchedOff(dwSwitchOffs)) {
+      return LAMP_NOT_LIT;
+    }
+    if (state->m_Cache[CacheEntry::UVLamp] == 1) {
+      return 0;
+    }
+  }
+  return AnnounceDeuteriumLamp(TRUE, dwSwitchOffs);
+}
+
+DWORD OpticalUnit::AnnounceDeuteriumLamp(BOOL bOn, DWORD dwSwitchOffs) {
   m_Sink.Notify([](IPhotometerSink& sink) { sink.OnLampSwitching(TRUE); });
-  const DWORD dwResult = SwitchDeuteriumLamp(bOn);
+  const DWORD dwResult = SwitchDeuteriumLamp(bOn, dwSwitchOffs);
   m_Sink.Notify([](IPhotometerSink& sink) { sink.OnLampSwitching(FALSE); });
   return dwResult;
 }
 
-DWORD OpticalUnit::SwitchDeuteriumLamp(BOOL bOn) {
+DWORD OpticalUnit::SwitchDeuteriumLamp(BOOL bOn, DWORD dwSwitchOffs) {
   m_State.SetLastCommand("_SetDeuteriumLamp");
   const LONG iSpeed = m_State.Lock()->m_Cache[CacheEntry::MonochromatorSpeed];
   if (iSpeed != MOVE_SPEED && SetMonochromatorSpeed(MOVE_SPEED) != 0) {
     return LAMP_NOT_LIT;
   }
-  if (const DWORD dwResult = bOn ? SwitchDeuteriumLampOn() : SwitchDeuteriumLampOff(); dwResult != 0) {
+  const DWORD dwResult = bOn ? SwitchDeuteriumLampOn(dwSwitchOffs) : SwitchDeuteriumLampOff();
+  if (dwResult != 0) {
     return dwResult;
   }
   // A speed that was not known before cannot be put back.
   if (iSpeed != MOVE_SPEED && iSpeed != UNKNOWN) {
-    if (const DWORD dwResult = SetMonochromatorSpeed(static_cast<DWORD>(iSpeed)); dwResult != 0) {
-      return dwResult;
+    if (const DWORD dwCause = SetMonochromatorSpeed(static_cast<DWORD>(iSpeed)); dwCause != 0) {
+      return dwCause;
     }
   }
   const DWORD dwNow = GetTickCount();
@@ -188,12 +212,13 @@ DWORD OpticalUnit::SwitchDeuteriumLampOff() {
     return dwResult;
   }
   SetFan(0);
-  m_State.Lock()->m_Cache[CacheEntry::UVLamp] = 0;
+  const auto state = m_State.Lock();
+  state->m_Cache[CacheEntry::UVLamp] = 0;
+  state->EndUVSession();
   return 0;
 }
 
-DWORD OpticalUnit::SwitchDeuteriumLampOn() {
-  const DWORD dwSwitchOffs = m_State.Lock()->m_dwUVLampSwitchOffs;
+DWORD OpticalUnit::SwitchDeuteriumLampOn(DWORD dwSwitchOffs) {
   WarmUpPosition position;
   if (const DWORD dwResult = MoveToLampPosition(position); dwResult != 0) {
     return dwResult;

@@ -40,6 +40,9 @@ class OpticalUnit {
   /// lit. The host hears `OnLampSwitching` and `OnWarmUpCountdown`. 0; 72 to 75; 77 when it did not light, or was
   /// switched off during the warm-up; or the number of another command.
   DWORD SetDeuteriumLamp(BOOL bOn);
+  /// Switches it on for a caller who was asked to earlier, when the count of switch-offs was `dwSwitchOffs`: 77 when
+  /// the lamp has been switched off since, else as `SetDeuteriumLamp`.
+  DWORD LightDeuteriumLamp(DWORD dwSwitchOffs);
   /// Seeks the monochromator's home position. 0 or 82 to 85. Without an answer the position is unknown.
   DWORD SetHomePosition();
   /// Speed of the converter, 0 to 9. 0 or 91 to 95.
@@ -74,10 +77,12 @@ class OpticalUnit {
   /// After a move that was not answered nobody knows the position, and the next move has to be sent. Returns
   /// `dwResult`.
   DWORD ForgetPositionUnlessAnswered(const OpticalCommand& command, DWORD dwResult);
-  /// The body of `SetDeuteriumLamp`, with the monochromator at its fast speed before and after.
-  DWORD SwitchDeuteriumLamp(BOOL bOn);
+  /// The switching itself, with the host told before and after.
+  DWORD AnnounceDeuteriumLamp(BOOL bOn, DWORD dwSwitchOffs);
+  /// With the monochromator at its fast speed before and after.
+  DWORD SwitchDeuteriumLamp(BOOL bOn, DWORD dwSwitchOffs);
   DWORD SwitchDeuteriumLampOff();
-  DWORD SwitchDeuteriumLampOn();
+  DWORD SwitchDeuteriumLampOn(DWORD dwSwitchOffs);
   DWORD SendLampCommand(BOOL bOn);
   DWORD MoveToLampPosition(WarmUpPosition& position);
   /// From the lamp command on: waits, looks for the light, and switches the fan on.

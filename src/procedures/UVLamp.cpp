@@ -57,7 +57,7 @@ void UVLamp::ClaimSwitchOff() {
   const auto state = m_State.Lock();
   state->m_Cache[CacheEntry::UVLamp] = 0;
   state->m_Cache[CacheEntry::Fan] = 0;
-  static_cast<UVSession&>(*state) = {};
+  state->EndUVSession();
   ++state->m_dwUVLampSwitchOffs;
   m_Link.Enqueue("$d0\r");
   m_Link.Enqueue("$f0\r");

@@ -21,20 +21,21 @@ HRESULT WarmUp::StartWarmUp() {
   state->m_Status.bBusy = TRUE;
   state->m_Status.bCancel = FALSE;
   ResetEvent(m_State.CancelEvent());
-  ResetEvent(m_State.WarmUpDoneEvent());
-  if (!m_Threads.Start("WarmUpProc", [this] { WarmUpProc(); })) {
+  if (!m_Threads.Start("WarmUpProc", [this, n = state->m_dwUVLampSwitchOffs] { WarmUpProc(n); })) {
     state->m_Status.bBusy = FALSE;
     return E_FAIL;
   }
+  ResetEvent(m_State.WarmUpDoneEvent());  // the thread signals it after it has taken the lock
   return S_OK;
 }
 
-void WarmUp::WarmUpProc() {
+void WarmUp::WarmUpProc(DWORD dwSwitchOffs) {
   LogPhotometerF(TRUE, "[WarmUpProc] ----->  Thread started");
-  const DWORD dwResult = InOrder([&] { return PrepareOptics(); }, [&] { return m_Unit.SetDeuteriumLamp(TRUE); });
+  const DWORD dwResult =
+      InOrder([&] { return PrepareOptics(); }, [&] { return m_Unit.LightDeuteriumLamp(dwSwitchOffs); });
   m_Unit.SetMirror(0);
   m_Unit.SetHalogenLamp(FALSE, FALSE);
-  GiveBack();
+  GiveBack(dwResult);
   LogPhotometerF(TRUE, "[WarmUpProc] ----->  Thread closed with iResult= %d", static_cast<int>(dwResult));
   if (const HANDLE hEvent = m_State.WarmUpDoneEvent(); hEvent != 0) {
     SetEvent(hEvent);
@@ -50,12 +51,15 @@ DWORD WarmUp::PrepareOptics() {
                  [&] { return m_Unit.MoveMonochromator(m_Model.GetMonochromatorPosition(WARM_UP_WAVELENGTH)); });
 }
 
-void WarmUp::GiveBack() {
+void WarmUp::GiveBack(DWORD dwResult) {
   const DWORD dwNow = GetTickCount();
   const auto state = m_State.Lock();
   state->m_Status.dwLastActivityTick = dwNow;
   state->m_Status.bCancel = FALSE;
   state->m_Status.bBusy = FALSE;
+  if (dwResult != 0 && state->m_Cache[CacheEntry::UVLamp] != 1) {
+    state->EndUVSession();  // no lamp burns that the timer could watch over
+  }
 }
 
 }  // namespace photometer

@@ -1,7 +1,8 @@
 /// The warm-up: brings the optics into the state for the deuterium lamp and switches it on, so that it warms up while
 /// the instrument waits.
 ///
-/// Runs on a thread of its own while the device is busy. It reports in the log only.
+/// Runs on a thread of its own while the device is busy. It reports in the log only. A switch-off of the lamp that
+/// comes at any time after the start wins.
 #pragma once
 
 #include "calibration/WavelengthModel.h"
@@ -20,9 +21,10 @@ class WarmUp {
   HRESULT StartWarmUp();
 
  private:
-  void WarmUpProc();
+  /// `dwSwitchOffs`: the count of switch-offs at the start.
+  void WarmUpProc(DWORD dwSwitchOffs);
   DWORD PrepareOptics();
-  void GiveBack();
+  void GiveBack(DWORD dwResult);
 
   DeviceState& m_State;
   WorkerThreads& m_Threads;

@@ -60,6 +60,9 @@ struct GuardedState : UVSession {
   /// Counts the switch-offs of the deuterium lamp by host and timer: a warm-up that sees it change has lost.
   DWORD m_dwUVLampSwitchOffs = 0;
   std::string m_strLastCommand;
+
+  /// With the lamp's end, however it came: a later switch-on has nothing to do with that session.
+  void EndUVSession() { static_cast<UVSession&>(*this) = {}; }
 };
 
 class DeviceState {

@@ -1,0 +1,260 @@
+/// Lamp and timer without a device: state, sink, optical link with the simulated unit, deuterium lamp and timer.
+/// Nothing runs but the reader until `StartTimer`; the port is open, the device is not busy.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "monitors/Timer.h"
+#include "optics/InOrder.h"
+#include "procedures/UVLamp.h"
+#include "support/Optics.h"
+
+namespace photometer::tests {
+
+using Texts = std::vector<std::string>;
+
+/// Keeps the calls about lamp and check with their times in ms ("601000 Ready(1)"), answers the timer's questions, and
+/// runs actions inside calls.
+class LampSink final : public EmptySink {
+ public:
+  struct Answers {
+    BOOL bActive = FALSE;
+    LONG iCount = 0;
+    BOOL bBusy = FALSE;
+    DWORD dwWarmUpTime = 0;
+  };
+
+  void Answer(const Answers& answers) {
+    const std::lock_guard lock(m_Mutex);
+    m_Answers = answers;
+  }
+  void On(const std::string& text, std::function<void()> action) {
+    const std::lock_guard lock(m_Mutex);
+    m_Actions[text] = std::move(action);
+  }
+  /// Times count from now on, and the calls so far are forgotten.
+  void StartClock(std::uint64_t nMicroseconds) {
+    const std::lock_guard lock(m_Mutex);
+    m_nStart = nMicroseconds;
+    m_Calls.clear();
+  }
+  [[nodiscard]] Texts Calls() const {
+    const std::lock_guard lock(m_Mutex);
+    return m_Calls;
+  }
+  [[nodiscard]] std::uint64_t StartOfClock() const {
+    const std::lock_guard lock(m_Mutex);
+    return m_nStart;
+  }
+  [[nodiscard]] int Questions() const {
+    const std::lock_guard lock(m_Mutex);
+    return m_iQuestions;
+  }
+
+  void OnUVLampReady(BOOL bReady) override { Note(bReady ? "Ready(1)" : "Ready(0)"); }
+  void OnWavelengthCheckDue() override { Note("CheckDue"); }
+  void OnWarmUpCountdown(DWORD dwSeconds) override { RunAction("Countdown(" + std::to_string(dwSeconds) + ")"); }
+  void GetHostActivity(BOOL* pActive, LONG* pCount) override {
+    {
+      const std::lock_guard lock(m_Mutex);
+      ++m_iQuestions;
+      *pActive = m_Answers.bActive;
+      *pCount = m_Answers.iCount;
+    }
+    RunAction("GetHostActivity");
+  }
+  void GetHostBusy(BOOL* pBusy) override {
+    const std::lock_guard lock(m_Mutex);
+    *pBusy = m_Answers.bBusy;
+  }
+  void GetUVLampWarmUpTime(DWORD* pSeconds) override {
+    Note("WarmUpTime?");
+    const std::lock_guard lock(m_Mutex);
+    *pSeconds = m_Answers.dwWarmUpTime;
+  }
+
+ private:
+  void Note(const std::string& text) {
+    {
+      const std::uint64_t nNow = platform::CurrentBoard().GetKernel().GetMicroseconds();
+      const std::lock_guard lock(m_Mutex);
+      m_Calls.push_back(std::to_string((nNow - m_nStart) / 1000) + " " + text);
+    }
+    RunAction(text);
+  }
+  void RunAction(const std::string& text) {
+    std::function<void()> action;
+    {
+      const std::lock_guard lock(m_Mutex);
+      if (const auto found = m_Actions.find(text); found != m_Actions.end()) {
+        action = found->second;
+      }
+    }
+    if (action) {
+      action();
+    }
+  }
+
+  // Never held across a call of the layer.
+  mutable std::mutex m_Mutex;
+  Answers m_Answers;
+  std::map<std::string, std::function<void()>> m_Actions;
+  std::uint64_t m_nStart = 0;
+  int m_iQuestions = 0;
+  Texts m_Calls;
+};
+
+/// A registry that notes what each write adds ("HalLamp +30"), and whose services can be made to fail.
+class LampRegistry final : public platform::ForwardingRegistry {
+ public:
+  using ForwardingRegistry::ForwardingRegistry;
+  Texts added;
+  bool bNoKey = false;
+  bool bNoValue = false;
+  bool bWriteFails = false;
+
+  platform::HANDLE OpenKey(const std::u16string& path) override {
+    return bNoKey ? 0 : ForwardingRegistry::OpenKey(path);
+  }
+  std::optional<DWORD> QueryValue(platform::HANDLE key, const std::u16string& name) override {
+    return bNoValue ? std::nullopt : ForwardingRegistry::QueryValue(key, name);
+  }
+  bool SetValue(platform::HANDLE key, const std::u16string& name, DWORD dwValue) override {
+    const DWORD dwBefore = ForwardingRegistry::QueryValue(key, name).value_or(0);
+    added.push_back(platform::WideCharToMultiByte(name) + " +" + std::to_string(dwValue - dwBefore));
+    return !bWriteFails && ForwardingRegistry::SetValue(key, name, dwValue);
+  }
+};
+
+class LampBench {
+ public:
+  explicit LampBench(platform::VirtualBoardOptions options = {})
+      : world({std::move(options), {}, nullptr, true}), registry(world.board.GetRegistry()), m_Board(world.tracing) {
+    m_Board.Replace(registry);
+    platform::SetBoard(&m_Board);
+    sink.SetSink(&host);
+    {
+      const auto guarded = state.Lock();
+      guarded->m_Params = DefaultParameters();
+      guarded->m_Params.dwUVSessionTime = 600;
+    }
+    EXPECT_TRUE(model.BuildTable() && buffer.CreateDataEvent() && state.CreateEvents() && link.OpenOpticalPort());
+    state.Lock()->m_Status.dwLastActivityTick = platform::GetTickCount();
+  }
+  ~LampBench() {
+    Stop();
+    world.ExpectClean();
+  }
+  LampBench(const LampBench&) = delete;
+  LampBench& operator=(const LampBench&) = delete;
+
+  void Stop() {
+    if (std::exchange(m_bStopped, true)) {
+      return;
+    }
+    sink.CloseGate();
+    state.RaiseStop();
+    EXPECT_TRUE(threads.WaitUntilEnded(3000));
+    link.CloseOpticalPort();
+    buffer.CloseDataEvent();
+    state.CloseEvents();
+    platform::SetBoard(&world.tracing);
+  }
+  /// From now on: the n-th tick comes n seconds later.
+  void StartTimer() {
+    host.StartClock(world.board.Now());
+    EXPECT_TRUE(threads.Start("Timer", [this] { Timer(state, sink, lamp, external, sipper).Run(); }));
+  }
+  /// Until shortly before, or just after, a tick.
+  void SleepUntilBefore(DWORD dwTick) { SleepUntil(dwTick * 1000 - 50); }
+  void SleepUntilAfter(DWORD dwTick) { SleepUntil(dwTick * 1000 + 1); }
+
+  void Cache(CacheEntry entry, LONG iValue) { state.Lock()->m_Cache[entry] = iValue; }
+  [[nodiscard]] LONG Cached(CacheEntry entry) { return state.Lock()->m_Cache[entry]; }
+  /// The lamp burns, at the unit and in the cache.
+  void Light() {
+    link.WriteOpticalRaw("$d1\r");
+    link.WriteOpticalRaw("$f7\r");
+    Cache(CacheEntry::UVLamp, 1);
+    Cache(CacheEntry::Fan, 7);
+  }
+  /// As `Initialize` leaves the unit.
+  void PowerUp() {
+    SetBusy(TRUE);
+    EXPECT_EQ(unit.SetOptoPower(TRUE), 0U);
+    SetBusy(FALSE);
+  }
+  /// The deuterium lamp's light falls on the detectors, as a procedure arranges it that wants the lamp.
+  void LookAtLamp() {
+    SetBusy(TRUE);
+    EXPECT_EQ(InOrder([&] { return unit.SetOptoPower(TRUE); }, [&] { return unit.SetMonochromatorSpeed(50); },
+                      [&] { return unit.SetMeasurementLength(1); }, [&] { return unit.SetMirror(2); },
+                      [&] { return unit.SetGain(TRUE); },
+                      [&] { return unit.MoveMonochromator(model.GetMonochromatorPosition(220.0)); }),
+              0U);
+    SetBusy(FALSE);
+  }
+  void SetBusy(BOOL bBusy) { state.Lock()->m_Status.bBusy = bBusy; }
+  [[nodiscard]] BOOL IsBusy() { return state.Lock()->m_Status.bBusy; }
+  void WaitUntilNotBusy() {
+    for (int i = 0; i < 20'000 && IsBusy(); ++i) {
+      platform::Sleep(50);
+    }
+    EXPECT_FALSE(IsBusy());
+  }
+  [[nodiscard]] UVSession Session() { return *state.Lock(); }
+  /// After what is on the wire has been carried out.
+  [[nodiscard]] bool BurnsAtUnit() {
+    for (int i = 0; i < 1000 && (i < 2 || !world.unit.IsIdle()); ++i) {
+      platform::Sleep(10);
+    }
+    return world.unit.State().bDeuterium;
+  }
+  /// Cache and unit say the same of lamp and fan.
+  void ExpectAgreement(bool bBurns) {
+    EXPECT_EQ(BurnsAtUnit(), bBurns);
+    EXPECT_EQ(Cached(CacheEntry::UVLamp), bBurns ? 1 : 0);
+    EXPECT_EQ(world.unit.State().fan, bBurns ? 7 : 0);
+    EXPECT_TRUE(Cached(CacheEntry::Fan) == world.unit.State().fan || Cached(CacheEntry::Fan) == UNKNOWN);
+  }
+
+  World world;
+  LampRegistry registry;
+
+ private:
+  platform::ForwardingBoard m_Board;
+  bool m_bStopped = false;
+
+  void SleepUntil(DWORD dwMilliseconds) {
+    const std::uint64_t nNow = (world.board.Now() - host.StartOfClock()) / 1000;
+    ASSERT_LE(nNow, dwMilliseconds);
+    platform::Sleep(static_cast<DWORD>(dwMilliseconds - nNow));
+  }
+
+ public:
+  LampSink host;
+  DeviceState state;
+  HostSink sink;
+  WorkerThreads threads{state};
+  ReceiveBuffer buffer{state};
+  ReceiveBuffer externalBuffer{state};
+  ReceiveBuffer sipperBuffer{state};
+  WavelengthModel model{state};
+  OpticalLink link{state, sink, buffer, threads};
+  Detectors detectors{state, link};
+  OpticalUnit unit{state, sink, link, detectors, model};
+  ExternalPort external{state, sink, externalBuffer, threads};
+  SipperPort sipper{state, sink, sipperBuffer, threads};
+  WarmUp warmUp{state, threads, unit, model};
+  UVLamp lamp{state, sink, link, model, warmUp};
+};
+
+}  // namespace photometer::tests

@@ -1,0 +1,308 @@
+#include <algorithm>
+#include <atomic>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "monitors/LampBench.h"
+#include "platform/Platform.h"
+#include "procedures/UVLamp.h"
+
+namespace photometer::tests {
+namespace {
+
+using namespace platform;  // NOLINT(google-build-using-namespace)
+
+bool operator==(const UVSession& a, const UVSession& b) {
+  return a.m_dwUVSession == b.m_dwUVSession && a.m_dwUVSessionStartTick == b.m_dwUVSessionStartTick &&
+         a.m_dwUVWarmUpLimit == b.m_dwUVWarmUpLimit && a.m_dwWarmUpCountdown == b.m_dwWarmUpCountdown;
+}
+
+const UVSession SOME_SESSION{3, 12345, 600, 600};
+
+void SetSession(LampBench& bench, const UVSession& session) { static_cast<UVSession&>(*bench.state.Lock()) = session; }
+
+void ClosePort(LampBench& bench) {
+  Sleep(10);  // the reader waits in its read
+  bench.link.CloseOpticalPort();
+}
+
+// ---- on ----
+
+TEST(UVLamp, WarmUpTakesTheTimeOfTheSession) {
+  struct {
+    DWORD dwSession;
+    DWORD dwAnswer;
+    bool bSink;
+    std::size_t nQuestions;
+    DWORD dwSeconds;
+  } const cases[] = {
+      {0, 33, true, 0, 90},   {0, 33, false, 0, 90},         {7, 0, true, 1, 600},
+      {7, 33, false, 0, 600}, {0xFFFFFFFF, 33, true, 1, 33}, {1, 1, true, 1, 1},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(std::to_string(c.dwSession) + "/" + std::to_string(c.dwAnswer));
+    LampBench bench;
+    bench.LookAtLamp();
+    bench.host.Answer({FALSE, 0, FALSE, c.dwAnswer});
+    bench.sink.SetSink(c.bSink ? &bench.host : nullptr);
+    const DWORD dwStart = GetTickCount();
+    EXPECT_EQ(bench.lamp.SetUVLamp(TRUE, c.dwSession), S_OK);
+    EXPECT_TRUE(bench.IsBusy());
+    const bool bSession = c.dwSession != 0;
+    EXPECT_TRUE(bench.Session() ==
+                (bSession ? UVSession{c.dwSession, dwStart, c.dwSeconds, c.dwSeconds} : UVSession{}));
+    EXPECT_EQ(bench.host.Calls().size(), c.nQuestions);
+    bench.WaitUntilNotBusy();
+    const DWORD dwSeconds = (GetTickCount() - dwStart) / 1000;
+    EXPECT_GE(dwSeconds, c.dwSeconds);
+    EXPECT_LE(dwSeconds, c.dwSeconds + 6);
+    bench.ExpectAgreement(true);
+    EXPECT_EQ(bench.Session().m_dwUVSession, c.dwSession);
+  }
+}
+
+TEST(UVLamp, SwitchingOnWithoutASessionKeepsTheOneThatRuns) {
+  LampBench bench;
+  bench.Light();
+  SetSession(bench, SOME_SESSION);
+  EXPECT_EQ(bench.lamp.SetUVLamp(TRUE, 0), S_OK);
+  bench.WaitUntilNotBusy();
+  EXPECT_TRUE(bench.Session() == (UVSession{3, 12345, 600, 90}));
+  bench.ExpectAgreement(true);
+}
+
+/// What the host does when it is asked for the warm-up time.
+TEST(UVLamp, HostIsAskedWithoutTheStateLock) {
+  LampBench bench;
+  bench.host.On("WarmUpTime?", [&bench] {
+    const HANDLE hThread = CreateThread([&bench] { bench.SetBusy(TRUE); }, "other host", nullptr);
+    WaitForSingleObject(hThread, INFINITE);
+    CloseHandle(hThread);
+  });
+  SetSession(bench, SOME_SESSION);
+  EXPECT_EQ(bench.lamp.SetUVLamp(TRUE, 9), E_FAIL) << "a procedure has begun meanwhile";
+  EXPECT_TRUE(bench.Session() == SOME_SESSION);
+  EXPECT_EQ(bench.world.Written(), Texts{});
+}
+
+TEST(UVLamp, OnIsRefused) {
+  const std::pair<const char*, std::function<void(LampBench&)>> cases[] = {
+      {"busy", [](LampBench& b) { b.SetBusy(TRUE); }},
+      {"no table", [](LampBench& b) { b.model.FreeTable(); }},
+      {"no port", ClosePort},
+      {"stopping", [](LampBench& b) { b.state.RaiseStop(); }},
+      {"no thread", [](LampBench& b) { b.world.kernel.threads.Start(1); }},
+  };
+  for (const auto& [what, hinder] : cases) {
+    for (const DWORD dwSession : {0U, 9U}) {
+      SCOPED_TRACE(what);
+      LampBench bench;
+      SetSession(bench, SOME_SESSION);
+      hinder(bench);
+      const BOOL bBusy = bench.IsBusy();
+      EXPECT_EQ(bench.lamp.SetUVLamp(TRUE, dwSession), E_FAIL);
+      EXPECT_TRUE(bench.Session() == SOME_SESSION);
+      EXPECT_EQ(bench.IsBusy(), bBusy);
+      EXPECT_EQ(bench.world.Written(), Texts{});
+      EXPECT_EQ(bench.world.LogLines("WarmUpProc"), 0U);
+    }
+  }
+}
+
+TEST(UVLamp, AfterAThreadThatCouldNotBeCreatedTheNextOneRuns) {
+  LampBench bench;
+  bench.LookAtLamp();
+  bench.world.kernel.threads.Start(1);
+  EXPECT_EQ(bench.lamp.SetUVLamp(TRUE, 0), E_FAIL);
+  EXPECT_EQ(bench.lamp.SetUVLamp(TRUE, 0), S_OK);
+  bench.WaitUntilNotBusy();
+  bench.ExpectAgreement(true);
+}
+
+TEST(UVLamp, DeviceRefusesWhenItIsNotReady) {
+  World world;
+  Device device(world);
+  EXPECT_EQ(device->SetUVLamp(TRUE, 0), E_FAIL) << "before Initialize";
+  EXPECT_EQ(device->SetUVLamp(FALSE, 0), 0);
+  ASSERT_EQ(device.Initialize(), S_OK);
+  EXPECT_EQ(device->SetUVLamp(TRUE, 0), E_FAIL) << "in the start-up";
+  EXPECT_EQ(device->SetUVLamp(FALSE, 0), 1);
+  ASSERT_TRUE(device.WaitUntilNotBusy());
+  EXPECT_TRUE(device->GetStatus().bInitialized) << "the start-up is not disturbed";
+  const MeasureRequest request = MeasureAt({500.0});
+  ASSERT_EQ(device->StartMeasure(&request), S_OK);
+  EXPECT_EQ(device->SetUVLamp(TRUE, 0), E_FAIL) << "beside a procedure";
+  ASSERT_TRUE(device.WaitUntilNotBusy());
+  EXPECT_EQ(device->SetUVLamp(TRUE, 0), S_OK);
+  EXPECT_EQ(device->SetUVLamp(TRUE, 0), E_FAIL) << "beside a warm-up";
+  EXPECT_EQ(device->StartMeasure(&request), E_FAIL);
+  ASSERT_TRUE(device.WaitUntilNotBusy());
+  EXPECT_TRUE(device->GetStatus().bUVLampOn);
+  EXPECT_EQ(device->SetUVLamp(TRUE, 0), S_OK) << "it burns already: only the optics are set";
+  ASSERT_TRUE(device.WaitUntilNotBusy());
+  device->Shutdown();
+  EXPECT_EQ(device->SetUVLamp(TRUE, 0), E_FAIL) << "after Shutdown";
+  EXPECT_EQ(device->SetUVLamp(FALSE, 0), 0);
+  device.Close();
+  world.ExpectSwitchedOff();
+  world.ExpectClean();
+}
+
+// ---- off ----
+
+TEST(UVLamp, OffTellsLampAndFan) {
+  struct {
+    const char* what;
+    std::function<void(LampBench&)> fault;
+    LONG lResult;
+    Texts written;
+  } const cases[] = {
+      {"sound", [](LampBench&) {}, 1, {"$d0", "$f0"}},
+      {"first write fails", [](LampBench& b) { b.world.ports.writes.Start(1); }, 1, {"$f0"}},
+      {"second write fails", [](LampBench& b) { b.world.ports.writes.Start(2); }, 0, {"$d0"}},
+      {"no port", ClosePort, 0, {}},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    LampBench bench;
+    SetSession(bench, SOME_SESSION);
+    bench.Cache(CacheEntry::UVLamp, 1);
+    bench.Cache(CacheEntry::Fan, 7);
+    c.fault(bench);
+    EXPECT_EQ(bench.lamp.SetUVLamp(FALSE, 5), c.lResult);
+    EXPECT_EQ(bench.world.Written(), c.written);
+    EXPECT_EQ(bench.Cached(CacheEntry::UVLamp), 0);
+    EXPECT_EQ(bench.Cached(CacheEntry::Fan), 0);
+    EXPECT_TRUE(bench.Session() == UVSession{});
+    EXPECT_EQ(bench.host.Calls(), Texts{});
+  }
+}
+
+TEST(UVLamp, OffBesideAnExchangeGoesOutRightAfterIt) {
+  LampBench bench;
+  bench.Light();
+  EXPECT_TRUE(bench.BurnsAtUnit());
+  bench.SetBusy(TRUE);
+  EXPECT_EQ(bench.unit.SetGain(TRUE), 0U);
+  DWORD dwResult = 1;
+  const HANDLE hThread = CreateThread(
+      [&] {
+        dwResult =
+            InOrder([&] { return bench.unit.MoveMonochromator(9000); }, [&] { return bench.unit.SetGain(FALSE); });
+      },
+      "driver", nullptr);
+  Sleep(20);
+  const DWORD dwBefore = GetTickCount();
+  EXPECT_EQ(bench.lamp.SetUVLamp(FALSE, 0), 1);
+  EXPECT_EQ(GetTickCount(), dwBefore) << "the caller does not wait";
+  EXPECT_EQ(bench.world.Written().back(), "$M9000");
+  WaitForSingleObject(hThread, INFINITE);
+  CloseHandle(hThread);
+  EXPECT_EQ(dwResult, 0U);
+  const Texts commands = bench.world.Written();
+  EXPECT_EQ(Texts(commands.end() - 4, commands.end()), (Texts{"$M9000", "$d0", "$f0", "$g0"}));
+  bench.ExpectAgreement(false);
+}
+
+/// The lamp's end ends its session, however it comes.
+TEST(UVLamp, SessionEndsWithTheLamp) {
+  const std::pair<const char*, std::function<void(LampBench&)>> cases[] = {
+      {"procedure", [](LampBench& b) { EXPECT_EQ(b.unit.SetDeuteriumLamp(FALSE), 0U); }},
+      {"error", [](LampBench& b) { b.link.HandleInstrumentError(4); }},
+  };
+  for (const auto& [what, end] : cases) {
+    SCOPED_TRACE(what);
+    LampBench bench;
+    bench.Light();
+    SetSession(bench, SOME_SESSION);
+    bench.SetBusy(TRUE);
+    end(bench);
+    EXPECT_TRUE(bench.Session() == UVSession{});
+    EXPECT_FALSE(bench.BurnsAtUnit());
+  }
+}
+
+/// The host switches off so many ms after it switched on: in the optics' setting, at the lamp's command, in the
+/// countdown.
+TEST(UVLamp, OffDuringTheWarmUpWins) {
+  struct {
+    DWORD dwAfter;
+    bool bToldToLight;
+  } const cases[] = {{0, false},   {100, false},   {500, false},  {1000, true},
+                     {4000, true}, {30'000, true}, {90'000, true}};
+  for (const auto& c : cases) {
+    for (const DWORD dwSession : {0U, 5U}) {
+      SCOPED_TRACE(c.dwAfter);
+      LampBench bench;
+      bench.PowerUp();
+      bench.host.Answer({FALSE, 0, FALSE, 90});
+      EXPECT_EQ(bench.lamp.SetUVLamp(TRUE, dwSession), S_OK);
+      Sleep(c.dwAfter);
+      EXPECT_EQ(bench.lamp.SetUVLamp(FALSE, 0), 1);
+      const DWORD dwBefore = GetTickCount();
+      bench.WaitUntilNotBusy();
+      EXPECT_LE(GetTickCount() - dwBefore, 5000U);
+      bench.ExpectAgreement(false);
+      EXPECT_EQ(bench.world.LogLines("Thread closed with iResult= 77"), 1U);
+      const Texts written = bench.world.Written();
+      EXPECT_EQ(std::ranges::count(written, "$d1"), c.bToldToLight ? 1 : 0);
+      EXPECT_TRUE(bench.Session() == UVSession{});
+    }
+  }
+}
+
+/// One warm-up, the host's switch-off at a scheduling point of it.
+class SwitchOffAtPoint {
+ public:
+  explicit SwitchOffAtPoint(std::uint64_t nSeed) : m_Bench(Options(nSeed)) {
+    m_Bench.LookAtLamp();
+    m_Bench.host.Answer({FALSE, 0, FALSE, 2});
+  }
+  std::uint64_t CountPoints() {
+    const std::uint64_t nFirst = m_Bench.world.board.Points();
+    Run();
+    return m_Bench.world.board.Points() - nFirst;
+  }
+  void SwitchOffAt(std::uint64_t nPoint) {
+    std::atomic<bool> bDone{false};
+    m_Bench.world.board.RunAtPoint(m_Bench.world.board.Points() + nPoint, "host", [&] {
+      EXPECT_EQ(m_Bench.lamp.SetUVLamp(FALSE, 0), 1);
+      bDone = true;
+    });
+    Run();
+    while (!bDone) {
+      Sleep(50);
+    }
+    m_Bench.ExpectAgreement(false);
+    EXPECT_TRUE(m_Bench.Session() == UVSession{});
+  }
+
+ private:
+  static VirtualBoardOptions Options(std::uint64_t nSeed) {
+    VirtualBoardOptions options;
+    options.policy = Policy::Random;
+    options.seed = nSeed;
+    return options;
+  }
+  void Run() {
+    EXPECT_EQ(m_Bench.lamp.SetUVLamp(TRUE, 1), S_OK);
+    m_Bench.WaitUntilNotBusy();
+  }
+  LampBench m_Bench;
+};
+
+TEST(UVLamp, OffWinsAtEveryPointOfTheWarmUp) {
+  const std::uint64_t nPoints = SwitchOffAtPoint(1).CountPoints();
+  ASSERT_GT(nPoints, 500U);
+  // The first points are those of the switch-on itself: what comes before it is not meant by the switch-off.
+  for (std::uint64_t nPoint = 40; nPoint < nPoints && !::testing::Test::HasFailure(); nPoint += 3) {
+    SCOPED_TRACE(nPoint);
+    SwitchOffAtPoint(nPoint).SwitchOffAt(nPoint);
+  }
+}
+
+}  // namespace
+}  // namespace photometer::tests

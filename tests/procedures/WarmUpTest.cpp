@@ -1,0 +1,196 @@
+#include <atomic>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "monitors/LampBench.h"
+#include "platform/Platform.h"
+#include "procedures/WarmUp.h"
+
+namespace photometer::tests {
+namespace {
+
+using namespace platform;  // NOLINT(google-build-using-namespace)
+
+constexpr const char* STARTED = "[WarmUpProc] ----->  Thread started";
+
+std::string Closed(DWORD dwResult) {
+  return "[WarmUpProc] ----->  Thread closed with iResult= " + std::to_string(dwResult);
+}
+
+std::string Move(LampBench& bench, double dWavelength) {
+  return "$M" + std::to_string(bench.model.GetMonochromatorPosition(dWavelength));
+}
+
+/// The commands written during one warm-up.
+Texts RunWarmUp(LampBench& bench) {
+  const std::size_t nBefore = bench.world.Written().size();
+  EXPECT_EQ(bench.lamp.SetUVLamp(TRUE, 0), S_OK);
+  bench.WaitUntilNotBusy();
+  const Texts written = bench.world.Written();
+  return {written.begin() + static_cast<std::ptrdiff_t>(nBefore), written.end()};
+}
+
+TEST(WarmUp, SetsTheOpticsAndLightsTheLamp) {
+  LampBench bench;
+  bench.PowerUp();
+  bench.state.Lock()->m_MeasureRequest.m_dLampSwitchingPoint = 340.0;
+  const Texts expected{"$S50",
+                       "$A9",
+                       "$i1",
+                       "$r2",
+                       "$F0",
+                       "$H0",
+                       "$g1",
+                       Move(bench, 190.0),
+                       Move(bench, 220.0),
+                       "$a3",
+                       "$d1",
+                       "$a3",
+                       "$f7",
+                       Move(bench, 190.0),
+                       "$r0",
+                       "$h0"};
+  EXPECT_EQ(RunWarmUp(bench), expected);
+  bench.ExpectAgreement(true);
+  EXPECT_EQ(bench.world.unit.State().mirror, 0);
+  EXPECT_EQ(bench.world.unit.State().position, bench.model.GetMonochromatorPosition(190.0));
+  EXPECT_EQ(bench.world.LogLines(STARTED), 1U);
+  EXPECT_EQ(bench.world.LogLines(Closed(0)), 1U);
+  EXPECT_NE(bench.world.board.DebugText().find(u"[WarmUpProc] ----->  Thread closed with iResult= 0"),
+            std::u16string::npos);
+  EXPECT_EQ(WaitForSingleObject(bench.state.WarmUpDoneEvent(), 100), WAIT_OBJECT_0);
+  EXPECT_LE(GetTickCount() - bench.state.Lock()->m_Status.dwLastActivityTick, 500U);
+  // Again: the lamp burns, and what it does not need any more is not sent.
+  EXPECT_EQ(RunWarmUp(bench), (Texts{"$r2", "$r0"}));
+  EXPECT_EQ(bench.world.LogLines(Closed(0)), 2U);
+}
+
+TEST(WarmUp, WithoutADeuteriumPathTheMirrorStays) {
+  LampBench bench;
+  bench.PowerUp();
+  bench.state.Lock()->m_Params.bUV = 0;
+  for (const std::string& command : RunWarmUp(bench)) {
+    EXPECT_FALSE(command.starts_with("$r")) << command;
+  }
+}
+
+TEST(WarmUp, StopsAtTheFirstFailure) {
+  struct {
+    char letter;
+    DWORD dwResult;
+    /// Commands up to the failing one.
+    std::size_t nSent;
+    bool bSwitchedOff;
+  } const cases[] = {
+      {'S', 104, 1, false}, {'A', 94, 2, false}, {'i', 44, 3, false},  {'r', 54, 4, false}, {'F', 4, 5, false},
+      {'H', 24, 6, false},  {'g', 34, 7, false}, {'M', 114, 8, false}, {'d', 74, 11, true}, {'f', 174, 13, true},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.letter);
+    LampBench bench;
+    bench.PowerUp();
+    simulator::Fault fault;
+    fault.kind = simulator::FaultKind::Error;
+    fault.letter = c.letter;
+    fault.nth = 1;
+    bench.world.unit.WireFaults().Add(fault);
+    bench.host.Answer({FALSE, 0, FALSE, 5});
+    const std::size_t nBefore = bench.world.Written().size();
+    EXPECT_EQ(bench.lamp.SetUVLamp(TRUE, 4), S_OK);
+    bench.WaitUntilNotBusy();
+    Texts written = bench.world.Written();
+    written.erase(written.begin(), written.begin() + static_cast<std::ptrdiff_t>(nBefore));
+    ASSERT_GT(written.size(), c.nSent);
+    EXPECT_EQ(written.at(c.nSent - 1).at(1), c.letter);
+    Texts after(written.begin() + static_cast<std::ptrdiff_t>(c.nSent), written.end());
+    Texts expected{"$r0", "$h0"};
+    if (c.bSwitchedOff) {
+      expected.insert(expected.begin(), {"$d0", "$f0"});
+    }
+    EXPECT_EQ(after, expected);
+    EXPECT_EQ(bench.world.LogLines(Closed(c.dwResult)), 1U);
+    EXPECT_FALSE(bench.BurnsAtUnit());
+    EXPECT_EQ(bench.world.unit.State().fan, 0);
+    // Nothing is left that a later lamp could inherit; nobody but the log is told.
+    EXPECT_EQ(bench.Session().m_dwUVSession, 0U);
+    EXPECT_EQ(bench.Session().m_dwWarmUpCountdown, DEFAULT_WARM_UP_COUNTDOWN);
+    EXPECT_EQ(bench.host.Calls().size(), 1U) << "the question for the warm-up time";
+    EXPECT_EQ(WaitForSingleObject(bench.state.WarmUpDoneEvent(), 100), WAIT_OBJECT_0);
+    // The next one works.
+    EXPECT_FALSE(RunWarmUp(bench).empty());
+    bench.ExpectAgreement(true);
+  }
+}
+
+TEST(WarmUp, LampThatDoesNotLightIsSwitchedOff) {
+  LampBench bench;
+  bench.PowerUp();
+  simulator::InstrumentFaults faults;
+  faults.bDeuteriumLights = false;
+  bench.world.unit.SetFaults(faults);
+  const Texts written = RunWarmUp(bench);
+  EXPECT_EQ(Texts(written.end() - 4, written.end()), (Texts{"$d0", "$f0", "$r0", "$h0"}));
+  EXPECT_EQ(bench.world.LogLines(Closed(77)), 1U);
+  EXPECT_FALSE(bench.BurnsAtUnit());
+  EXPECT_NE(bench.Cached(CacheEntry::UVLamp), 1);
+}
+
+TEST(WarmUp, CancelDoesNotEndItAndDoesNotOutliveIt) {
+  World world;
+  Device device(world);
+  ASSERT_TRUE(device.StartUp());
+  ASSERT_EQ(device->SetUVLamp(TRUE, 0), S_OK);
+  Sleep(20'000);
+  EXPECT_EQ(device->CancelMeasurement(), S_OK);
+  ASSERT_TRUE(device.WaitUntilNotBusy());
+  EXPECT_FALSE(device->GetStatus().bCancel);
+  EXPECT_TRUE(device->GetStatus().bUVLampOn);
+  const MeasureRequest request = MeasureAt({500.0});
+  ASSERT_EQ(device->StartMeasure(&request), S_OK);
+  ASSERT_TRUE(device.WaitUntilNotBusy());
+  EXPECT_EQ(world.sink.Count("OnNotify(7, 17, 100)"), 1U);
+  EXPECT_EQ(world.sink.Count("OnNotify(7, 18, 100)"), 0U);
+  device.Close();
+  world.ExpectClean();
+}
+
+/// Brought down at points spread over the whole warm-up, on both sides of the lamp's command.
+TEST(WarmUp, ShutdownInAWarmUp) {
+  std::uint64_t nPoints = 0;
+  constexpr std::uint64_t RUNS = 40;
+  for (std::uint64_t nRun = 0; nRun <= RUNS; ++nRun) {
+    SCOPED_TRACE(nRun);
+    WorldOptions options;
+    options.board.policy = Policy::Random;
+    options.board.seed = 1 + nRun;
+    options.board.startTick = 0xFFFFF000;
+    World world(options);
+    LampSink host;
+    Device device(world);
+    ASSERT_TRUE(device.StartUp());
+    device->SetSink(&host);
+    host.Answer({FALSE, 0, FALSE, 3});
+    const std::uint64_t nFirst = world.board.Points();
+    std::atomic<bool> bDown{nRun == 0};
+    if (nRun > 0) {
+      world.board.RunAtPoint(nFirst + nRun * nPoints / (RUNS + 1), "host", [&] {
+        EXPECT_EQ(device->Shutdown(), S_OK);
+        bDown = true;
+      });
+    }
+    device->SetUVLamp(TRUE, 1);
+    ASSERT_TRUE(device.WaitUntilNotBusy());
+    nPoints = nRun == 0 ? world.board.Points() - nFirst : nPoints;
+    while (!bDown) {
+      Sleep(100);
+    }
+    device.Close();
+    world.ExpectSwitchedOff();
+    world.ExpectClean();
+  }
+}
+
+}  // namespace
+}  // namespace photometer::tests
