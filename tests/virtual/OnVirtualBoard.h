@@ -45,8 +45,9 @@ class OnVirtualBoard {
   void Join() {
     for (const HANDLE hThread : std::exchange(m_threads, {})) {
       if (WaitForSingleObject(hThread, INFINITE) == WAIT_FAILED) {
-        // After a deadlock every wait fails; time still goes on.
+        // After a deadlock every wait fails at once; time still goes on.
         Sleep(1000);
+        WaitForSingleObject(hThread, 0);
       }
       CloseHandle(hThread);
     }

@@ -4,6 +4,7 @@
 
 #include "OnVirtualBoard.h"
 #include "ScriptedDevice.h"
+#include "platform/Sanitizers.h"
 
 namespace virtualtest {
 namespace {
@@ -262,6 +263,9 @@ INSTANTIATE_TEST_SUITE_P(Fault, RuleChecks, testing::ValuesIn(Faults()), DeedNam
 INSTANTIATE_TEST_SUITE_P(Legal, RuleChecks, testing::ValuesIn(LegalDeeds()), DeedName);
 
 TEST(RuleChecksTest, ALockThatGoesWhileItIsOwnedIsReportedAndItsWaiterLetGo) {
+  if (ThreadSanitizerRuns) {
+    GTEST_SKIP() << "the thread sanitizer sees this fault, too, and ends the program";
+  }
   OnVirtualBoard world;
   auto pLock = std::make_unique<Lock>("m_csGone");
   pLock->Enter();
