@@ -196,7 +196,12 @@ LONG Lifecycle::OpenSipperPort() {
 void Lifecycle::ShutdownForRelease() {
   if (m_bUp) {
     Shutdown();
+    return;
   }
+  // A flush runs on a device that was never initialised, too: it must not call a sink that its host is about to free.
+  m_Instrument.sink.CloseGate();
+  m_Instrument.state.RaiseStop();
+  m_Instrument.threads.WaitUntilEnded(THREADS_END_LIMIT);
 }
 
 bool Lifecycle::StopAndSwitchOff() {
