@@ -2,6 +2,7 @@
 /// Nothing runs but the reader until `StartTimer`; the port is open, the device is not busy.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -116,11 +117,18 @@ class LampSink final : public EmptySink {
 class LampRegistry final : public platform::ForwardingRegistry {
  public:
   using ForwardingRegistry::ForwardingRegistry;
-  Texts added;
-  bool bNoKey = false;
-  bool bNoValue = false;
-  bool bWriteFails = false;
+  std::atomic<bool> bNoKey = false;
+  std::atomic<bool> bNoValue = false;
+  std::atomic<bool> bWriteFails = false;
 
+  [[nodiscard]] Texts Added() const {
+    const std::lock_guard lock(m_Mutex);
+    return m_Added;
+  }
+  void Forget() {
+    const std::lock_guard lock(m_Mutex);
+    m_Added.clear();
+  }
   platform::HANDLE OpenKey(const std::u16string& path) override {
     return bNoKey ? 0 : ForwardingRegistry::OpenKey(path);
   }
@@ -128,10 +136,18 @@ class LampRegistry final : public platform::ForwardingRegistry {
     return bNoValue ? std::nullopt : ForwardingRegistry::QueryValue(key, name);
   }
   bool SetValue(platform::HANDLE key, const std::u16string& name, DWORD dwValue) override {
-    const DWORD dwBefore = ForwardingRegistry::QueryValue(key, name).value_or(0);
-    added.push_back(platform::WideCharToMultiByte(name) + " +" + std::to_string(dwValue - dwBefore));
+    const DWORD dwAdded = dwValue - ForwardingRegistry::QueryValue(key, name).value_or(0);
+    {
+      const std::lock_guard lock(m_Mutex);
+      m_Added.push_back(platform::WideCharToMultiByte(name) + " +" + std::to_string(dwAdded));
+    }
     return !bWriteFails && ForwardingRegistry::SetValue(key, name, dwValue);
   }
+
+ private:
+  // Never held across a call of the layer.
+  mutable std::mutex m_Mutex;
+  Texts m_Added;
 };
 
 class LampBench {

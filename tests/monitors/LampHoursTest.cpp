@@ -1,3 +1,4 @@
+#include <atomic>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -26,7 +27,7 @@ TEST(LampHours, AddsToTheCounterThatItIsTold) {
 TEST(LampHours, RefusedCountChangesNothing) {
   struct {
     const char* what;
-    bool LampRegistry::*fault;
+    std::atomic<bool> LampRegistry::*fault;
     std::size_t nWrites;
   } const cases[] = {{"no key", &LampRegistry::bNoKey, 0},
                      {"no value", &LampRegistry::bNoValue, 0},
@@ -40,11 +41,11 @@ TEST(LampHours, RefusedCountChangesNothing) {
     SetBoard(&board);
     registry.*c.fault = true;
     EXPECT_EQ(AddLampSeconds(DEUTERIUM_HOURS, 30), E_FAIL);
-    EXPECT_EQ(registry.added.size(), c.nWrites);
+    EXPECT_EQ(registry.Added().size(), c.nWrites);
     registry.*c.fault = false;
-    registry.added.clear();
+    registry.Forget();
     EXPECT_EQ(AddLampSeconds(DEUTERIUM_HOURS, 30), S_OK);
-    EXPECT_EQ(registry.added, Texts{"UVLamp +30"});
+    EXPECT_EQ(registry.Added(), Texts{"UVLamp +30"});
     SetBoard(&world.tracing);
     world.ExpectClean();
   }

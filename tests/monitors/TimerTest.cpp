@@ -57,7 +57,7 @@ TEST(Timer, HalogenHoursGrowInPortionsAndWithTheRest) {
     bench.SleepUntilAfter(c.dwLitTicks);
     bench.Cache(CacheEntry::HalogenLamp, 0);
     bench.SleepUntilAfter(c.dwLitTicks + 100);
-    EXPECT_EQ(bench.registry.added, c.added);
+    EXPECT_EQ(bench.registry.Added(), c.added);
   }
 }
 
@@ -76,17 +76,17 @@ TEST(Timer, DeuteriumHoursAreKeptWhileTheLampIsOff) {
     bench.SleepUntilAfter(50);
     switchOff(bench);
     bench.SleepUntilAfter(100);
-    EXPECT_EQ(bench.registry.added, Texts{"UVLamp +30"});
+    EXPECT_EQ(bench.registry.Added(), Texts{"UVLamp +30"});
     bench.Light();
     bench.SleepUntilAfter(109);
-    EXPECT_EQ(bench.registry.added, Texts{"UVLamp +30"});
+    EXPECT_EQ(bench.registry.Added(), Texts{"UVLamp +30"});
     bench.SleepUntilAfter(110);
-    EXPECT_EQ(bench.registry.added, (Texts{"UVLamp +30", "UVLamp +30"}));
+    EXPECT_EQ(bench.registry.Added(), (Texts{"UVLamp +30", "UVLamp +30"}));
   }
 }
 
 TEST(Timer, CountThatTheRegistryRefusesIsLost) {
-  const std::pair<const char*, bool LampRegistry::*> cases[] = {
+  const std::pair<const char*, std::atomic<bool> LampRegistry::*> cases[] = {
       {"no key", &LampRegistry::bNoKey}, {"no value", &LampRegistry::bNoValue}, {"write", &LampRegistry::bWriteFails}};
   for (const auto& [what, fault] : cases) {
     SCOPED_TRACE(what);
@@ -96,9 +96,9 @@ TEST(Timer, CountThatTheRegistryRefusesIsLost) {
     bench.registry.*fault = true;
     bench.SleepUntilAfter(30);
     bench.registry.*fault = false;
-    bench.registry.added.clear();
+    bench.registry.Forget();
     bench.SleepUntilAfter(60);
-    EXPECT_EQ(bench.registry.added, Texts{"HalLamp +30"});
+    EXPECT_EQ(bench.registry.Added(), Texts{"HalLamp +30"});
   }
 }
 
@@ -131,7 +131,7 @@ TEST(Timer, IdleLampGoesOffInTheFirstTickAfterTheTime) {
       EXPECT_EQ(Texts(commands.end() - 2, commands.end()), (Texts{"$d0", "$f0"}));
       // Every second that it burnt is counted.
       DWORD dwSum = 0;
-      for (const std::string& added : bench.registry.added) {
+      for (const std::string& added : bench.registry.Added()) {
         dwSum += static_cast<DWORD>(std::stoul(added.substr(added.find('+'))));
       }
       EXPECT_EQ(dwSum, c.dwTick);
@@ -173,7 +173,7 @@ TEST(Timer, LampThatIsNotKnownToBurnIsLeftAlone) {
     bench.SleepUntilAfter(60);
     EXPECT_EQ(bench.host.Calls(), Texts{});
     EXPECT_EQ(bench.world.Written(), Texts{});
-    EXPECT_EQ(bench.registry.added, Texts{});
+    EXPECT_EQ(bench.registry.Added(), Texts{});
   }
 }
 
@@ -262,7 +262,8 @@ TEST(Timer, ReminderIsHeldBack) {
       {"count without active", host({FALSE, 9, FALSE}), hostIdle, false},
       {"interval 0", [](LampBench& b) { b.state.Lock()->m_Params.dwWavelengthCheckInterval = 0; },
        [](LampBench& b) { b.state.Lock()->m_Params.dwWavelengthCheckInterval = 1; }, true},
-      {"the longest interval", [](LampBench& b) { b.state.Lock()->m_Params.dwWavelengthCheckInterval = 0xFFFFFFFF; },
+      {"an interval of more than 32 bits in seconds",
+       [](LampBench& b) { b.state.Lock()->m_Params.dwWavelengthCheckInterval = 71'582'789; },
        [](LampBench& b) { b.state.Lock()->m_Params.dwWavelengthCheckInterval = 1; }, true},
   };
   for (const auto& c : cases) {
@@ -372,7 +373,7 @@ TEST(Timer, HoldsNoLockWhileItWritesRegistryAndLog) {
   for (const char* line : {WARM_LINE, CHECK_LINE, IDLE_LINE, TURNING_OFF}) {
     EXPECT_GE(bench.world.LogLines(line), 1U) << line;
   }
-  EXPECT_GE(bench.registry.added.size(), 4U);
+  EXPECT_GE(bench.registry.Added().size(), 4U);
   bench.Stop();
   SetBoard(pBefore);
 }

@@ -207,6 +207,20 @@ TEST(UVLamp, OffBesideAnExchangeGoesOutRightAfterIt) {
   bench.ExpectAgreement(false);
 }
 
+TEST(UVLamp, DecidedSwitchOffComesBeforeAnyOtherCommand) {
+  LampBench bench;
+  bench.Light();
+  EXPECT_TRUE(bench.BurnsAtUnit());
+  {
+    const auto state = bench.state.Lock();
+    bench.lamp.ClaimSwitchOff();
+    state->m_Status.bBusy = TRUE;  // a procedure begins before the lamp has been told
+  }
+  EXPECT_EQ(bench.unit.SetGain(TRUE), 0U);
+  EXPECT_EQ(bench.lamp.SendSwitchOff(), TRUE) << "nothing is left to send";
+  EXPECT_EQ(bench.world.Written(), (Texts{"$d1", "$f7", "$d0", "$f0", "$g1"}));
+}
+
 /// The lamp's end ends its session, however it comes.
 TEST(UVLamp, SessionEndsWithTheLamp) {
   const std::pair<const char*, std::function<void(LampBench&)>> cases[] = {

@@ -2,6 +2,7 @@
 ///
 /// A switch carries along what the language runtime keeps per operating-system thread (the exceptions in flight and
 /// `errno`) and tells the sanitizers. It costs some ten nanoseconds and orders nothing for the thread sanitizer.
+/// To that one `errno` is one variable for all fibers: code that reads or writes it by name is reported as a race.
 #pragma once
 
 #include <cstddef>
