@@ -1,4 +1,5 @@
-/// Names of simulated samples on a command line: "blank", "neutral:0.5", "yellow:1.2", "red", "blue", "mixture".
+/// Names of simulated samples on a command line: "blank", "neutral:0.5", "yellow:1.2", "red", "blue", "mixture",
+/// "reaction:0.8", "turbid:40".
 #pragma once
 
 #include <charconv>
@@ -10,7 +11,8 @@
 
 namespace common {
 
-inline constexpr std::string_view SampleNames = "blank, neutral:A, yellow:A, red:A, blue:A (A: absorbance), mixture";
+inline constexpr std::string_view SampleNames =
+    "blank, neutral:A, yellow:A, red:A, blue:A, reaction:A (A: absorbance, 0 to 4), mixture, turbid:NTU";
 
 /// Bands all over the range, with absorbances between 0.05 and 2 from 340 to 1000 nm.
 inline simulator::Sample Mixture() {
@@ -23,23 +25,36 @@ inline simulator::Sample Mixture() {
                                    {1000.0, 0.2, 50.0}});
 }
 
-/// The sample of a name; nothing when there is none of that name, or its absorbance is not a number from 0 to 4.
-inline std::optional<simulator::Sample> FindSample(std::string_view name) {
+/// Forms a band at 340 nm from `start` on; half of it is there after 30 s.
+inline simulator::Sample Reaction(double dAbsorbance, simulator::Time start) {
+  return simulator::Sample::Kinetics({340.0, dAbsorbance, 30.0}, 0.6931471805599453 / 30.0, start);
+}
+
+/// The sample of a name; nothing when there is none of that name, or its number is none, or out of range: absorbances
+/// from 0 to 4, 1 without a number; turbidities from 0 to 4000 NTU. A reaction begins at `start`.
+inline std::optional<simulator::Sample> FindSample(std::string_view name, simulator::Time start = 0) {
   const std::size_t nColon = name.find(':');
   const std::string_view kind = name.substr(0, nColon);
-  double dAbsorbance = 1.0;
+  const double dHighest = kind == "turbid" ? 4000.0 : 4.0;
+  double dNumber = 1.0;
   if (nColon != std::string_view::npos) {
     const char* pEnd = name.data() + name.size();
-    const auto [pStop, error] = std::from_chars(name.data() + nColon + 1, pEnd, dAbsorbance);
-    if (error != std::errc() || pStop != pEnd || !(dAbsorbance >= 0.0 && dAbsorbance <= 4.0)) {
+    const auto [pStop, error] = std::from_chars(name.data() + nColon + 1, pEnd, dNumber);
+    if (error != std::errc() || pStop != pEnd || !(dNumber >= 0.0 && dNumber <= dHighest)) {
       return std::nullopt;
     }
   }
   if (kind == "neutral") {
-    return simulator::Sample::NeutralGlass(dAbsorbance);
+    return simulator::Sample::NeutralGlass(dNumber);
   }
   if (kind == "yellow" || kind == "red" || kind == "blue") {
-    return simulator::Sample::Dye(kind, dAbsorbance);
+    return simulator::Sample::Dye(kind, dNumber);
+  }
+  if (kind == "reaction") {
+    return Reaction(dNumber, start);
+  }
+  if (kind == "turbid") {
+    return simulator::Sample::Blank().WithTurbidity(dNumber);
   }
   if (nColon == std::string_view::npos && kind == "blank") {
     return simulator::Sample::Blank();

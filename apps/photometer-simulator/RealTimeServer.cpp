@@ -139,7 +139,7 @@ void RealTimeServer::Command(const std::string& line, Time now) {
     std::string name;
     int iSize = 10;
     words >> name >> iSize;
-    const auto sample = name.empty() ? std::optional(m_sample) : common::FindSample(name);
+    const auto sample = name.empty() ? std::optional(m_sample) : common::FindSample(name, now);
     if (!sample) {
       std::cerr << "there is no sample \"" << name << "\"; the samples are " << common::SampleNames << "\n";
       return;

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include "../common/SampleName.h"
+#include "DefectName.h"
 #include "NumberOption.h"
 
 namespace host {
@@ -41,7 +42,9 @@ void BoardOptions::AddTo(CLI::App& app) {
       ->default_str(sample);
   AddIntegerOption(app, "--offset", positionOffset, -100, 100, "Steps by which its monochromator is out of place");
   AddRealOption(app, "--stray-light", strayLight, 0.0, 0.1, "Share of its light that passes beside the sample");
-  for (const char* name : {"--seed", "--speed", "--sample", "--offset", "--stray-light"}) {
+  app.add_option("--defect", defects, fmt::format("What breaks in it after the start-up: {}", DefectNames))
+      ->type_name("NAME");
+  for (const char* name : {"--seed", "--speed", "--sample", "--offset", "--stray-light", "--defect"}) {
     app.get_option(name)->group(Simulation);
   }
 }
@@ -49,6 +52,12 @@ void BoardOptions::AddTo(CLI::App& app) {
 void BoardOptions::Check() const {
   if (bSimulate && !boardFile.empty()) {
     throw CLI::ValidationError("--simulate", "does not go with --board; give one of them");
+  }
+  for (const std::string& defect : defects) {
+    simulator::InstrumentFaults faults;
+    if (!AddDefect(defect, faults)) {
+      throw CLI::ValidationError("--defect", fmt::format("\"{}\" is no defect; give {}", defect, DefectNames));
+    }
   }
   if (!common::FindSample(sample)) {
     throw CLI::ValidationError("--sample", fmt::format("\"{}\" is no sample; give {}", sample, common::SampleNames));

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include <CLI/CLI.hpp>
 
@@ -27,6 +28,9 @@ struct BoardOptions {
   int positionOffset = 0;
   /// Share of the light that passes beside the sample.
   double strayLight = 1e-4;
+
+  /// What breaks after the start-up, as in DefectName.h.
+  std::vector<std::string> defects;
 
   void AddTo(CLI::App& app);
   /// Throws `CLI::ValidationError` for options that do not go together or name nothing.

@@ -17,7 +17,7 @@ std::string Overview() {
       "photometer: measures with the photometer, or with a simulated one\n\n"
       "  photometer COMMAND [OPTIONS]     photometer COMMAND --help     photometer --version\n\nCommands:\n";
   for (const CommandEntry& entry : Commands()) {
-    text += fmt::format("  {:<10} {}\n", entry.name, entry.summary);
+    text += fmt::format("  {:<18} {}\n", entry.name, entry.summary);
   }
   return text + "\nExit codes:\n" + ExitCodeTable();
 }
@@ -35,10 +35,16 @@ ExitCode Complain(Console& console, const std::string& text, const std::string& 
 
 ExitCode ComplainAboutCommand(Console& console, const std::string& name) {
   std::vector<std::string> names;
+  std::string continuations;
   for (const CommandEntry& entry : Commands()) {
     names.push_back(entry.name);
+    if (entry.name.starts_with(name + " ")) {
+      continuations += (continuations.empty() ? "" : " or ") + entry.name;
+    }
   }
-  return Complain(console, fmt::format("there is no command \"{}\"{}", name, Hint(name, names)), "photometer --help");
+  const std::string text = continuations.empty() ? fmt::format("there is no command \"{}\"{}", name, Hint(name, names))
+                                                 : fmt::format("\"{}\" is half a command; say {}", name, continuations);
+  return Complain(console, text, "photometer --help");
 }
 
 /// What is wrong with arguments that no option took.
@@ -97,11 +103,16 @@ ExitCode RunCommandLine(const std::vector<std::string>& arguments, Console& cons
     console.results << "photometer, library " << version << "\n";
     return ExitCode::Success;
   }
-  const CommandEntry* pEntry = FindCommand(name);
-  if (pEntry == nullptr) {
-    return ComplainAboutCommand(console, name);
+  if (const CommandEntry* pEntry = FindCommand(name)) {
+    return ParseAndRun(*pEntry, {arguments.begin() + 1, arguments.end()}, console);
   }
-  return ParseAndRun(*pEntry, {arguments.begin() + 1, arguments.end()}, console);
+  // Some names have two words.
+  const bool bSecondWord = arguments.size() > 1 && !arguments[1].starts_with('-');
+  const std::string twoWords = bSecondWord ? name + " " + arguments[1] : name;
+  if (const CommandEntry* pEntry = FindCommand(twoWords)) {
+    return ParseAndRun(*pEntry, {arguments.begin() + 2, arguments.end()}, console);
+  }
+  return ComplainAboutCommand(console, twoWords);
 }
 
 }  // namespace host

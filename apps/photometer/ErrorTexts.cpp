@@ -12,6 +12,7 @@ namespace {
 
 constexpr std::string_view CheckLine = "check that the optical unit is switched on and its cable is plugged in";
 constexpr std::string_view CheckPump = "check that the pump is switched on and its cable is plugged in";
+constexpr std::string_view CheckScanLine = "look for interference on the cable; repeat the run";
 constexpr std::string_view Repeat = "repeat the run; if it comes back, have the instrument serviced";
 constexpr std::string_view CheckRequest = "check the values of the request";
 
@@ -25,9 +26,7 @@ struct Cause {
 constexpr std::array Causes = {
     Cause{1, "a value is out of its range", CheckRequest},
     Cause{2, "the unit was silent for 60 seconds", CheckLine},
-    Cause{3, "the answer was longer than it can be",
-          "look for interference on the cable; "
-          "repeat the run"},
+    Cause{3, "the answer was longer than it can be", CheckScanLine},
     Cause{4, "the unit answered \"error\"", Repeat},
     Cause{5, "the command could not be written to the port", CheckLine},
 };
@@ -78,6 +77,18 @@ constexpr std::array Singles = {
               "check the lamp, and that nothing dark is in the beam"},
     SingleRow{77, "SetDeuteriumLamp", "the deuterium lamp did not light",
               "repeat the run; if it comes back, replace the lamp"},
+    SingleRow{302, "HolmiumOxideScan", "no data came for 60 seconds", CheckLine},
+    SingleRow{303, "HolmiumOxideScan", "more data came than there are points", CheckScanLine},
+    SingleRow{304, "HolmiumOxideScan", "the unit answered \"error\"", Repeat},
+    SingleRow{305, "HolmiumOxideScan", "the scan command could not be written to the port", CheckLine},
+    SingleRow{313, "Kinetics", "ten readings in a row had no more light than darkness",
+              "check the lamp, and that nothing dark is in the beam"},
+    SingleRow{315, "Kinetics", "a reading took longer than the interval", "give a longer interval, as --every 10s"},
+    SingleRow{322, "Scan", "no data came for 60 seconds", CheckLine},
+    SingleRow{323, "Scan", "more data came than there are points", CheckScanLine},
+    SingleRow{324, "Scan", "the unit answered \"error\"", Repeat},
+    SingleRow{325, "Scan", "the scan command could not be written to the port", CheckLine},
+    SingleRow{326, "Scan", "the spectrum was cancelled", "nothing need be done"},
     SingleRow{501, "Pump", "there is no device", "start the program again"},
     SingleRow{512, "PumpZQ410", "the pump was silent for 60 seconds", CheckPump},
     SingleRow{513, "PumpZQ410", "the pump's answers make no sense", CheckPump},

@@ -71,6 +71,17 @@ void EventSink::OnDelayCountdown(DWORD dwRequestId, DWORD dwSeconds) {
   Keep(Countdown{CountdownKind::Settling, dwSeconds});
 }
 
+void EventSink::OnSystemCheckStatus(const photometer::SystemCheckStatus* pStatus) {
+  const photometer::SystemCheckStatus& status = *pStatus;
+  Note(fmt::format(
+      "OnSystemCheckStatus lamps {} halogen {} uv {} wavelength {} passed {} filters {} 1 {} 2 {} 3 {} 4 {} "
+      "detectors {} passed {}",
+      status.dwLampState, status.bHalogenLamp, status.bUVLamp, status.dwWavelengthState, status.bWavelength,
+      status.dwFilterState, status.bFilter1, status.bFilter2, status.bFilter3, status.bFilter4, status.dwDetectorState,
+      status.bDetectors));
+  Keep(SystemCheckChange{status});
+}
+
 void EventSink::OnReferenceValues(const std::vector<photometer::WavelengthCalibrationEntry>* pValues) {
   for (const photometer::WavelengthCalibrationEntry& entry : *pValues) {
     Note(fmt::format("OnReferenceValues wavelength {} value {} reference {}", entry.dWavelength, entry.dValue,

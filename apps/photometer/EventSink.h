@@ -32,6 +32,7 @@ class EventSink final : public photometer::EmptySink {
   void OnCuvetteChanged(LONG iCuvetteSize) override;
   void OnError(DWORD dwRequestId, DWORD dwError) override;
   void OnDelayCountdown(DWORD dwRequestId, DWORD dwSeconds) override;
+  void OnSystemCheckStatus(const photometer::SystemCheckStatus* pStatus) override;
   void OnReferenceValues(const std::vector<photometer::WavelengthCalibrationEntry>* pValues) override;
   void OnPumpError(DWORD dwRequestId, DWORD dwError) override;
   void OnLampSwitching(BOOL bSwitching) override;

@@ -20,7 +20,8 @@ constexpr std::array Entries = {
     ExitCodeEntry{ExitCode::NoEnd, "no end", "the run ended without saying how, or did not end; shut down"},
     ExitCodeEntry{ExitCode::Refused, "refused", "the device refused to start the run"},
     ExitCodeEntry{ExitCode::NoCuvette, "no cuvette", "no cuvette was inserted in the time given"},
-    ExitCodeEntry{ExitCode::OutputFailed, "output failed", "measured, but the results or the trace were not written"},
+    ExitCodeEntry{ExitCode::OutputFailed, "output failed", "measured, but results, picture or trace were not written"},
+    ExitCodeEntry{ExitCode::CheckFailed, "check failed", "a self-test ran to its end, and a value is beyond its limit"},
 };
 
 }  // namespace

@@ -17,7 +17,8 @@ enum class ExitCode : int {
   NoEnd = 13,
   Refused = 14,
   NoCuvette = 15,
-  OutputFailed = 16
+  OutputFailed = 16,
+  CheckFailed = 17
 };
 
 struct ExitCodeEntry {

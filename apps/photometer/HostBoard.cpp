@@ -58,6 +58,7 @@ std::string HostBoard::Open(const BoardOptions& options, const photometer::Photo
 
 std::string HostBoard::OpenSimulated(const BoardOptions& options, const photometer::PhotometerParameters& params) {
   m_pSimulated = std::make_unique<SimulatedInstrument>(options, params);
+  m_strDescription = fmt::format("simulated, seed {}", options.seed);
   MakeCurrent(m_pSimulated->Board());
   return {};
 }
@@ -72,6 +73,7 @@ std::string HostBoard::OpenReal(const BoardOptions& options) {
   if (!m_pPosixBoard->Problem().empty()) {
     return m_pPosixBoard->Problem();
   }
+  m_strDescription = BoardFilePath(options);
   MakeCurrent(*m_pPosixBoard);
   return TryOpticalPort(file);
 }

@@ -26,6 +26,8 @@ class HostBoard {
   /// the board stands.
   std::string Open(const BoardOptions& options, const photometer::PhotometerParameters& params);
 
+  /// "simulated" with what was asked for, or the board file.
+  [[nodiscard]] const std::string& Description() const { return m_strDescription; }
   /// Null without a trace file.
   photometer::platform::Transcript* Transcript() { return m_pTracingBoard ? &m_transcript : nullptr; }
   /// Null on real ports.
@@ -42,6 +44,7 @@ class HostBoard {
   void MakeCurrent(photometer::platform::Board& board);
   std::string TryOpticalPort(const photometer::platform::BoardFile& file);
 
+  std::string m_strDescription;
   std::ofstream m_trace;
   photometer::platform::Transcript m_transcript;
   std::unique_ptr<SimulatedInstrument> m_pSimulated;

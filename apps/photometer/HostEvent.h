@@ -37,11 +37,17 @@ struct Countdown {
   DWORD dwSeconds;
 };
 
-using HostEvent = std::variant<Notification, Results, InstrumentError, CuvetteChange, Countdown>;
+struct SystemCheckChange {
+  photometer::SystemCheckStatus status;
+};
+
+using HostEvent = std::variant<Notification, Results, InstrumentError, CuvetteChange, Countdown, SystemCheckChange>;
 
 /// Codes of `Notification` that the program acts on.
 inline constexpr DWORD NOTIFY_FINISHED = 17;
 inline constexpr DWORD NOTIFY_CANCELLED = 18;
+inline constexpr DWORD NOTIFY_TEST_PASSED = 30;
+inline constexpr DWORD NOTIFY_TEST_FAILED = 35;
 inline constexpr DWORD NOTIFY_START_UP_ENDED = 39;
 
 /// The notification's code, or nothing for another event.

@@ -1,5 +1,7 @@
 #include "InstrumentOptions.h"
 
+#include <algorithm>
+
 #include <fmt/format.h>
 
 #include "NumberOption.h"
@@ -49,6 +51,7 @@ InstrumentOptions::InstrumentOptions() {
   photometer::SetDefaultSettings(&settings);
   TakeSettings(settings, m_Params);
   TakeSettings(settings, m_Calibration);
+  m_peaks = {settings.Peak1, settings.Peak2, settings.Peak3};
   m_bUV = settings.UV != 0;
   m_Calibration.LampSwitchingPoint = DefaultSwitchingPoint;
   m_Params.dwBaudRate = 19200;
@@ -99,6 +102,14 @@ void InstrumentOptions::Check() {
 void InstrumentOptions::ProposeZeros(const std::vector<double>& wavelengths) {
   if (m_strZeros.empty()) {
     m_Calibration.ZeroWavelengths = wavelengths;
+  }
+}
+
+void InstrumentOptions::AddZero(double dWavelength) {
+  std::vector<double>& zeros = m_Calibration.ZeroWavelengths;
+  if (m_strZeros.empty() && dWavelength >= SwitchingPoint() &&
+      std::find(zeros.begin(), zeros.end(), dWavelength) == zeros.end()) {
+    zeros.push_back(dWavelength);
   }
 }
 

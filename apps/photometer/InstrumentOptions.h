@@ -22,8 +22,13 @@ class InstrumentOptions {
   /// The wavelengths of the zero measurement, if the command line gives none.
   void ProposeZeros(const std::vector<double>& wavelengths);
 
+  /// Measures a zero value there too, if it is not below the switching point and the command line gives no zeros.
+  void AddZero(double dWavelength);
+
   [[nodiscard]] const photometer::PhotometerParameters& Parameters() const { return m_Params; }
   [[nodiscard]] const photometer::CalibrationData& Calibration() const { return m_Calibration; }
+  /// Peaks of the holmium oxide filter by the settings, nm.
+  [[nodiscard]] const std::vector<double>& Peaks() const { return m_peaks; }
   /// Below this wavelength, nm, the deuterium lamp serves.
   [[nodiscard]] double SwitchingPoint() const { return m_Calibration.LampSwitchingPoint; }
   /// Range of every wavelength that is measured, nm.
@@ -33,6 +38,7 @@ class InstrumentOptions {
  private:
   photometer::PhotometerParameters m_Params{};
   photometer::CalibrationData m_Calibration{};
+  std::vector<double> m_peaks;
   bool m_bUV = true;
   std::string m_strZeros;
   std::string m_strParity = "none";

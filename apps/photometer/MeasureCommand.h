@@ -4,43 +4,35 @@
 #include <string>
 #include <vector>
 
-#include "BoardOptions.h"
-#include "Command.h"
-#include "InstrumentOptions.h"
 #include "MeasureReport.h"
-#include "ReportFormat.h"
+#include "References.h"
+#include "RunCommand.h"
 #include "photometer/Requests.h"
 
 namespace host {
 
-class HostBoard;
-class Progress;
-class Session;
-class SimulatedInstrument;
-
-class MeasureCommand final : public Command {
+class MeasureCommand final : public RunCommand {
  public:
-  void AddOptions(CLI::App& app) override;
-  void Check() override;
-  ExitCode Run(Console& console) override;
+  MeasureCommand() : RunCommand("measure", Holder::Sample) {}
 
  private:
-  void PrepareDemo();
-  /// Start-up, sample, run. What was delivered is in the report, whatever the end.
-  ExitCode Measure(Console& console, HostBoard& board, MeasureReport& report);
-  ExitCode PresentSample(Console& console, Progress& progress, HostBoard& board, Session& session);
-  ExitCode RunMeasurement(Progress& progress, Session& session, MeasureReport& report);
-  void AddZeroValues(Session& session, MeasureReport& report) const;
-  void AddExpectations(const SimulatedInstrument& instrument, MeasureReport& report) const;
+  void AddOwnOptions(CLI::App& app) override;
+  void Prepare() override;
+  void CheckOwn() override;
+  ExitCode Operate(Bench& bench) override;
+  [[nodiscard]] std::string Results() const override;
+  [[nodiscard]] bool HasResults() const override { return !m_report.wavelengths.empty(); }
+  ExitCode Judge(Console& console) const override;
+
+  void AddReferences();
+  void AddExpectations(const SimulatedInstrument& instrument);
   [[nodiscard]] photometer::MeasureRequest Request() const;
 
-  BoardOptions m_board;
-  InstrumentOptions m_instrument;
   std::string m_strWavelengths;
   std::vector<double> m_wavelengths;
+  References m_references;
+  MeasureReport m_report;
   DWORD m_dwReadings = 1;
-  DWORD m_dwCuvetteWait = 0;
-  OutputFormat m_format = OutputFormat::Table;
   bool m_bDemo = false;
 };
 

@@ -47,10 +47,6 @@ struct MeasuredWavelength {
 };
 
 struct MeasureReport {
-  std::string strFirmware;
-  /// "finished", "cancelled", or what went wrong.
-  std::string strOutcome;
-  std::optional<LONG> error;
   std::vector<MeasuredWavelength> wavelengths;
 
   /// Takes what `OnResult` delivered: the readings of one wavelength.

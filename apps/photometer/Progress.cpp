@@ -5,6 +5,7 @@
 
 #include <fmt/format.h>
 
+#include "Duration.h"
 #include "ErrorTexts.h"
 
 namespace host {
@@ -68,30 +69,44 @@ void Progress::ShowNotification(const Notification& notification) {
   const auto stage = std::find_if(Stages.begin(), Stages.end(), [&notification](const StageText& text) {
     return text.dwCode == notification.dwCode;
   });
-  if (stage == Stages.end()) {
+  const bool bIgnored = std::find(m_ignored.begin(), m_ignored.end(), notification.dwCode) != m_ignored.end();
+  if (stage == Stages.end() || bIgnored) {
     return;
   }
   if (stage->style == Style::Line) {
     Say(stage->words);
   } else if (notification.dwValue > 0) {
     // Value 0 only announces a stage that comes later.
-    ShowPercent(stage->words, std::min<DWORD>(notification.dwValue, 100));
+    ShowShare(stage->words, notification.dwValue / 100.0);
   }
 }
 
-void Progress::ShowPercent(const std::string& stage, DWORD dwPercent) {
-  if (m_bTerminal) {
-    Redraw(fmt::format("{} {:>3} %  {}", Bar(dwPercent), dwPercent, stage));
-    return;
-  }
-  // A log file needs no line for each wavelength: one for the beginning of a stage and one for each quarter.
+void Progress::ShowShare(const std::string& stage, double dShare, std::optional<DWORD> secondsLeft) {
+  dShare = std::clamp(dShare, 0.0, 1.0);
+  const auto dwPercent = static_cast<DWORD>(dShare * 100 + 1e-9);
   const DWORD dwQuarter = dwPercent / 25;
-  if (stage == m_strStage && dwQuarter <= m_dwQuarter) {
-    return;
+  const bool bNew = stage != m_strStage || dShare < m_dStageShare;
+  if (bNew) {
+    m_strStage = stage;
+    m_dStageShare = dShare;
+    m_dwStageTick = m_clock ? m_clock() : 0;
   }
-  m_strStage = stage;
+  if (m_bTerminal) {
+    Redraw(fmt::format("{} {:>3} %  {}{}", Bar(dwPercent), dwPercent, stage, TimeLeft(dShare, secondsLeft)));
+  } else if (bNew || dwQuarter > m_dwQuarter) {
+    // A log file needs no line for each wavelength: one for the beginning of a stage and one for each quarter.
+    m_stream << fmt::format("{}: {} %{}\n", stage, dwPercent, TimeLeft(dShare, secondsLeft)) << std::flush;
+  }
   m_dwQuarter = dwQuarter;
-  m_stream << fmt::format("{}: {} %\n", stage, dwPercent) << std::flush;
+}
+
+std::string Progress::TimeLeft(double dShare, std::optional<DWORD> secondsLeft) const {
+  const double dDone = dShare - m_dStageShare;
+  if (!secondsLeft && m_clock && dDone > 0) {
+    const double dSeconds = (m_clock() - m_dwStageTick) / 1000.0;
+    secondsLeft = static_cast<DWORD>(dSeconds * (1 - dShare) / dDone + 0.5);
+  }
+  return secondsLeft && dShare < 1 ? fmt::format(", {} left", FormatDuration(*secondsLeft)) : std::string();
 }
 
 void Progress::ShowCountdown(const Countdown& countdown) {

@@ -3,8 +3,12 @@
 /// Used by the host's own thread only.
 #pragma once
 
+#include <functional>
+#include <optional>
 #include <ostream>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "HostEvent.h"
 
@@ -12,20 +16,28 @@ namespace host {
 
 class Progress {
  public:
-  /// The stream must outlive it.
-  Progress(std::ostream& stream, bool bTerminal) : m_stream(stream), m_bTerminal(bTerminal) {}
+  /// Ticks, ms.
+  using Clock = std::function<photometer::DWORD()>;
+
+  /// The stream must outlive it. Without a clock nothing is said about the time left.
+  Progress(std::ostream& stream, bool bTerminal, Clock clock = nullptr)
+      : m_stream(stream), m_bTerminal(bTerminal), m_clock(std::move(clock)) {}
   ~Progress() { EndBar(); }
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
 
   /// Shows an event; one that says nothing to a person shows nothing.
   void Show(const HostEvent& event);
+  /// How far a stage has come, 0 to 1, with the time left: the given one, s, else an estimate from the pace so far.
+  void ShowShare(const std::string& stage, double dShare, std::optional<photometer::DWORD> secondsLeft = std::nullopt);
   /// A line of its own.
   void Say(const std::string& text);
+  /// Notifications that mean something else in the run that follows, and are not shown.
+  void Ignore(std::vector<photometer::DWORD> codes) { m_ignored = std::move(codes); }
 
  private:
   void ShowNotification(const Notification& notification);
-  void ShowPercent(const std::string& stage, DWORD dwPercent);
+  [[nodiscard]] std::string TimeLeft(double dShare, std::optional<photometer::DWORD> secondsLeft) const;
   void ShowCountdown(const Countdown& countdown);
   void Redraw(const std::string& text);
   void EndBar();
@@ -34,8 +46,13 @@ class Progress {
   bool m_bTerminal;
   /// Columns of the unfinished line on the terminal; 0: none.
   std::size_t m_nColumns = 0;
-  /// What was last written as a plain line about a stage.
+  Clock m_clock;
+  std::vector<photometer::DWORD> m_ignored;
+  /// The stage that was last shown, when it was first shown and how far it had come then.
   std::string m_strStage;
+  DWORD m_dwStageTick = 0;
+  double m_dStageShare = 0;
+  /// What was last written as a plain line about it.
   DWORD m_dwQuarter = 0;
 };
 

@@ -49,16 +49,8 @@ std::string FormatTable(const MeasureReport& report) {
   return table;
 }
 
-std::string QuotedForCsv(const std::string& text) {
-  std::string quoted = "\"";
-  for (const char character : text) {
-    quoted += character == '"' ? "\"\"" : std::string(1, character);
-  }
-  return text.empty() ? text : quoted + "\"";
-}
-
-std::string FormatCsv(const MeasureReport& report) {
-  std::string csv = "wavelength_nm,position,reading,sample,reference,absorbance,note\n";
+std::string FormatCsv(const ResultHeader& header, const MeasureReport& report) {
+  std::string csv = CsvHeader(header) + "wavelength_nm,position,reading,sample,reference,absorbance,note\n";
   for (const MeasuredWavelength& one : report.wavelengths) {
     for (std::size_t i = 0; i < one.readings.size(); ++i) {
       const DetectorPair& reading = one.readings[i];
@@ -68,11 +60,6 @@ std::string FormatCsv(const MeasureReport& report) {
     }
   }
   return csv;
-}
-
-template <typename Value>
-ordered_json OrNull(const std::optional<Value>& value) {
-  return value ? ordered_json(*value) : ordered_json(nullptr);
 }
 
 ordered_json ToJson(const MeasuredWavelength& one) {
@@ -100,27 +87,24 @@ ordered_json ToJson(const MeasuredWavelength& one) {
   return json;
 }
 
-std::string FormatJson(const MeasureReport& report) {
+std::string FormatJson(const ResultHeader& header, const MeasureReport& report) {
   ordered_json wavelengths = ordered_json::array();
   for (const MeasuredWavelength& one : report.wavelengths) {
     wavelengths.push_back(ToJson(one));
   }
-  // What is not UTF-8 (a damaged firmware text) is replaced: output must not fail for it.
-  const ordered_json json = {{"outcome", report.strOutcome},
-                             {"error", OrNull(report.error)},
-                             {"firmware", report.strFirmware},
-                             {"wavelengths", wavelengths}};
-  return json.dump(2, ' ', false, ordered_json::error_handler_t::replace) + "\n";
+  ordered_json json = JsonHeader(header);
+  json["wavelengths"] = std::move(wavelengths);
+  return JsonText(json);
 }
 
 }  // namespace
 
-std::string FormatReport(const MeasureReport& report, OutputFormat format) {
+std::string FormatReport(const ResultHeader& header, const MeasureReport& report, OutputFormat format) {
   switch (format) {
     case OutputFormat::Csv:
-      return FormatCsv(report);
+      return FormatCsv(header, report);
     case OutputFormat::Json:
-      return FormatJson(report);
+      return FormatJson(header, report);
     case OutputFormat::Table:
       break;
   }

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "MeasureReport.h"
+#include "ResultHeader.h"
 
 namespace host {
 
@@ -12,11 +13,11 @@ enum class OutputFormat { Table, Csv, Json };
 /// Ended lines.
 ///
 /// - Table: a line for each wavelength with the means over its readings.
-/// - CSV: a line for each reading, under the heading
+/// - CSV: the header's lines, and a line for each reading, under the heading
 ///   `wavelength_nm,position,reading,sample,reference,absorbance,note`; no absorbance: an empty field and a note.
-/// - JSON: one object with `outcome`, `error` (number or null), `firmware` and `wavelengths`; each of these has
+/// - JSON: the header's members and `wavelengths`; each of these has
 ///   `wavelength`, `position`, `zero` (or null), `absorbance` (mean, or null), `spread` (or null), `note`, and
 ///   `readings` of `sample`, `reference` and `absorbance`; with a known sample also `expected` and `sigma`.
-std::string FormatReport(const MeasureReport& report, OutputFormat format);
+std::string FormatReport(const ResultHeader& header, const MeasureReport& report, OutputFormat format);
 
 }  // namespace host

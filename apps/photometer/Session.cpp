@@ -60,8 +60,8 @@ void Session::Shutdown() {
 
 bool Session::IsBusy() { return m_pDevice->GetStatus().bBusy != 0; }
 
-RunEnd Session::StartUp(const photometer::PhotometerParameters& params,
-                        const photometer::CalibrationData& calibration) {
+RunEnd Session::StartUp(const photometer::PhotometerParameters& params, const photometer::CalibrationData& calibration,
+                        AfterFailure after) {
   // `Initialize` waits up to 60 s for a unit that is not there; meanwhile this thread listens to the person.
   std::atomic<HRESULT> hResult{photometer::E_FAIL};
   m_bShutDown = false;
@@ -72,7 +72,7 @@ RunEnd Session::StartUp(const photometer::PhotometerParameters& params,
     return {Outcome::Refused, std::nullopt, photometer::E_FAIL};
   }
   const RunEnd end = WaitForStartUp(hStarter, hResult);
-  if (end.outcome != Outcome::Finished) {
+  if (end.outcome != Outcome::Finished && (end.outcome != Outcome::Failed || after == AfterFailure::ShutDown)) {
     Shutdown();
   }
   layer::WaitForSingleObject(hStarter, layer::INFINITE);
@@ -102,7 +102,7 @@ RunEnd Session::WaitForStartUp(layer::HANDLE hStarter, const std::atomic<HRESULT
   return {Outcome::Cancelled, waiting.error, photometer::S_OK};
 }
 
-RunEnd Session::Run(const StartOperation& start, const EventHandler& handler) {
+RunEnd Session::Run(const StartOperation& start, const EventHandler& handler, EndNotice notice) {
   // What was told before belongs to no run.
   Waiting waiting;
   Handle(m_sink.Take(0), waiting);
@@ -112,18 +112,13 @@ RunEnd Session::Run(const StartOperation& start, const EventHandler& handler) {
   if (hResult != photometer::S_OK) {
     return {Outcome::Refused, std::nullopt, hResult};
   }
-  for (;;) {
-    // Busy is looked at first: what was told before it was cleared is then in the sink.
-    const bool bBusy = IsBusy();
-    Handle(m_sink.Take(bBusy ? SliceMilliseconds : 0), waiting);
-    if (!bBusy) {
-      break;
-    }
-    FollowInterrupt(waiting);
-    if (waiting.iRequests > 1 || waiting.Late(EndLimitMilliseconds)) {
-      Shutdown();
-      return {waiting.iRequests > 1 ? Outcome::Cancelled : Outcome::NoEnd, waiting.error, photometer::S_OK};
-    }
+  if (const std::optional<RunEnd> end = WaitForIdle(waiting)) {
+    return *end;
+  }
+  waiting.dwEndTick.reset();
+  waiting.ExpectEnd();
+  while (notice == EndNotice::AfterIdle && !waiting.bEndTold && !waiting.Late(EndNoticeMilliseconds)) {
+    Handle(m_sink.Take(SliceMilliseconds), waiting);
   }
   if (waiting.error) {
     return {Outcome::Failed, waiting.error, photometer::S_OK};
@@ -134,9 +129,29 @@ RunEnd Session::Run(const StartOperation& start, const EventHandler& handler) {
   return {waiting.bEndTold ? Outcome::Finished : Outcome::NoEnd, std::nullopt, photometer::S_OK};
 }
 
+std::optional<RunEnd> Session::WaitForIdle(Waiting& waiting) {
+  for (;;) {
+    // Busy is looked at first: what was told before it was cleared is then in the sink.
+    const bool bBusy = IsBusy();
+    Handle(m_sink.Take(bBusy ? SliceMilliseconds : 0), waiting);
+    if (!bBusy) {
+      return std::nullopt;
+    }
+    FollowInterrupt(waiting);
+    if (waiting.iRequests > 1 || waiting.Late(EndLimitMilliseconds)) {
+      Shutdown();
+      return RunEnd{waiting.iRequests > 1 ? Outcome::Cancelled : Outcome::NoEnd, waiting.error, photometer::S_OK};
+    }
+  }
+}
+
 void Session::Handle(const std::vector<HostEvent>& events, Waiting& waiting) {
   for (const HostEvent& event : events) {
-    m_progress.Show(event);
+    const auto* pTold = std::get_if<InstrumentError>(&event);
+    // Some runs tell their error twice.
+    if (pTold == nullptr || waiting.error != pTold->iNumber) {
+      m_progress.Show(event);
+    }
     if (waiting.handler) {
       waiting.handler(event);
     }
@@ -146,7 +161,8 @@ void Session::Handle(const std::vector<HostEvent>& events, Waiting& waiting) {
       waiting.error = pError->iNumber;
       waiting.ExpectEnd();
     }
-    if (code == NOTIFY_FINISHED || code == NOTIFY_CANCELLED || code == NOTIFY_START_UP_ENDED) {
+    if (code == NOTIFY_FINISHED || code == NOTIFY_CANCELLED || code == NOTIFY_START_UP_ENDED ||
+        code == NOTIFY_TEST_PASSED || code == NOTIFY_TEST_FAILED) {
       waiting.bEndTold = true;
       waiting.ExpectEnd();
     }

@@ -38,6 +38,12 @@ struct RunEnd {
   HRESULT hResult = photometer::S_OK;
 };
 
+/// What `StartUp` does with an instrument that has not passed.
+enum class AfterFailure { ShutDown, StayOn };
+
+/// When a run tells its end: before it becomes not busy, or just after, as the wavelength test does.
+enum class EndNotice { BeforeIdle, AfterIdle };
+
 using StartOperation = std::function<HRESULT(photometer::IPhotometer&)>;
 using EventHandler = std::function<void(const HostEvent&)>;
 
@@ -55,10 +61,11 @@ class Session {
   photometer::IPhotometer& Device() { return *m_pDevice; }
 
   /// Runs the start-up and waits for its end. A person's first request ends it by a shutdown: it cannot be cancelled.
-  RunEnd StartUp(const photometer::PhotometerParameters& params, const photometer::CalibrationData& calibration);
+  RunEnd StartUp(const photometer::PhotometerParameters& params, const photometer::CalibrationData& calibration,
+                 AfterFailure after = AfterFailure::ShutDown);
   /// Calls a start operation, hands every event of the run to the handler, and waits for the end of the run. A person's
   /// first request cancels the run, a second one shuts the device down at once.
-  RunEnd Run(const StartOperation& start, const EventHandler& handler);
+  RunEnd Run(const StartOperation& start, const EventHandler& handler, EndNotice notice = EndNotice::BeforeIdle);
   /// Waits at most so long, s, until a cuvette is in the holder. `NoEnd`: there was none in that time.
   Outcome WaitForCuvette(DWORD dwSeconds);
   /// Switches the instrument off. Harmless when repeated.
@@ -70,6 +77,8 @@ class Session {
   bool IsBusy();
   RunEnd WaitForStartUp(photometer::platform::HANDLE hStarter, const std::atomic<HRESULT>& hResult);
   void FollowInterrupt(Waiting& waiting);
+  /// Waits until the run is over. Something is returned when it was ended by a shutdown.
+  std::optional<RunEnd> WaitForIdle(Waiting& waiting);
 
   Progress& m_progress;
   const Interrupt& m_interrupt;

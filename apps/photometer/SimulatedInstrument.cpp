@@ -1,6 +1,7 @@
 #include "SimulatedInstrument.h"
 
 #include "../common/SampleName.h"
+#include "DefectName.h"
 
 namespace host {
 
@@ -31,7 +32,8 @@ photometer::platform::VirtualBoardOptions BoardSettings(const BoardOptions& opti
 }  // namespace
 
 SimulatedInstrument::SimulatedInstrument(const BoardOptions& options, const photometer::PhotometerParameters& params)
-    : m_sample(common::FindSample(options.sample).value_or(simulator::Sample::Blank())),
+    : m_strSample(options.sample),
+      m_defects(options.defects),
       m_instrument(UnitSettings(options, params), BounceMilliseconds),
       m_board(BoardSettings(options)) {
   m_board.PlugPort(u"COM2:", m_instrument.unit, true);
@@ -43,7 +45,19 @@ SimulatedInstrument::SimulatedInstrument(const BoardOptions& options, const phot
   m_board.SetRegistryValue(LampCounterKey, u"UVLamp", 0);
 }
 
-void SimulatedInstrument::InsertSample() { m_instrument.InsertCuvette(CuvetteSize, m_sample, m_board.Now()); }
+void SimulatedInstrument::BreakParts() {
+  simulator::InstrumentFaults faults = m_instrument.unit.Settings().faults;
+  for (const std::string& defect : m_defects) {
+    AddDefect(defect, faults);
+  }
+  m_instrument.unit.SetFaults(faults);
+}
+
+void SimulatedInstrument::InsertSample() {
+  // A reaction begins when the sample goes in.
+  m_sample = common::FindSample(m_strSample, m_board.Now()).value_or(simulator::Sample::Blank());
+  m_instrument.InsertCuvette(CuvetteSize, m_sample, m_board.Now());
+}
 
 double SimulatedInstrument::TrueAbsorbance(photometer::DWORD dwPosition) const {
   const simulator::OpticalUnitSettings& settings = m_instrument.unit.Settings();

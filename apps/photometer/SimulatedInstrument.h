@@ -20,6 +20,8 @@ class SimulatedInstrument {
 
   photometer::platform::VirtualBoard& Board() { return m_board; }
   simulator::Instrument& Model() { return m_instrument; }
+  /// The defects that the options ask for appear now: an instrument that has them from the beginning does not start up.
+  void BreakParts();
   /// A cuvette with the sample goes into the holder now.
   void InsertSample();
   /// Absorbance of the sample at the wavelength that comes through at a position of the monochromator. Positions are
@@ -29,6 +31,8 @@ class SimulatedInstrument {
   [[nodiscard]] std::vector<std::string> Faults() const;
 
  private:
+  std::string m_strSample;
+  std::vector<std::string> m_defects;
   simulator::Sample m_sample;
   simulator::Instrument m_instrument;
   photometer::platform::VirtualBoard m_board;

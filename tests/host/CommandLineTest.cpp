@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include "CommandLine.h"
+#include "Duration.h"
 #include "PseudoTerminal.h"
 #include "Suggestion.h"
 #include "WavelengthList.h"
@@ -72,6 +73,26 @@ TEST(CommandLine, RefusesBadInputAndSaysWhatIsWrong) {
       {{"measure", "--simulate", "--board", "x", "--wavelengths", "436"}, {"--simulate", "--board"}},
       {{"measure", "--simulate", "--wavelengths", "436", "--trace", "/nowhere/t"}, {"--trace", "/nowhere/t"}},
       {{"measure", "--board", "/nowhere/b.toml", "--wavelengths", "436"}, {"/nowhere/b.toml", "cannot be opened"}},
+      {{"check", "--simulate"}, {"\"check\" is half a command", "check wavelength or check system"}},
+      {{"check", "sytem"}, {"there is no command \"check sytem\"", "did you mean \"check system\"?"}},
+      {{"scan", "--simulate", "--from", "900", "--to", "340"}, {"--from", "900 nm is not below --to 340 nm"}},
+      {{"scan", "--simulate", "--no-uv", "--from", "300"}, {"--from", "300 nm", "330 to 1100 nm"}},
+      {{"scan", "--simulate", "--no-uv", "--lamp", "deuterium"}, {"--lamp", "--no-uv"}},
+      {{"scan", "--simulate", "--step", "0.5"}, {"--step", "0.5"}},
+      {{"scan", "--simulate", "--blank", "/nowhere/b.csv"}, {"--blank", "/nowhere/b.csv cannot be read"}},
+      {{"scan", "--simulate", "--output", "/nowhere/s.csv"}, {"--output", "/nowhere/s.csv cannot be written"}},
+      {{"scan", "--simulate", "--output", "/tmp"}, {"--output", "/tmp is a folder"}},
+      {{"scan", "--simulate", "--plot", "s.png"}, {"--plot", "s.png", "ends in .svg"}},
+      {{"scan", "--simulate", "--defect", "rust"}, {"--defect", "\"rust\" is no defect", "weak-halogen"}},
+      {{"kinetics", "--simulate"}, {"--wavelength", "is missing"}},
+      {{"kinetics", "--simulate", "--wavelength", "340", "--every", "10"}, {"--every", "\"10\"", "as 30s"}},
+      {{"kinetics", "--simulate", "--wavelength", "340", "--for", "90s"}, {"--for", "\"90s\"", "whole minutes"}},
+      {{"kinetics", "--simulate", "--wavelength", "1100.5"}, {"--wavelength", "\"1100.5\""}},
+      {{"turbidity", "--simulate", "--sample", "turbid:-1"}, {"\"turbid:-1\" is no sample", "turbid:NTU"}},
+      {{"check", "wavelength", "--simulate", "--peaks", "361,1200"}, {"--peaks", "entry 2 (1200 nm)"}},
+      {{"check", "system", "--simulate", "--peak", "nan"}, {"--peak", "\"nan\""}},
+      {{"scan-holmium", "--simulate", "--first", "5000", "--last", "5000"}, {"--first", "5000 is not below"}},
+      {{"scan-holmium", "--simulate", "--last", "15001"}, {"--last", "15001", "to 15000"}},
   };
   for (const auto& one : cases) {
     ExpectRefused(one.arguments, one.parts);
@@ -124,6 +145,27 @@ TEST(WavelengthList, TakesWhatPeopleWrite) {
   ASSERT_TRUE(std::holds_alternative<std::vector<double>>(parsed));
   EXPECT_EQ(std::get<std::vector<double>>(parsed), (std::vector<double>{345, 436.5, 1000}));
   EXPECT_EQ(ComplainOutOfRange({330, 1100}, 330, 1100), "");
+}
+
+TEST(Duration, TakesUnitsAndRefusesTheRest) {
+  const struct {
+    const char* text;
+    std::optional<photometer::DWORD> seconds;
+  } cases[] = {{"10s", 10},
+               {"5min", 300},
+               {"2h", 7200},
+               {"0s", 0},
+               {"168h", 604800},
+               {"169h", std::nullopt},
+               {"", std::nullopt},
+               {"10", std::nullopt},
+               {"-1s", std::nullopt},
+               {"1.5h", std::nullopt},
+               {"5 min", std::nullopt},
+               {"99999999999s", std::nullopt}};
+  for (const auto& one : cases) {
+    EXPECT_EQ(ParseDuration(one.text), one.seconds) << one.text;
+  }
 }
 
 TEST(Suggestion, FindsNearWordsOnly) {

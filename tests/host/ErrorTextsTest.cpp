@@ -20,7 +20,8 @@ std::set<LONG> KnownNumbers() {
     }
   }
   numbers.insert({132, 133, 135, 162, 163, 165});
-  numbers.insert({501, 512, 513, 514, 516, 531, 532, 533, 535, 541, 542, 543, 545, 612, 613, 614, 615, 616, 617});
+  numbers.insert({302, 303, 304, 305, 313, 315, 322, 323, 324, 325, 326, 501, 512, 513, 514,
+                  516, 531, 532, 533, 535, 541, 542, 543, 545, 612, 613, 614, 615, 616, 617});
   return numbers;
 }
 
@@ -46,6 +47,8 @@ TEST(ErrorTexts, SayNumberOperationAndCause) {
       {111, {"error 111 ", "MoveMonochromator", "out of its range"}},
       {205, {"error 205 ", "ReadFirmwareVersion", "could not be written"}},
       {-3, {"error -3 ", "no more light than darkness"}},
+      {323, {"error 323 ", "Scan", "more data"}},
+      {315, {"error 315 ", "Kinetics", "longer interval"}},
       {999, {"error 999", "does not know", "Photometer.log"}},
   };
   for (const auto& one : cases) {

@@ -71,6 +71,36 @@ TEST(Programs, SameAbsorbancesThroughAPseudoTerminalAndOnTheVirtualBoard) {
   EXPECT_NEAR(real["wavelengths"][2]["absorbance"].get<double>(), 0.8, 0.01);
 }
 
+TEST(Programs, ScanOverAPseudoTerminalLosesAndDoublesNoPoint) {
+  // Over the change from the halogen lamp's high power to its low one and of a filter, ten times as fast as real.
+  const std::vector<std::string> scan = {"--from", "440",     "--to",    "460",      "--step",
+                                         "0.1",    "--zeros", "440,460", "--format", "json"};
+  ChildProcess simulator({Simulator, "--commands", "--seed", "5", "--sample", "yellow:0.8", "--speed", "10"});
+  const std::string board = ValueOf(simulator.ReadOutputUntil("Ctrl-C"), "board: ");
+  std::vector<std::string> arguments = {Host, "scan", "--board", board, "--wait-for-cuvette", "60"};
+  arguments.insert(arguments.end(), scan.begin(), scan.end());
+  ChildProcess host(arguments);
+  host.ReadErrorUntil("please insert the cuvette");
+  simulator.Write("insert\n");
+  const std::string results = host.ReadOutputUntil(End);
+  ASSERT_EQ(host.Wait(), 0) << host.ReadErrorUntil(End);
+  simulator.Signal(SIGTERM);
+  EXPECT_EQ(simulator.Wait(), 0);
+
+  arguments = {Host, "scan", "--simulate", "--sample", "yellow:0.8"};
+  arguments.insert(arguments.end(), scan.begin(), scan.end());
+  ChildProcess other(arguments);
+  const auto expected = nlohmann::json::parse(other.ReadOutputUntil(End))["rows"];
+  ASSERT_EQ(other.Wait(), 0);
+  const auto rows = nlohmann::json::parse(results)["rows"];
+  ASSERT_EQ(rows.size(), expected.size());
+  for (std::size_t i = 0; i < rows.size(); ++i) {
+    EXPECT_EQ(rows[i]["position"], rows[0]["position"].get<int>() + static_cast<int>(i));
+    EXPECT_EQ(rows[i]["wavelength_nm"], expected[i]["wavelength_nm"]);
+    EXPECT_NEAR(rows[i]["absorbance"].get<double>(), expected[i]["absorbance"].get<double>(), 0.05) << rows[i];
+  }
+}
+
 TEST(Programs, OneSeedGivesTheSameTraceInEveryProcess) {
   const TemporaryFolder folder;
   std::vector<std::string> traces;

@@ -13,11 +13,20 @@ namespace {
 
 using testing::HasSubstr;
 
+ResultHeader Header() {
+  ResultHeader header;
+  header.strKind = "measure";
+  header.strOutcome = OutcomeFinished;
+  header.strFirmware = "KESTRA 1";
+  header.strTime = "2026-11-24T14:25:21";
+  header.strSample = "tap\nwater";
+  header.settings = {{"readings", "2"}};
+  return header;
+}
+
 /// One wavelength with a zero value (absorbances 1 and 1.30103), one without.
 MeasureReport Example() {
   MeasureReport report;
-  report.strFirmware = "KESTRA 1";
-  report.strOutcome = "finished";
   report.Add({{0, 5023, 436.5, 100, 2000, 0, 0}, {0, 5023, 436.5, 50, 2000, 0, 0}});
   report.wavelengths[0].zero = DetectorPair{1000, 2000};
   report.Add({{1, 2300, 200, 7, 8, 0, 0}});
@@ -36,7 +45,7 @@ TEST(MeasureReport, FormsAbsorbances) {
 }
 
 TEST(ReportFormat, TableHasALineForEachWavelength) {
-  const std::string table = FormatReport(Example(), OutputFormat::Table);
+  const std::string table = FormatReport(Header(), Example(), OutputFormat::Table);
   EXPECT_THAT(table, HasSubstr("  436.50      5023         75.0       2000.0     1.15051   0.21286\n"));
   EXPECT_THAT(table, HasSubstr("  200.00      2300          7.0          8.0           -  no \"zero\" value\n"));
 }
@@ -44,13 +53,16 @@ TEST(ReportFormat, TableHasALineForEachWavelength) {
 TEST(ReportFormat, TableShowsWhatWasExpected) {
   MeasureReport report = Example();
   report.wavelengths[0].expected = Expectation{1.1, 0.02};
-  const std::string table = FormatReport(report, OutputFormat::Table);
+  const std::string table = FormatReport(Header(), report, OutputFormat::Table);
   EXPECT_THAT(table, HasSubstr("1.15051   1.10000     0.05051   0.02000\n"));
   EXPECT_THAT(table, HasSubstr("the largest difference is 2.5 of them"));
 }
 
 TEST(ReportFormat, CsvHasALineForEachReading) {
-  EXPECT_EQ(FormatReport(Example(), OutputFormat::Csv),
+  EXPECT_EQ(FormatReport(Header(), Example(), OutputFormat::Csv),
+            "# schema: photometer-result 1\n# kind: measure\n# outcome: finished\n# error: \n# instrument: \n"
+            "# firmware: KESTRA 1\n# time: 2026-11-24T14:25:21\n# sample: tap water\n# reference: \n"
+            "# setting readings: 2\n"
             "wavelength_nm,position,reading,sample,reference,absorbance,note\n"
             "436.5,5023,1,100.000,2000.000,1.000000,\n"
             "436.5,5023,2,50.000,2000.000,1.301030,\n"
@@ -58,10 +70,13 @@ TEST(ReportFormat, CsvHasALineForEachReading) {
 }
 
 TEST(ReportFormat, JsonKeepsEveryDigitAndSurvivesForeignBytes) {
-  MeasureReport report = Example();
-  report.error = -3;
-  report.strFirmware = "\xFF";
-  const auto json = nlohmann::json::parse(FormatReport(report, OutputFormat::Json));
+  ResultHeader header = Header();
+  header.error = -3;
+  header.strFirmware = "\xFF";
+  const auto json = nlohmann::json::parse(FormatReport(header, Example(), OutputFormat::Json));
+  EXPECT_EQ(json["schema"], "photometer-result");
+  EXPECT_EQ(json["version"], 1);
+  EXPECT_EQ(json["settings"]["readings"], "2");
   EXPECT_EQ(json["error"], -3);
   EXPECT_EQ(json["outcome"], "finished");
   EXPECT_EQ(json["wavelengths"][0]["readings"][1]["absorbance"].get<double>(), Absorbance({50, 2000}, {1000, 2000}));
@@ -95,6 +110,21 @@ TEST(Progress, RedrawsABarOnATerminal) {
   const std::string shown = Shown(true, ZeroMeasurement);
   EXPECT_THAT(shown, testing::StartsWith("\r[###...........................]  10 %  zero measurement\r["));
   EXPECT_THAT(shown, HasSubstr("100 %  zero measurement\nerror 132"));
+}
+
+TEST(Progress, EstimatesTheTimeLeftFromThePaceSoFar) {
+  std::ostringstream stream;
+  photometer::DWORD dwTick = 0xFFFFFF00U;  // about to wrap
+  {
+    Progress progress(stream, false, [&dwTick] { return dwTick; });
+    progress.ShowShare("spectrum", 0.1);
+    dwTick += 60'000;
+    progress.ShowShare("spectrum", 0.4);
+    progress.ShowShare("series", 0.5, 75);
+    progress.ShowShare("series", 1.0, 0);
+  }
+  EXPECT_EQ(stream.str(),
+            "spectrum: 10 %\nspectrum: 40 %, 2 min 0 s left\nseries: 50 %, 1 min 15 s left\nseries: 100 %\n");
 }
 
 TEST(FaultText, TakesKindCommandAndValues) {

@@ -1,0 +1,17 @@
+/// Files of results: written whole or not at all, and never over another one unless that was asked for.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace host {
+
+/// What stands in the way of writing the file, for a person: it is there already, or its folder cannot be used. Empty
+/// when nothing does. To be asked before an instrument is started.
+std::string ComplainAboutOutput(const std::string& path, bool bForce);
+
+/// Writes a temporary file beside it, and gives it its name when it is complete on the disk. Without `bForce` a file
+/// that came meanwhile stays as it is. Returns what went wrong; empty when the file stands.
+std::string WriteOutput(const std::string& path, std::string_view contents, bool bForce);
+
+}  // namespace host

@@ -1,0 +1,83 @@
+/// What all commands that run something on the instrument share: options of board, instrument and results, start-up,
+/// sample, shutdown, and the results written when the lamps are off.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "BoardOptions.h"
+#include "Command.h"
+#include "HostBoard.h"
+#include "InstrumentOptions.h"
+#include "Progress.h"
+#include "ResultHeader.h"
+#include "ResultOptions.h"
+#include "Session.h"
+
+namespace host {
+
+/// What a command has while the instrument is on.
+struct Bench {
+  Console& console;
+  Progress& progress;
+  HostBoard& board;
+  Session& session;
+};
+
+class RunCommand : public Command {
+ public:
+  void AddOptions(CLI::App& app) final;
+  void Check() final;
+  ExitCode Run(Console& console) final;
+
+ protected:
+  /// What the holder must have during the run.
+  enum class Holder { Sample, Empty };
+
+  /// `kind` names the results.
+  RunCommand(std::string kind, Holder holder) : m_holder(holder) { m_header.strKind = std::move(kind); }
+
+  virtual void AddOwnOptions(CLI::App& app) = 0;
+  /// Before the shared options are checked.
+  virtual void Prepare() {}
+  /// Throws `CLI::ValidationError`. The shared options have been checked.
+  virtual void CheckOwn() = 0;
+  /// After the start-up, with the holder as wanted.
+  virtual ExitCode Operate(Bench& bench) = 0;
+  /// The results as text; the header is complete.
+  [[nodiscard]] virtual std::string Results() const = 0;
+  [[nodiscard]] virtual bool HasResults() const = 0;
+  /// Nothing when there is nothing to draw.
+  [[nodiscard]] virtual std::optional<Plot> Picture() const { return std::nullopt; }
+  /// A last look at results that came without fault; an exit code other than `Success` with a message.
+  virtual ExitCode Judge(Console&) const { return ExitCode::Success; }
+  /// The command goes on after a start-up that the instrument did not pass.
+  [[nodiscard]] virtual bool GoesOnAfterFailedStartUp() const { return false; }
+
+  /// Starts a run and waits for its end, with a message when that is no good one.
+  ExitCode RunOperation(Bench& bench, const char* what, const StartOperation& start, const EventHandler& handler,
+                        EndNotice notice = EndNotice::BeforeIdle);
+  void AddSetting(const std::string& name, const std::string& value) { m_header.settings.emplace_back(name, value); }
+  /// Sample, date and instrument, for a picture.
+  [[nodiscard]] std::string Subtitle() const;
+
+  BoardOptions m_board;
+  InstrumentOptions m_instrument;
+  ResultOptions m_results;
+  ResultHeader m_header;
+
+ private:
+  /// Start-up, sample, run. What was delivered is kept, whatever the end.
+  ExitCode Perform(Console& console, HostBoard& board);
+  ExitCode StartUp(Bench& bench);
+  ExitCode PrepareHolder(Bench& bench) const;
+  ExitCode InsertSample(Bench& bench) const;
+  ExitCode Write(Console& console, HostBoard& board, ExitCode code);
+
+  Holder m_holder;
+  photometer::DWORD m_dwCuvetteWait = 0;
+};
+
+}  // namespace host
