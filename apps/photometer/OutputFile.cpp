@@ -83,7 +83,7 @@ std::string WriteOutput(const std::string& path, std::string_view contents, bool
   if (close(iFile) == 0 && bComplete && GiveName(temporary, path, bForce)) {
     return {};
   }
-  const std::string complaint = errno == EEXIST ? AlreadyThere(path) : NotWritten(path);
+  std::string complaint = errno == EEXIST ? AlreadyThere(path) : NotWritten(path);
   unlink(temporary.c_str());
   return complaint;
 }

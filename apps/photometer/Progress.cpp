@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 
 #include <fmt/format.h>
 
@@ -104,7 +105,7 @@ std::string Progress::TimeLeft(double dShare, std::optional<DWORD> secondsLeft) 
   const double dDone = dShare - m_dStageShare;
   if (!secondsLeft && m_clock && dDone > 0) {
     const double dSeconds = (m_clock() - m_dwStageTick) / 1000.0;
-    secondsLeft = static_cast<DWORD>(dSeconds * (1 - dShare) / dDone + 0.5);
+    secondsLeft = static_cast<DWORD>(std::lround(dSeconds * (1 - dShare) / dDone));
   }
   return secondsLeft && dShare < 1 ? fmt::format(", {} left", FormatDuration(*secondsLeft)) : std::string();
 }
