@@ -2,7 +2,6 @@
 /// nothing had happened.
 #include <algorithm>
 #include <atomic>
-#include <cstdlib>
 #include <functional>
 #include <string>
 #include <vector>
@@ -11,6 +10,7 @@
 
 #include "calibration/SelfTestHost.h"
 #include "platform/Platform.h"
+#include "support/Density.h"
 
 namespace photometer::tests {
 namespace {
@@ -18,11 +18,8 @@ namespace {
 using platform::Policy;
 using platform::Sleep;
 
-/// Runs of each procedure, policy and disturbance; the environment can ask for a longer search.
-std::uint64_t RunCount() {
-  const char* const pDensity = std::getenv("PHOTOMETER_TEST_DENSITY");
-  return pDensity == nullptr ? 40 : 20 * std::strtoull(pDensity, nullptr, 10);
-}
+/// Runs of each procedure, policy and disturbance.
+constexpr std::uint64_t USUAL_RUNS = 40;
 
 struct Procedure {
   const char* name;
@@ -160,7 +157,7 @@ void DisturbAtManyPoints(Disturbance disturbance) {
   for (const Procedure& procedure : Procedures()) {
     for (const Policy policy : {Policy::FirstCome, Policy::Random}) {
       const std::uint64_t nPoints = DisturbedRun(procedure, policy, 1).CountPoints();
-      const std::uint64_t nRuns = RunCount();
+      const std::uint64_t nRuns = RunCount(USUAL_RUNS);
       for (std::uint64_t n = 0; n < nRuns; ++n) {
         const std::uint64_t nPoint = nPoints * n / nRuns + n % 7;
         SCOPED_TRACE(std::string(procedure.name) + (policy == Policy::Random ? ", random, seed " : ", seed ") +

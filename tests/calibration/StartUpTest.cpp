@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <functional>
 #include <string>
@@ -292,10 +293,12 @@ TEST(StartUp, DoesNotWaitWhenTheHostDoesNotWantIt) {
       return 1;
     }
     void OnNotify(DWORD /*dwRequestId*/, DWORD dwCode, DWORD /*dwValue*/) override {
-      bAsked = bAsked || dwCode == 31 || dwCode == 32;
+      if (dwCode == 31 || dwCode == 32) {
+        bAsked = true;
+      }
     }
-    int nQueries = 0;
-    bool bAsked = false;
+    std::atomic<int> nQueries = 0;
+    std::atomic<bool> bAsked = false;
   };
   Unconcerned sink;
   Bench bench;

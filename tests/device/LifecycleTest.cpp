@@ -1,5 +1,4 @@
 #include <atomic>
-#include <cstdlib>
 #include <functional>
 #include <optional>
 #include <string>
@@ -9,6 +8,7 @@
 
 #include "device/Lifecycle.h"
 #include "platform/Platform.h"
+#include "support/Density.h"
 #include "support/World.h"
 
 namespace photometer::tests {
@@ -226,12 +226,6 @@ struct Scenario {
   std::uint64_t nRuns;
 };
 
-/// So many times more runs; the environment can ask for a longer search.
-std::uint64_t Density() {
-  const char* const pDensity = std::getenv("PHOTOMETER_TEST_DENSITY");
-  return pDensity == nullptr ? 2 : std::strtoull(pDensity, nullptr, 10);
-}
-
 enum class End { Shutdown, Release };
 
 /// One run of a scenario, brought down at a scheduling point counted from the start of what is to be disturbed.
@@ -320,9 +314,9 @@ class DisturbedRun {
 TEST(Lifecycle, BroughtDownAtManyPoints) {
   const auto nothing = [](World&) {};
   const Scenario scenarios[] = {
-      {"start-up", nothing, {}, 60},
-      {"version never answered", [](World& w) { w.unit.WireFaults().Add(SilenceOf('v')); }, {}, 20},
-      {"filter never answered", [](World& w) { w.unit.WireFaults().Add(SilenceOf('F')); }, {}, 20},
+      {"start-up", nothing, {}, 120},
+      {"version never answered", [](World& w) { w.unit.WireFaults().Add(SilenceOf('v')); }, {}, 40},
+      {"filter never answered", [](World& w) { w.unit.WireFaults().Add(SilenceOf('F')); }, {}, 40},
       {"scan stops short",
        [](World& w) {
          simulator::Fault fault;
@@ -332,15 +326,15 @@ TEST(Lifecycle, BroughtDownAtManyPoints) {
          w.unit.WireFaults().Add(fault);
        },
        {},
-       20},
-      {"measurement", nothing, {500.0, 700.0}, 40},
-      {"reading never answered", [](World& w) { w.unit.WireFaults().Add(SilenceOf('a')); }, {500.0}, 20},
-      {"deuterium lamp", nothing, {220.0, 500.0}, 30},
+       40},
+      {"measurement", nothing, {500.0, 700.0}, 80},
+      {"reading never answered", [](World& w) { w.unit.WireFaults().Add(SilenceOf('a')); }, {500.0}, 40},
+      {"deuterium lamp", nothing, {220.0, 500.0}, 60},
   };
   for (const Scenario& scenario : scenarios) {
     for (const Policy policy : {Policy::FirstCome, Policy::Random}) {
       const std::uint64_t nPoints = DisturbedRun(scenario, policy, 1).CountPoints();
-      const std::uint64_t nRuns = scenario.nRuns * Density();
+      const std::uint64_t nRuns = RunCount(scenario.nRuns);
       for (std::uint64_t n = 0; n < nRuns; ++n) {
         const std::uint64_t nPoint = nPoints * n / nRuns + n % 7;
         const End end = n % 2 == 0 ? End::Shutdown : End::Release;

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <functional>
 #include <optional>
@@ -379,7 +380,7 @@ TEST(Measure, HasOneEndWhereverItIsCancelled) {
     for (std::uint64_t n = 0; n < nPoints + 20; n += 5) {
       SCOPED_TRACE("seed " + std::to_string(schedule.nSeed) + ", point " + std::to_string(n) + " of " +
                    std::to_string(nPoints));
-      bool bCalled = false;
+      std::atomic<bool> bCalled = false;
       HRESULT result = S_OK;
       bench.world.board.RunAtPoint(bench.world.board.Points() + 1 + n, "host", [&] {
         result = bench.device->CancelMeasurement();
@@ -438,7 +439,7 @@ TEST(Measure, StartsAgainAfterAShutdownAnywhere) {
     const std::uint64_t nPoints = PointsOfARun(bench);
     for (std::uint64_t n = 0; n < RUNS; ++n) {
       SCOPED_TRACE("seed " + std::to_string(schedule.nSeed) + ", run " + std::to_string(n));
-      bool bDown = false;
+      std::atomic<bool> bDown = false;
       bench.Forget();
       bench.world.board.RunAtPoint(bench.world.board.Points() + 1 + nPoints * n / RUNS, "host", [&] {
         bench.world.sink.ForbidCallbacks();

@@ -1,14 +1,15 @@
 #include "Runs.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
-#include <cstdlib>
 #include <memory>
 #include <utility>
 
 #include <gtest/gtest.h>
 
 #include "platform/Platform.h"
+#include "support/Density.h"
 
 namespace photometer::tests {
 
@@ -35,12 +36,6 @@ WorldOptions Options(Policy policy, std::uint64_t nSeed) {
   return options;
 }
 
-/// So many times more runs; the environment can ask for a longer search.
-std::uint64_t Density() {
-  const char* const pDensity = std::getenv("PHOTOMETER_TEST_DENSITY");
-  return pDensity == nullptr ? 1 : std::strtoull(pDensity, nullptr, 10);
-}
-
 /// What a run delivers, and its number of scheduling points.
 MeasureValues RunUndisturbed(const Start& start, Policy policy, std::uint64_t* pPoints) {
   ReadyDevice device(Options(policy, 1));
@@ -55,7 +50,7 @@ MeasureValues RunUndisturbed(const Start& start, Policy policy, std::uint64_t* p
 void CancelAt(const Start& start, Policy policy, std::uint64_t nPoint, const MeasureValues& expected) {
   ReadyDevice device(Options(policy, nPoint));
   HRESULT cancelled = E_FAIL;
-  bool bDone = false;
+  std::atomic<bool> bDone = false;
   device.world.board.RunAtPoint(device.world.board.Points() + nPoint, "host", [&] {
     cancelled = device->CancelMeasurement();
     bDone = true;
@@ -158,7 +153,7 @@ void ExpectSameValues(const MeasureValues& actual, const MeasureValues& expected
 }
 
 void ExpectCancellable(const Start& start, std::uint64_t nRuns) {
-  nRuns *= Density();
+  nRuns = RunCount(nRuns);
   for (const Policy policy : {Policy::FirstCome, Policy::Random}) {
     std::uint64_t nPoints = 0;
     const MeasureValues expected = RunUndisturbed(start, policy, &nPoints);
