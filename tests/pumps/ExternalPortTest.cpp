@@ -1,6 +1,7 @@
 #include <fstream>
 
 #include "PumpBench.h"
+#include "support/Density.h"
 
 #if defined(__has_feature)
 #if __has_feature(address_sanitizer)
@@ -214,7 +215,6 @@ TEST(ExternalPort, HostBytes) {
 // ---- floods ----
 
 constexpr std::uint64_t FLOOD_RATE = 1'000'000'000;
-constexpr simulator::Time FLOOD_TIME = 100'000;  // 100 MB
 constexpr std::size_t MEMORY_GROWTH_LIMIT = std::size_t{32} * 1024 * 1024;
 
 /// Bytes that the process has in use. The address sanitizer holds freed memory back: there, what is not freed counts.
@@ -231,7 +231,8 @@ std::size_t UsedBytes() {
 
 void Flood(PumpBench& bench, const char* pattern) {
   const simulator::Time now = bench.world.board.Now();
-  bench.Line().Flood().Start(now, now + FLOOD_TIME, FLOOD_RATE, pattern);
+  const simulator::Time duration = RunCount(100) * 1000;  // 100 MB
+  bench.Line().Flood().Start(now, now + duration, FLOOD_RATE, pattern);
   Sleep(1000);
 }
 
