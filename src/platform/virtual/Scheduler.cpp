@@ -16,9 +16,6 @@ constexpr std::uint64_t SpinCalls = 1'000'000;
 constexpr unsigned MostSpins = 20;
 /// Time that a spinning thread uses up when nothing else is due.
 constexpr std::uint64_t SpinMicroseconds = 1000;
-/// Under `Policy::Random` one deadline in so many is late, by up to this time: a few scheduler ticks of the board.
-constexpr std::uint64_t LateOneIn = 8;
-constexpr std::uint64_t MostLateMicroseconds = 3000;
 
 [[noreturn]] void GiveUp(const std::string& report) {
   std::fflush(stdout);
@@ -27,14 +24,26 @@ constexpr std::uint64_t MostLateMicroseconds = 3000;
   std::_Exit(3);
 }
 
+std::shared_ptr<SchedulingPolicy> PolicyOf(const VirtualBoardOptions& options) {
+  std::shared_ptr<SchedulingPolicy> pPolicy = options.pPolicy;
+  if (pPolicy == nullptr) {
+    pPolicy = MakePolicy(options.policy, options.seed);
+  }
+  if (options.varyTimes.value_or(options.policy != Policy::FirstCome)) {
+    pPolicy->VaryTimes(options.seed);
+  }
+  return pPolicy;
+}
+
 }  // namespace
 
 Scheduler::Scheduler(const VirtualBoardOptions& options, VirtualClock& clock, RuleChecks& checks)
-    : m_clock(clock),
-      m_checks(checks),
-      m_pPolicy(MakePolicy(options.policy, options.seed)),
-      m_bLateDeadlines(options.policy == Policy::Random),
-      m_latency(options.seed, RandomUse::Latency) {
+    : m_clock(clock), m_checks(checks), m_pPolicy(PolicyOf(options)) {
+  if (options.bRecordDecisions) {
+    m_pRecord = std::make_shared<RecordingPolicy>(m_pPolicy);
+    m_pPolicy = m_pRecord;
+  }
+  m_bSeesEveryPoint = m_pPolicy->SeesEveryPoint();
   m_threads.push_back(std::make_unique<VirtualThread>(this));
   m_pCurrent = m_threads.front().get();
   m_pPolicy->Started(*m_pCurrent);
@@ -43,6 +52,8 @@ Scheduler::Scheduler(const VirtualBoardOptions& options, VirtualClock& clock, Ru
 VirtualThread& Scheduler::Point(const char* call) {
   VirtualThread& thread = *m_pCurrent;
   thread.call = call;
+  ++thread.nCalls;
+  thread.nWaitsInCall = 0;
   if (++m_nPoints >= m_nNextInjection) {
     Inject();
     thread.call = call;
@@ -62,12 +73,15 @@ VirtualThread& Scheduler::Point(const char* call) {
       m_ready.push_back(&thread);
       SwitchTo(next);
     }
+  } else if (m_bSeesEveryPoint) {
+    m_pPolicy->AtPoint(thread, m_ready);
   }
   return thread;
 }
 
 void Scheduler::Yield() {
   m_ready.push_back(m_pCurrent);
+  m_pPolicy->Yields(*m_pCurrent);
   SwitchTo(NextThread());
 }
 
@@ -155,7 +169,8 @@ VirtualThread& Scheduler::NextThread() {
   if (m_ready.size() == 1) {
     return TakeReady(0);
   }
-  const std::size_t nChosen = m_pPolicy->AtWait(m_ready);
+  const std::size_t nChosen = m_pPolicy->AtWait(*m_pCurrent, m_ready);
+  ++m_pCurrent->nWaitsInCall;
   NoteResult(nChosen);
   return TakeReady(nChosen);
 }
@@ -184,12 +199,10 @@ std::uint64_t Scheduler::DeadlineIn(DWORD dwMilliseconds) {
   if (dwMilliseconds == INFINITE) {
     return NoDeadline;
   }
-  std::uint64_t nDeadline = m_clock.Now() + dwMilliseconds * MicrosecondsPerMillisecond;
-  if (m_bLateDeadlines && m_latency.Below(LateOneIn) == 0) {
-    nDeadline += m_latency.Below(MostLateMicroseconds);
-  }
-  return nDeadline;
+  return m_clock.Now() + dwMilliseconds * MicrosecondsPerMillisecond + m_pPolicy->LateBy(*m_pCurrent);
 }
+
+DecisionList Scheduler::Decisions() const { return m_pRecord == nullptr ? DecisionList() : m_pRecord->Decisions(); }
 
 // ---- time ----
 

@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/virtual/RandomStream.h"
+#include "platform/virtual/RecordingPolicy.h"
 #include "platform/virtual/RuleChecks.h"
 #include "platform/virtual/SchedulingPolicy.h"
 #include "platform/virtual/VirtualClock.h"
@@ -58,9 +58,14 @@ class Scheduler {
   WakeReason Block(std::uint64_t nDeadline);
   void Wake(VirtualThread& thread, WakeReason reason);
   /// Index of the waiter that gets what became free.
-  std::size_t ChooseWaiter(std::size_t nCount) { return m_pPolicy->ChooseWaiter(nCount); }
-  /// Now and so many milliseconds; under `Policy::Random` some deadlines are late.
+  std::size_t ChooseWaiter(const std::vector<VirtualThread*>& waiters) {
+    return waiters.size() == 1 ? 0 : m_pPolicy->ChooseWaiter(*m_pCurrent, waiters);
+  }
+  /// Now and so many milliseconds, and what the policy adds.
   std::uint64_t DeadlineIn(DWORD dwMilliseconds);
+  [[nodiscard]] SchedulingPolicy& GetPolicy() { return *m_pPolicy; }
+  /// The choices so far that are not first come's; none when they are not recorded.
+  [[nodiscard]] DecisionList Decisions() const;
   void RunAtPoint(std::uint64_t nPoint, const std::string& name, std::function<void()> body,
                   std::shared_ptr<KernelObject> pObject);
 
@@ -96,9 +101,10 @@ class Scheduler {
 
   VirtualClock& m_clock;
   RuleChecks& m_checks;
-  std::unique_ptr<SchedulingPolicy> m_pPolicy;
-  bool m_bLateDeadlines;
-  RandomStream m_latency;
+  std::shared_ptr<SchedulingPolicy> m_pPolicy;
+  /// The same as the policy, or null.
+  std::shared_ptr<RecordingPolicy> m_pRecord;
+  bool m_bSeesEveryPoint;
   TimedSource* m_pSource = nullptr;
   std::function<void(VirtualThread&)> m_onThreadEnd;
   std::function<void(const std::string&)> m_onDeadlock;

@@ -1,33 +1,18 @@
 #include "platform/virtual/SchedulingPolicy.h"
 
-#include "platform/virtual/RandomStream.h"
+#include "platform/virtual/FirstComePolicy.h"
+#include "platform/virtual/PriorityPolicy.h"
 
 namespace photometer::platform {
 
 namespace {
 
-/// A thread runs until it waits, or has made so many calls that one who polls would keep the others from running.
-class FirstComePolicy final : public SchedulingPolicy {
- public:
-  std::size_t AtPoint(const VirtualThread& /*running*/, std::span<VirtualThread* const> /*ready*/) override {
-    if (++m_nCalls < CallsInARow) {
-      return GoOn;
-    }
-    m_nCalls = 0;
-    return 0;
-  }
-
-  std::size_t AtWait(std::span<VirtualThread* const> /*ready*/) override {
-    m_nCalls = 0;
-    return 0;
-  }
-
-  std::size_t ChooseWaiter(std::size_t /*nCount*/) override { return 0; }
-
- private:
-  static constexpr unsigned CallsInARow = 1000;
-  unsigned m_nCalls = 0;
-};
+/// One deadline in so many is late, by up to this time: a few scheduler ticks of the board.
+constexpr std::uint64_t LateOneIn = 8;
+constexpr std::uint64_t MostLateMicroseconds = 3000;
+/// Blocks of other hardware: single bytes, a FIFO's, an adapter's that collects for some milliseconds.
+constexpr std::uint64_t SmallBlock = 16;
+constexpr std::uint64_t LargeBlock = 200;
 
 /// Each choice is uniform.
 class RandomPolicy final : public SchedulingPolicy {
@@ -39,9 +24,13 @@ class RandomPolicy final : public SchedulingPolicy {
     return nDrawn == ready.size() ? GoOn : nDrawn;
   }
 
-  std::size_t AtWait(std::span<VirtualThread* const> ready) override { return ChooseWaiter(ready.size()); }
+  std::size_t AtWait(const VirtualThread& /*running*/, std::span<VirtualThread* const> ready) override {
+    return m_stream.Below(ready.size());
+  }
 
-  std::size_t ChooseWaiter(std::size_t nCount) override { return nCount == 1 ? 0 : m_stream.Below(nCount); }
+  std::size_t ChooseWaiter(const VirtualThread& /*running*/, std::span<VirtualThread* const> waiters) override {
+    return m_stream.Below(waiters.size());
+  }
 
  private:
   RandomStream m_stream;
@@ -49,12 +38,39 @@ class RandomPolicy final : public SchedulingPolicy {
 
 }  // namespace
 
+std::uint64_t SchedulingPolicy::LateBy(const VirtualThread& /*running*/) {
+  if (!m_draws.has_value() || m_draws->latency.Below(LateOneIn) != 0) {
+    return 0;
+  }
+  return m_draws->latency.Below(MostLateMicroseconds);
+}
+
+std::size_t SchedulingPolicy::BlockBytes(DWORD /*dwPort*/, std::uint64_t /*nBlock*/) {
+  if (!m_draws.has_value()) {
+    return FifoBytes;
+  }
+  switch (m_draws->blocks.Below(4)) {
+    case 0:
+      return 1;
+    case 1:
+      return 1 + m_draws->blocks.Below(LargeBlock);
+    default:
+      return 1 + m_draws->blocks.Below(SmallBlock);
+  }
+}
+
+void SchedulingPolicy::VaryTimes(std::uint64_t seed) {
+  m_draws.emplace(Draws{{seed, RandomUse::Latency}, {seed, RandomUse::Blocks}});
+}
+
 std::unique_ptr<SchedulingPolicy> MakePolicy(Policy policy, std::uint64_t seed) {
   switch (policy) {
     case Policy::FirstCome:
       return std::make_unique<FirstComePolicy>();
     case Policy::Random:
       return std::make_unique<RandomPolicy>(seed);
+    case Policy::Priority:
+      return std::make_unique<PriorityPolicy>(seed);
   }
   return nullptr;
 }

@@ -11,32 +11,15 @@ namespace photometer::platform {
 namespace {
 
 constexpr std::size_t QueueBytes = 1024UL * 1024;
-/// Trigger level of the usual 16-byte FIFO, and the idle time after which it gives up what it has.
-constexpr std::size_t FifoTriggerBytes = 14;
+/// The idle time after which the FIFO gives up what it has.
 constexpr std::uint64_t IdleCharacters = 4;
-/// Blocks of other hardware: single bytes, a FIFO's, an adapter's that collects for some milliseconds.
-constexpr std::uint64_t SmallBlock = 16;
-constexpr std::uint64_t LargeBlock = 200;
 constexpr DWORD PowerOnBaudRate = 9600;
 constexpr std::uint64_t MicrosecondsPerSecond = 1'000'000;
 
 }  // namespace
 
-std::size_t FifoTrigger::Draw() {
-  if (!m_bRandom) {
-    return FifoTriggerBytes;
-  }
-  switch (m_stream.Below(4)) {
-    case 0:
-      return 1;
-    case 1:
-      return 1 + m_stream.Below(LargeBlock);
-    default:
-      return 1 + m_stream.Below(SmallBlock);
-  }
-}
-
-SerialLine::SerialLine(std::string name, FifoTrigger& trigger) : m_strName(std::move(name)), m_trigger(trigger) {}
+SerialLine::SerialLine(std::string name, DWORD dwPort, SchedulingPolicy& policy)
+    : m_strName(std::move(name)), m_dwPort(dwPort), m_policy(policy) {}
 
 void SerialLine::Plug(simulator::SerialDevice* pDevice, bool bAtOnce) {
   m_pDevice = pDevice;
@@ -148,7 +131,7 @@ void SerialLine::TakeFromDevice(std::uint64_t nNow) {
     return;
   }
   if (m_fifo.empty()) {
-    m_nTriggerLevel = m_trigger.Draw();
+    m_nTriggerLevel = m_policy.BlockBytes(m_dwPort, ++m_nBlocks);
   }
   m_fifo += bytes;
   m_nLastByte = nNow;

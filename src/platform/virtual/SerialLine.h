@@ -12,22 +12,10 @@
 #include <string>
 
 #include "platform/Types.h"
-#include "platform/virtual/RandomStream.h"
+#include "platform/virtual/SchedulingPolicy.h"
 #include "simulator/SerialDevice.h"
 
 namespace photometer::platform {
-
-/// How many bytes the FIFO collects.
-class FifoTrigger {
- public:
-  /// Always as a FIFO of 16 bytes, or drawn from the seed.
-  FifoTrigger(bool bRandom, std::uint64_t seed) : m_bRandom(bRandom), m_stream(seed, RandomUse::Blocks) {}
-  std::size_t Draw();
-
- private:
-  bool m_bRandom;
-  RandomStream m_stream;
-};
 
 /// A read in progress.
 struct PendingRead {
@@ -38,7 +26,8 @@ struct PendingRead {
 
 class SerialLine {
  public:
-  SerialLine(std::string name, FifoTrigger& trigger);
+  /// The policy, which must outlive it, is asked how many bytes the FIFO collects for each block of this port.
+  SerialLine(std::string name, DWORD dwPort, SchedulingPolicy& policy);
 
   [[nodiscard]] const std::string& Name() const { return m_strName; }
   void Plug(simulator::SerialDevice* pDevice, bool bAtOnce);
@@ -87,7 +76,9 @@ class SerialLine {
   void EmptyFifo();
 
   std::string m_strName;
-  FifoTrigger& m_trigger;
+  DWORD m_dwPort;
+  SchedulingPolicy& m_policy;
+  std::uint64_t m_nBlocks = 0;
   simulator::SerialDevice* m_pDevice = nullptr;
   bool m_bAtOnce = false;
   bool m_bOpen = false;

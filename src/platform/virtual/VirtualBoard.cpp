@@ -22,7 +22,7 @@ struct VirtualBoard::Parts {
         checks(clock, options.locksForHostCode),
         scheduler(options, clock, checks),
         kernel(scheduler, clock, checks),
-        ports(options, scheduler, clock, checks),
+        ports(scheduler, clock, checks),
         pins(scheduler, clock, checks),
         files(scheduler, checks),
         registry(scheduler, checks),
@@ -134,6 +134,16 @@ void VirtualBoard::RunAtPoint(std::uint64_t nPoint, const std::string& name, std
   m_pParts->kernel.RunAtPoint(nPoint, name, std::move(body));
 }
 
+void VirtualBoard::BeginWindow() {
+  const UnobservedScope scope;
+  m_pParts->scheduler.GetPolicy().BeginWindow();
+}
+
+void VirtualBoard::EndWindow() {
+  const UnobservedScope scope;
+  m_pParts->scheduler.GetPolicy().EndWindow();
+}
+
 // ---- verdict ----
 
 std::vector<std::string> VirtualBoard::Reports() const {
@@ -153,6 +163,11 @@ std::vector<std::string> VirtualBoard::Leftovers() const {
 std::uint64_t VirtualBoard::Hash() const {
   const UnobservedScope scope;
   return m_pParts->scheduler.Hash();
+}
+
+DecisionList VirtualBoard::Decisions() const {
+  const UnobservedScope scope;
+  return m_pParts->scheduler.Decisions();
 }
 
 void VirtualBoard::OnDeadlock(std::function<void(const std::string& report)> handler) {

@@ -19,20 +19,33 @@
 #include <vector>
 
 #include "platform/Board.h"
+#include "platform/virtual/Decision.h"
 #include "simulator/SerialDevice.h"
 
 namespace photometer::platform {
+
+class SchedulingPolicy;
 
 enum class Policy {
   /// First come, first served: readable transcripts. Blocks are delivered as a 16-byte FIFO would.
   FirstCome,
   /// The next thread and the size of each delivered block are drawn from the seed.
-  Random
+  Random,
+  /// Random priorities and two change points over 10,000 steps; blocks as with `Random`. See PriorityPolicy.h.
+  Priority
 };
 
 struct VirtualBoardOptions {
   std::uint64_t seed = 1;
   Policy policy = Policy::FirstCome;
+  /// Used in place of `policy` where it is set: a `PriorityPolicy` with other measures, an `ExhaustivePolicy`, a
+  /// `ReplayPolicy`.
+  std::shared_ptr<SchedulingPolicy> pPolicy;
+  /// Whether the size of each block is drawn from the seed, and some deadlines are late. By default under every
+  /// `policy` but `FirstCome`. A `ReplayPolicy` has them in its list.
+  std::optional<bool> varyTimes;
+  /// Keeps what `Decisions` tells.
+  bool bRecordDecisions = false;
   /// Tick counter at the start; near 2^32 it soon wraps.
   DWORD startTick = 1000;
   /// Calendar time at the start (day of week is not used).
@@ -88,6 +101,11 @@ class VirtualBoard final : public Board {
   /// When the count of scheduling points reaches `nPoint`, a new thread runs `body` next.
   void RunAtPoint(std::uint64_t nPoint, const std::string& name, std::function<void()> body);
 
+  /// Marks the part of the run that an `ExhaustivePolicy` goes through in every order, and to which the change points
+  /// of a `PriorityPolicy` can be confined. Other policies take no notice.
+  void BeginWindow();
+  void EndWindow();
+
   // ---- verdict ----
 
   /// What broke the rules so far, a text each, first line first: what, which thread, what it waits for and holds.
@@ -96,6 +114,9 @@ class VirtualBoard final : public Board {
   [[nodiscard]] std::vector<std::string> Leftovers() const;
   /// Hash of every scheduling decision and wait result.
   [[nodiscard]] std::uint64_t Hash() const;
+  /// The choices so far that first come, first served would not have made, under `bRecordDecisions`; a `ReplayPolicy`
+  /// repeats the run by them.
+  [[nodiscard]] DecisionList Decisions() const;
   /// What a deadlock does: by default it prints the report and ends the process with `_Exit(3)`, since no thread can
   /// go on. A test sets a handler, called once, after which every wait fails at once.
   void OnDeadlock(std::function<void(const std::string& report)> handler);

@@ -119,7 +119,7 @@ void VirtualCriticalSection::HandOn() {
   if (state.waiters.empty()) {
     return;
   }
-  const std::size_t nChosen = m_scheduler.ChooseWaiter(state.waiters.size());
+  const std::size_t nChosen = m_scheduler.ChooseWaiter(state.waiters);
   VirtualThread* pWaiter = state.waiters[nChosen];
   state.waiters.erase(state.waiters.begin() + static_cast<std::ptrdiff_t>(nChosen));
   m_scheduler.Wake(*pWaiter, WakeReason::Woken);

@@ -148,7 +148,7 @@ void VirtualKernel::Signal(KernelObject& object) {
   // Whose time is up has lost its claim, though it has not run since.
   std::erase_if(object.waiters, [](const VirtualThread* pWaiter) { return !pWaiter->bBlocked; });
   while (object.bSignalled && !object.waiters.empty()) {
-    const std::size_t nChosen = object.bManualReset ? 0 : m_scheduler.ChooseWaiter(object.waiters.size());
+    const std::size_t nChosen = object.bManualReset ? 0 : m_scheduler.ChooseWaiter(object.waiters);
     VirtualThread& thread = *object.waiters[nChosen];
     const auto wait =
         std::ranges::find_if(thread.waits, [&object](const WaitedHandle& entry) { return entry.pObject == &object; });

@@ -16,12 +16,8 @@ constexpr DWORD PurgeInput = 8;
 
 }  // namespace
 
-VirtualSerialPorts::VirtualSerialPorts(const VirtualBoardOptions& options, Scheduler& scheduler, VirtualClock& clock,
-                                       RuleChecks& checks)
-    : m_scheduler(scheduler),
-      m_clock(clock),
-      m_checks(checks),
-      m_trigger(options.policy == Policy::Random, options.seed) {
+VirtualSerialPorts::VirtualSerialPorts(Scheduler& scheduler, VirtualClock& clock, RuleChecks& checks)
+    : m_scheduler(scheduler), m_clock(clock), m_checks(checks) {
   m_scheduler.SetTimedSource(*this);
 }
 
@@ -30,7 +26,8 @@ VirtualSerialPorts::VirtualSerialPorts(const VirtualBoardOptions& options, Sched
 void VirtualSerialPorts::Plug(const std::u16string& name, simulator::SerialDevice& device, bool bAtOnce) {
   Port& port = m_ports[name];
   if (port.pLine == nullptr) {
-    port.pLine = std::make_unique<SerialLine>(ToUtf8(name), m_trigger);
+    const auto dwPort = static_cast<DWORD>(m_ports.size());
+    port.pLine = std::make_unique<SerialLine>(ToUtf8(name), dwPort, m_scheduler.GetPolicy());
   }
   port.pLine->Plug(&device, bAtOnce);
 }

@@ -16,7 +16,7 @@ namespace photometer::platform {
 
 class VirtualSerialPorts final : public SerialPorts, public TimedSource {
  public:
-  VirtualSerialPorts(const VirtualBoardOptions& options, Scheduler& scheduler, VirtualClock& clock, RuleChecks& checks);
+  VirtualSerialPorts(Scheduler& scheduler, VirtualClock& clock, RuleChecks& checks);
 
   void Plug(const std::u16string& name, simulator::SerialDevice& device, bool bAtOnce);
   void Unplug(const std::u16string& name);
@@ -62,7 +62,6 @@ class VirtualSerialPorts final : public SerialPorts, public TimedSource {
   Scheduler& m_scheduler;
   VirtualClock& m_clock;
   RuleChecks& m_checks;
-  FifoTrigger m_trigger;
   std::map<std::u16string, Port> m_ports;
   std::map<HANDLE, Port*> m_handles;
 };
