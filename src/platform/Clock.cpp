@@ -55,15 +55,15 @@ DWORD GetTickCount() { return CurrentBoard().GetKernel().GetTickCount(); }
 
 void GetLocalTime(SYSTEMTIME* pTime) { *pTime = CurrentBoard().GetKernel().GetLocalTime(); }
 
-std::u16string GetDateFormatW(DWORD dwLocale, const SYSTEMTIME& time) {
-  if (dwLocale != LOCALE_GERMAN) {
+std::u16string GetDateFormatW(DWORD dwLocale, const SYSTEMTIME& time, CallSite site) {
+  if (dwLocale != LOCALE_GERMAN || CallFails(LayerCall::GetDateFormatW, site)) {
     return {};
   }
   return Decimal(time.wDay, 2) + u'.' + Decimal(time.wMonth, 2) + u'.' + Decimal(time.wYear, 4);
 }
 
-std::u16string GetTimeFormatW(DWORD dwLocale, const SYSTEMTIME& time, const char16_t* format) {
-  if (dwLocale != LOCALE_GERMAN) {
+std::u16string GetTimeFormatW(DWORD dwLocale, const SYSTEMTIME& time, const char16_t* format, CallSite site) {
+  if (dwLocale != LOCALE_GERMAN || CallFails(LayerCall::GetTimeFormatW, site)) {
     return {};
   }
   std::u16string text;

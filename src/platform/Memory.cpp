@@ -2,7 +2,9 @@
 
 namespace photometer::platform {
 
-void* LocalAlloc(std::size_t nBytes) { return CurrentBoard().GetKernel().AllocateMemory(nBytes); }
+void* LocalAlloc(std::size_t nBytes, CallSite site) {
+  return CallFails(LayerCall::LocalAlloc, site) ? nullptr : CurrentBoard().GetKernel().AllocateMemory(nBytes);
+}
 
 void LocalFree(void* pMemory) {
   if (pMemory != nullptr) {
