@@ -9,22 +9,11 @@ namespace photometer {
 
 namespace {
 
-constexpr const char16_t* OPTICAL_PORT = u"COM2:";
-constexpr DWORD OPTICAL_BAUD_RATE = 115200;
-/// Received character, event character, break, line error, power.
-constexpr DWORD PORT_EVENTS = 0x20C3;
-/// All five time-outs, ms: a read of 192 bytes sleeps at most 193 ms on an idle line.
-constexpr DWORD PORT_TIMEOUT = 1;
-constexpr DWORD READ_BLOCK = 192;
-
-/// Between two reads after a failed one, ms: a port that is gone must not make the reader spin.
-constexpr DWORD FAILED_READ_PAUSE = 100;
-/// So many failed reads in a row mean that the port is gone.
-constexpr int FAILED_READ_LIMIT = 3;
+constexpr LineSettings OPTICAL_LINE{115200, 8, NOPARITY};
 
 /// Silence that says that the line end behind an answer has come, ms: two bytes take 0.2 ms, and the read that takes
-/// them in may end its interval time-out later.
-constexpr DWORD QUIET_AFTER_LINE_END = 1 + PORT_TIMEOUT;
+/// them in may end its interval time-out of 1 ms later.
+constexpr DWORD QUIET_AFTER_LINE_END = 2;
 /// Silence that says that the answers to raw writes have come, ms.
 constexpr DWORD QUIET_AFTER_ANSWER = 100;
 /// For so long after a raw write silence says nothing, ms: the mirror turns for 200 ms before it answers.
@@ -49,69 +38,11 @@ bool Contains(const std::string& text, const char* word) { return text.find(word
 // ---- port and reader ----
 
 BOOL OpticalLink::OpenOpticalPort() {
-  const HANDLE hPort = CreateFileW(OPTICAL_PORT);
-  m_hOpticalPort = hPort;
   m_Backlog = Backlog::LineEnd;
-  if (hPort == INVALID_HANDLE_VALUE) {
-    return FALSE;
-  }
-  if (!ConfigurePort(hPort) || !m_Threads.Start("OpticalReader", [this, hPort] { OpticalReader(hPort); })) {
-    GiveUpPort(hPort);
-    return FALSE;
-  }
-  return TRUE;
-}
-
-BOOL OpticalLink::ConfigurePort(HANDLE hPort) {
-  DCB state{};
-  if (!GetCommState(hPort, &state)) {
-    return FALSE;
-  }
-  state.DCBlength = DCB_LENGTH;
-  state.BaudRate = OPTICAL_BAUD_RATE;
-  state.Flags &= ~DCB_CHECK_PARITY;
-  state.Parity = NOPARITY;
-  state.StopBits = ONESTOPBIT;
-  state.ByteSize = 8;
-  const COMMTIMEOUTS timeouts{PORT_TIMEOUT, PORT_TIMEOUT, PORT_TIMEOUT, PORT_TIMEOUT, PORT_TIMEOUT};
-  return SetCommState(hPort, &state) && SetCommMask(hPort, PORT_EVENTS) && SetCommTimeouts(hPort, &timeouts);
-}
-
-void OpticalLink::CloseOpticalPort() {
-  const HANDLE hPort = m_hOpticalPort.exchange(0);
-  if (hPort == 0 || hPort == INVALID_HANDLE_VALUE) {
-    return;
-  }
-  SetCommMask(hPort, 0);
-  PurgeComm(hPort, 0);
-  CloseHandle(hPort);
-}
-
-bool OpticalLink::IsOpen() const {
-  const HANDLE hPort = m_hOpticalPort;
-  return hPort != 0 && hPort != INVALID_HANDLE_VALUE;
-}
-
-void OpticalLink::OpticalReader(HANDLE hPort) {
-  std::array<char, READ_BLOCK> block{};
-  int iFailedReads = 0;
-  while (iFailedReads < FAILED_READ_LIMIT) {
-    DWORD dwRead = 0;
-    const BOOL bRead = ReadFile(hPort, block.data(), READ_BLOCK, &dwRead);
-    if (m_State.IsStopping() || m_hOpticalPort != hPort) {
-      break;
-    }
-    iFailedReads = bRead ? 0 : iFailedReads + 1;
-    if (!bRead) {
-      m_State.Pause(FAILED_READ_PAUSE);
-    } else if (dwRead > 0) {
-      KeepReceived({block.data(), dwRead});
-    }
-  }
-  if (iFailedReads == FAILED_READ_LIMIT) {
-    GiveUpPort(hPort);
-  }
-  NKDbgPrintfW("[Photometer] Ending reader thread.\n\r");
+  PortReader reader{.name = "OpticalReader", .onBlock = nullptr, .onEnd = nullptr};
+  reader.onBlock = [this](std::string_view bytes) { KeepReceived(bytes); };
+  reader.onEnd = [](bool) { NKDbgPrintfW("[Photometer] Ending reader thread.\n\r"); };
+  return m_Port.Open(OPTICAL_LINE, std::move(reader));
 }
 
 void OpticalLink::KeepReceived(std::string_view bytes) {
@@ -128,27 +59,12 @@ void OpticalLink::KeepReceived(std::string_view bytes) {
   }
 }
 
-void OpticalLink::GiveUpPort(HANDLE hPort) {
-  HANDLE hOwn = hPort;
-  if (m_hOpticalPort.compare_exchange_strong(hOwn, INVALID_HANDLE_VALUE)) {
-    CloseHandle(hPort);
-  }
-}
-
 // ---- raw writes ----
-
-BOOL OpticalLink::WritePort(std::string_view bytes) {
-  if (!IsOpen()) {
-    return FALSE;
-  }
-  DWORD dwWritten = 0;
-  return WriteFile(m_hOpticalPort, bytes.data(), static_cast<DWORD>(bytes.size()), &dwWritten);
-}
 
 BOOL OpticalLink::WriteOpticalRaw(std::string_view bytes) {
   m_dwRawWriteTick = GetTickCount();
   NoteBacklog(Backlog::Answer);
-  return WritePort(bytes);
+  return m_Port.Write(bytes);
 }
 
 BOOL OpticalLink::WriteBetweenExchanges(std::string_view bytes) {
@@ -310,7 +226,7 @@ bool OpticalExchange::Send(std::string_view strCommand) {
     return false;
   }
   m_Link.m_Buffer.Clear();
-  return m_Link.WritePort(strCommand) != FALSE;
+  return m_Link.m_Port.Write(strCommand) != FALSE;
 }
 
 OpticalExchange::Arrival OpticalExchange::Receive(std::string& reply, DWORD dwMilliseconds) {

@@ -1,4 +1,4 @@
-/// The serial line to the optical unit: "COM2:", its reader thread, exchanges, raw writes, the common error reaction.
+/// The serial line to the optical unit: "COM2:", exchanges, raw writes, the common error reaction.
 ///
 /// The unit takes short commands ("$F3\r") and answers with plain bytes that carry no mark of what they answer. So the
 /// link keeps late bytes from being taken for the next answer: an exchange owns the line from its start to its end,
@@ -17,6 +17,7 @@
 #include "optics/PointStream.h"
 #include "state/DeviceState.h"
 #include "state/HostSink.h"
+#include "state/ReaderPort.h"
 #include "state/ReceiveBuffer.h"
 #include "state/WorkerThreads.h"
 
@@ -53,13 +54,13 @@ enum class ExchangeKind {
 class OpticalLink {
  public:
   OpticalLink(DeviceState& state, HostSink& sink, ReceiveBuffer& buffer, WorkerThreads& threads)
-      : m_State(state), m_Sink(sink), m_Buffer(buffer), m_Threads(threads) {}
+      : m_State(state), m_Sink(sink), m_Buffer(buffer), m_Port(state, threads, u"COM2:") {}
 
   /// Opens and sets the port up and starts the reader. 0: a step failed, and what was opened is closed again.
   BOOL OpenOpticalPort();
   /// Closes the port. A waiting read ends.
-  void CloseOpticalPort();
-  [[nodiscard]] bool IsOpen() const;
+  void CloseOpticalPort() { m_Port.Close(); }
+  [[nodiscard]] bool IsOpen() const { return m_Port.IsOpen(); }
 
   /// Sends the command and judges the answer: 0 for one that contains "ok", else a cause. An answer longer than
   /// `dwMaxReply` bytes is too long.
@@ -82,13 +83,7 @@ class OpticalLink {
  private:
   friend class OpticalExchange;
 
-  BOOL ConfigurePort(HANDLE hPort);
-  /// The reader's thread, for the handle with which it was started.
-  void OpticalReader(HANDLE hPort);
   void KeepReceived(std::string_view bytes);
-  /// Closes the port and marks the member invalid, if the port is still the member's.
-  void GiveUpPort(HANDLE hPort);
-  BOOL WritePort(std::string_view bytes);
   void NoteBacklog(Backlog backlog);
   /// Takes the line. False: it was not free for `SILENCE_LIMIT`, or the device stops.
   bool Claim();
@@ -106,8 +101,7 @@ class OpticalLink {
   DeviceState& m_State;
   HostSink& m_Sink;
   ReceiveBuffer& m_Buffer;
-  WorkerThreads& m_Threads;
-  std::atomic<HANDLE> m_hOpticalPort{0};
+  ReaderPort m_Port;
   std::atomic<Backlog> m_Backlog{Backlog::LineEnd};
   /// Tick of the last raw write.
   std::atomic<DWORD> m_dwRawWriteTick{0};
