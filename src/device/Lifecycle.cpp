@@ -12,6 +12,8 @@ namespace {
 
 /// How long the threads are given to end, ms. A waiting read takes 0.2 s; only a callback of the host takes longer.
 constexpr DWORD THREADS_END_LIMIT = 2500;
+/// How long a write of the host to the optical port, begun before the stop, is given to end, ms.
+constexpr DWORD WRITE_END_LIMIT = 100;
 
 constexpr DWORD VERSION_SILENCE = 202;
 
@@ -72,9 +74,9 @@ bool Lifecycle::EndEarlierStart() {
   if (!m_bUp) {
     return m_Instrument.threads.WaitUntilEnded(THREADS_END_LIMIT) != FALSE;
   }
-  const bool bWasBusy = StopAndSwitchOff();
+  const bool bSwitchOffAgain = StopAndSwitchOff();
   const DWORD dwStart = GetTickCount();
-  return TakeDown(bWasBusy, dwStart);
+  return TakeDown(bSwitchOffAgain, dwStart);
 }
 
 void Lifecycle::StartClean(const CalibrationData& calib) {
@@ -171,11 +173,11 @@ HRESULT Lifecycle::Shutdown() {
     return E_FAIL;
   }
   ++m_iShutdowns;
-  const bool bWasBusy = StopAndSwitchOff();
+  const bool bSwitchOffAgain = StopAndSwitchOff();
   const DWORD dwStart = GetTickCount();
   {
     const Turn turn(m_hTurn);
-    TakeDown(bWasBusy, dwStart);
+    TakeDown(bSwitchOffAgain, dwStart);
     --m_iShutdowns;
   }
   return S_OK;
@@ -207,14 +209,15 @@ void Lifecycle::ShutdownForRelease() {
 bool Lifecycle::StopAndSwitchOff() {
   m_Instrument.sink.CloseGate();
   m_Instrument.state.RaiseStop();
-  bool bBusy = false;
+  bool bSwitchOffAgain = false;
   {
     const auto state = m_Instrument.state.Lock();
-    bBusy = state->m_Status.bBusy != 0;
+    // Whoever has the line now may write after the first switch-off.
+    bSwitchOffAgain = state->m_Status.bBusy != 0 || m_Instrument.link.IsClaimed();
     state->m_Status.bInitialized = FALSE;
   }
   SwitchOff();
-  return bBusy;
+  return bSwitchOffAgain;
 }
 
 void Lifecycle::SwitchOff() {
@@ -222,14 +225,15 @@ void Lifecycle::SwitchOff() {
   m_Instrument.link.WriteOpticalRaw("$ \r");
 }
 
-bool Lifecycle::TakeDown(bool bWasBusy, DWORD dwStart) {
+bool Lifecycle::TakeDown(bool bSwitchOffAgain, DWORD dwStart) {
   // An `Initialize` that was on its way has set it since.
-  const bool bBusy = bWasBusy || m_Instrument.state.Lock()->m_Status.bBusy != 0;
+  bSwitchOffAgain = bSwitchOffAgain || m_Instrument.state.Lock()->m_Status.bBusy != 0;
   const DWORD dwElapsed = GetTickCount() - dwStart;
   const DWORD dwRest = dwElapsed < THREADS_END_LIMIT ? THREADS_END_LIMIT - dwElapsed : 0;
   const bool bEnded = m_Instrument.threads.WaitUntilEnded(dwRest) != FALSE;
-  if (bBusy) {
-    SwitchOff();  // a command of the procedure may have followed the first switch-off
+  m_Instrument.link.AwaitClaims(WRITE_END_LIMIT);
+  if (bSwitchOffAgain) {
+    SwitchOff();
   }
   {
     const auto state = m_Instrument.state.Lock();

@@ -42,12 +42,12 @@ class Lifecycle {
   bool StartThreads();
 
   /// Closes the way to the host, wakes all waits and tells the unit to switch everything off. True: a procedure was
-  /// running.
+  /// running, or the host was writing to the optical port: something may follow the switching off.
   bool StopAndSwitchOff();
   void SwitchOff();
   /// Waits for the threads, until `THREADS_END_LIMIT` after `dwStart`, and gives back what `Initialize` acquired.
   /// False: a thread has not ended.
-  bool TakeDown(bool bWasBusy, DWORD dwStart);
+  bool TakeDown(bool bSwitchOffAgain, DWORD dwStart);
 
   std::shared_ptr<Instrument> m_pInstrument;
   Instrument& m_Instrument;

@@ -39,6 +39,10 @@ bool Contains(const std::string& text, const char* word) { return text.find(word
 
 BOOL OpticalLink::OpenOpticalPort() {
   m_Backlog = Backlog::LineEnd;
+  {
+    const auto state = m_State.Lock();
+    m_Waiting.clear();
+  }
   PortReader reader{.name = "OpticalReader", .onBlock = nullptr, .onEnd = nullptr};
   reader.onBlock = [this](std::string_view bytes) { KeepReceived(bytes); };
   reader.onEnd = [](bool) { NKDbgPrintfW("[Photometer] Ending reader thread.\n\r"); };
@@ -74,18 +78,16 @@ BOOL OpticalLink::WriteBetweenExchanges(std::string_view bytes) {
 
 void OpticalLink::Enqueue(std::string_view bytes) {
   const auto state = m_State.Lock();
-  m_Waiting.emplace_back(bytes);
+  if (!m_State.IsStopping()) {
+    m_Waiting.emplace_back(bytes);
+  }
 }
 
 BOOL OpticalLink::SendWaiting() {
-  {
-    const auto state = m_State.Lock();
-    if (m_bClaimed) {
-      return TRUE;
-    }
-    m_bClaimed = true;
+  if (TryClaim()) {
+    return ReleaseClaim();
   }
-  return ReleaseClaim();
+  return m_State.IsStopping() ? FALSE : TRUE;
 }
 
 void OpticalLink::SwitchOff() {
@@ -106,24 +108,42 @@ void OpticalLink::HandleInstrumentError(DWORD dwError) {
 
 // ---- claiming the line ----
 
+bool OpticalLink::TryClaim() {
+  const auto state = m_State.Lock();
+  if (m_bClaimed || m_State.IsStopping()) {
+    return false;
+  }
+  m_bClaimed = true;
+  return true;
+}
+
 bool OpticalLink::Claim() {
   const DWORD dwStart = GetTickCount();
-  for (;;) {
-    {
-      const auto state = m_State.Lock();
-      if (!m_bClaimed) {
-        m_bClaimed = true;
-        return true;
-      }
-    }
+  while (!TryClaim()) {
     if (GetTickCount() - dwStart > SILENCE_LIMIT || !m_State.Pause(CLAIM_PAUSE)) {
       return false;
     }
+  }
+  return true;
+}
+
+bool OpticalLink::IsClaimed() {
+  const auto state = m_State.Lock();
+  return m_bClaimed;
+}
+
+void OpticalLink::AwaitClaims(DWORD dwMilliseconds) {
+  const DWORD dwStart = GetTickCount();
+  while (IsClaimed() && GetTickCount() - dwStart < dwMilliseconds) {
+    Sleep(CLAIM_PAUSE);
   }
 }
 
 std::vector<std::string> OpticalLink::TakeWaiting(bool bReleaseIfNone) {
   const auto state = m_State.Lock();
+  if (m_State.IsStopping()) {
+    m_Waiting.clear();
+  }
   m_bClaimed = !(bReleaseIfNone && m_Waiting.empty());
   return std::exchange(m_Waiting, {});
 }

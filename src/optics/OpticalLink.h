@@ -6,7 +6,7 @@
 ///
 /// Raw writes have no exchange. `WriteOpticalRaw` writes at once, for those who switch everything off. A write through
 /// `WriteBetweenExchanges` goes out right after a running exchange and before any other command; its caller does not
-/// wait.
+/// wait. Once the device stops, only `WriteOpticalRaw` writes: what waits or comes then is dropped.
 #pragma once
 
 #include <atomic>
@@ -74,6 +74,11 @@ class OpticalLink {
   /// write failed.
   void Enqueue(std::string_view bytes);
   BOOL SendWaiting();
+  /// An exchange or a write of others has the line.
+  [[nodiscard]] bool IsClaimed();
+  /// When the device stops: waits until nobody has the line, and so nothing follows the next raw write. At most so
+  /// long.
+  void AwaitClaims(DWORD dwMilliseconds);
   /// Tells the unit to park the mirror and to switch lamps and fan off, at once.
   void SwitchOff();
   /// What every procedure does that ends with an instrument error: switches off, forgets what the unit was set to, ends
@@ -85,6 +90,8 @@ class OpticalLink {
 
   void KeepReceived(std::string_view bytes);
   void NoteBacklog(Backlog backlog);
+  /// Takes the line, if it is free and the device does not stop.
+  bool TryClaim();
   /// Takes the line. False: it was not free for `SILENCE_LIMIT`, or the device stops.
   bool Claim();
   /// Takes what waits for the line; with nothing there, gives the line back if asked to.

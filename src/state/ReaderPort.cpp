@@ -15,6 +15,8 @@ constexpr DWORD PORT_TIMEOUT = 1;
 constexpr DWORD READ_BLOCK = 192;
 /// Between two reads after a failed one, ms: a port that is gone must not make the reader spin.
 constexpr DWORD FAILED_READ_PAUSE = 100;
+/// How long a handle is kept open for calls that use it, ms; a write of a few bytes takes none.
+constexpr DWORD USE_LIMIT = 100;
 
 /// The port's fields are narrower than the host's numbers: what does not fit must not become a valid value.
 BYTE Narrow(DWORD dwValue) { return static_cast<BYTE>(std::min<DWORD>(dwValue, 0xFF)); }
@@ -34,6 +36,28 @@ BOOL SetLine(HANDLE hPort, const LineSettings& settings) {
 }
 
 }  // namespace
+
+/// The open port's handle, kept open for as long as this lives.
+class ReaderPort::Use {
+ public:
+  explicit Use(ReaderPort& port) : m_Port(port) {
+    const auto state = m_Port.m_State.Lock();
+    m_hPort = m_Port.m_hPort;
+    ++m_Port.m_iUses;
+  }
+  ~Use() {
+    const auto state = m_Port.m_State.Lock();
+    --m_Port.m_iUses;
+  }
+  Use(const Use&) = delete;
+  Use& operator=(const Use&) = delete;
+
+  [[nodiscard]] HANDLE Handle() const { return m_hPort; }
+
+ private:
+  ReaderPort& m_Port;
+  HANDLE m_hPort = 0;
+};
 
 // ---- opening and closing ----
 
@@ -69,6 +93,7 @@ void ReaderPort::Close() {
     SetCommMask(hPort, 0);
     PurgeComm(hPort, 0);
   }
+  AwaitUses();
   std::vector<HANDLE> open;
   {
     const auto state = m_State.Lock();
@@ -82,7 +107,19 @@ void ReaderPort::Close() {
 void ReaderPort::GiveUp(HANDLE hPort) {
   HANDLE hOwn = hPort;
   m_hPort.compare_exchange_strong(hOwn, INVALID_HANDLE_VALUE);
+  AwaitUses();
   CloseOnce(hPort);
+}
+
+void ReaderPort::AwaitUses() {
+  const auto isUsed = [this] {
+    const auto state = m_State.Lock();
+    return m_iUses > 0;
+  };
+  const DWORD dwStart = GetTickCount();
+  while (isUsed() && GetTickCount() - dwStart < USE_LIMIT) {
+    Sleep(1);
+  }
 }
 
 void ReaderPort::CloseOnce(HANDLE hPort) {
@@ -114,6 +151,9 @@ void ReaderPort::Run(HANDLE hPort, const PortReader& reader) {
 bool ReaderPort::ReadBlocks(HANDLE hPort, const PortReader& reader) {
   std::array<char, READ_BLOCK> block{};
   for (int iFailedReads = 0; iFailedReads < reader.iFailedReadLimit;) {
+    if (m_State.IsStopping()) {
+      return true;  // what the last block was given to may have outlasted the port
+    }
     DWORD dwRead = 0;
     const BOOL bRead = ReadFile(hPort, block.data(), READ_BLOCK, &dwRead);
     const HANDLE hNow = m_hPort;
@@ -136,14 +176,14 @@ bool ReaderPort::ReadBlocks(HANDLE hPort, const PortReader& reader) {
 // ---- the open port ----
 
 BOOL ReaderPort::Write(std::string_view bytes) {
-  const HANDLE hPort = m_hPort;
+  const Use use(*this);
   DWORD dwWritten = 0;
-  return IsUsable(hPort) && WriteFile(hPort, bytes.data(), static_cast<DWORD>(bytes.size()), &dwWritten);
+  return IsUsable(use.Handle()) && WriteFile(use.Handle(), bytes.data(), static_cast<DWORD>(bytes.size()), &dwWritten);
 }
 
 BOOL ReaderPort::Apply(const LineSettings& settings) {
-  const HANDLE hPort = m_hPort;
-  return IsUsable(hPort) && SetLine(hPort, settings);
+  const Use use(*this);
+  return IsUsable(use.Handle()) && SetLine(use.Handle(), settings);
 }
 
 }  // namespace photometer

@@ -2,10 +2,11 @@
 ///
 /// A reader keeps the handle with which it was started. It ends when the device stops, when the port is closed, when
 /// reads fail, or when the port has been opened anew, or in vain, meanwhile; in the last two cases the port is lost,
-/// and the reader closes its handle. Each handle is closed once, by whoever comes first.
+/// and the reader closes its handle. Each handle is closed once, by whoever comes first, and not while another thread
+/// writes to it; a write that does not come back within 0.1 s is broken off.
 ///
-/// **Threads**: everything may be called from any thread; `Open` from one at a time. `Write` and `Apply` never take the
-/// state lock across a call of the port: call them without it.
+/// **Threads**: everything may be called from any thread; `Open` from one at a time. Nothing takes the state lock
+/// across a call of the port: call it without the lock.
 #pragma once
 
 #include <atomic>
@@ -67,6 +68,8 @@ class ReaderPort {
   [[nodiscard]] bool IsLost() const { return m_hPort == INVALID_HANDLE_VALUE; }
 
  private:
+  class Use;
+
   static bool IsUsable(HANDLE hPort) { return hPort != 0 && hPort != INVALID_HANDLE_VALUE; }
   BOOL Configure(HANDLE hPort, const LineSettings& settings);
   /// The reader's thread.
@@ -76,6 +79,8 @@ class ReaderPort {
   /// Marks the port lost, if it is still this one, and closes the handle.
   void GiveUp(HANDLE hPort);
   void CloseOnce(HANDLE hPort);
+  /// Waits for the calls that use the port's handle now.
+  void AwaitUses();
 
   DeviceState& m_State;
   WorkerThreads& m_Threads;
@@ -83,6 +88,8 @@ class ReaderPort {
   std::atomic<HANDLE> m_hPort{0};
   /// Handles that have yet to be closed. Guarded by the state lock.
   std::vector<HANDLE> m_Open;
+  /// Calls that use a handle. Guarded by the state lock.
+  int m_iUses = 0;
 };
 
 }  // namespace photometer

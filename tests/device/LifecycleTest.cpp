@@ -377,6 +377,46 @@ TEST(Lifecycle, CommandThatOvertakesTheSwitchOffIsSwitchedOffAgain) {
   world.ExpectClean();
 }
 
+/// The host switches the halogen lamp on by its own bytes.
+void WriteLampOn(Device& device) {
+  constexpr BYTE LAMP_ON[] = {'$', 'h', '1', '\r'};
+  EXPECT_EQ(device->WriteOpticalPort(LAMP_ON, sizeof(LAMP_ON)), S_OK);
+}
+
+TEST(Lifecycle, BytesOfTheHostNeverFollowTheSwitchOff) {
+  for (const Policy policy : {Policy::FirstCome, Policy::Random}) {
+    for (std::uint64_t nPoint = 1; nPoint <= 16; ++nPoint) {
+      SCOPED_TRACE(nPoint);
+      WorldOptions options;
+      options.board.policy = policy;
+      options.board.seed = nPoint;
+      World world(options);
+      Device device(world);
+      ASSERT_TRUE(device.StartUp());
+      // A write takes its time, so that `Shutdown` comes before, in and after it.
+      world.ports.beforeWrite = [](std::string_view bytes) { Sleep(bytes == "$h1\r" ? 20 : 0); };
+      std::atomic<bool> bDown{false};
+      world.board.RunAtPoint(world.board.Points() + nPoint, "second host", [&] {
+        EXPECT_EQ(device->Shutdown(), S_OK);
+        bDown = true;
+      });
+      WriteLampOn(device);
+      while (!bDown) {
+        Sleep(1);
+      }
+      const std::size_t nWritten = world.Written().size();
+      EXPECT_TRUE(EndsSwitchedOff(world.Written()));
+      WriteLampOn(device);
+      world.ExpectSwitchedOff();
+      // What came too late does not come at the next start either.
+      EXPECT_TRUE(device.StartUp());
+      EXPECT_EQ(world.Written().at(nWritten), "$v");
+      device.Close();
+      world.ExpectClean();
+    }
+  }
+}
+
 TEST(Lifecycle, TwoShutdownsAtOnce) {
   World world;
   Device device(world);

@@ -1,0 +1,126 @@
+#include <atomic>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "platform/Platform.h"
+#include "state/ReaderPort.h"
+#include "support/ScriptedUnit.h"
+#include "support/World.h"
+
+namespace photometer::tests {
+namespace {
+
+constexpr LineSettings SETTINGS{19200, 8, NOPARITY};
+
+/// Reads that fail, so many from now on.
+class FailingReads final : public ForwardingSerialPorts {
+ public:
+  using ForwardingSerialPorts::ForwardingSerialPorts;
+  std::atomic<int> iFailing{0};
+
+  bool Read(HANDLE handle, void* pBuffer, DWORD dwBytes, DWORD* pBytesRead) override {
+    if (iFailing > 0) {
+      --iFailing;
+      return false;
+    }
+    return ForwardingSerialPorts::Read(handle, pBuffer, dwBytes, pBytesRead);
+  }
+};
+
+/// A port with a reader that notes what it hears, and when.
+class Bench {
+ public:
+  Bench() {
+    m_Board.Replace(reads);
+    SetBoard(&m_Board);
+    EXPECT_TRUE(state.CreateEvents());
+  }
+  ~Bench() {
+    Stop();
+    SetBoard(&world.tracing);
+    world.ExpectClean();
+  }
+  Bench(const Bench&) = delete;
+  Bench& operator=(const Bench&) = delete;
+
+  BOOL Open(std::function<void()> onBlock = [] {}) {
+    PortReader reader{.name = "reader", .onBlock = nullptr, .onEnd = nullptr};
+    reader.onBlock = [this, onBlock](std::string_view bytes) {
+      calls.emplace_back(bytes);
+      nHeard = world.board.Now();
+      onBlock();
+    };
+    reader.onLost = [this] { calls.emplace_back("lost"); };
+    reader.onEnd = [this](bool bLost) { calls.emplace_back(bLost ? "end, lost" : "end"); };
+    return port.Open(SETTINGS, std::move(reader));
+  }
+  void Stop() {
+    state.RaiseStop();
+    EXPECT_TRUE(threads.WaitUntilEnded(3000));
+    port.Close();
+    state.CloseEvents();
+  }
+
+  ScriptedUnit device;
+  World world{{{}, {}, &device, true}};
+  FailingReads reads{world.tracing.GetSerialPorts()};
+
+ private:
+  ForwardingBoard m_Board{world.tracing};
+
+ public:
+  DeviceState state;
+  WorkerThreads threads{state};
+  ReaderPort port{state, threads, World::PORT};
+  std::vector<std::string> calls;
+  std::uint64_t nHeard = 0;
+};
+
+TEST(ReaderPort, FailedReadsAreRepeatedAfterAPause) {
+  for (int iFailing = 0; iFailing <= 3; ++iFailing) {
+    SCOPED_TRACE(iFailing);
+    Bench bench;
+    bench.reads.iFailing = iFailing;
+    const std::uint64_t nStart = bench.world.board.Now();
+    ASSERT_TRUE(bench.Open());
+    bench.device.Emit(0, "bytes");
+    Sleep(1000);
+    if (iFailing < 3) {
+      EXPECT_EQ(bench.calls, std::vector<std::string>{"bytes"});
+      EXPECT_EQ((bench.nHeard - nStart) / 100'000, static_cast<std::uint64_t>(iFailing));
+    } else {
+      EXPECT_EQ(bench.calls, (std::vector<std::string>{"lost", "end, lost"}));
+      EXPECT_TRUE(bench.port.IsLost());
+    }
+  }
+}
+
+TEST(ReaderPort, HandleStaysOpenWhileAWriteUsesIt) {
+  Bench bench;
+  ASSERT_TRUE(bench.Open());
+  bench.world.ports.beforeWrite = [](std::string_view) { Sleep(50); };
+  BOOL bWritten = FALSE;
+  ASSERT_TRUE(bench.threads.Start("writer", [&] { bWritten = bench.port.Write("text"); }));
+  Sleep(1);
+  const std::uint64_t nStart = bench.world.board.Now();
+  bench.port.Close();
+  EXPECT_LE(bench.world.board.Now() - nStart, 55'000U);
+  EXPECT_FALSE(bench.port.Write("more"));
+  EXPECT_TRUE(bWritten);
+}
+
+TEST(ReaderPort, BlockThatOutlastsThePort) {
+  Bench bench;
+  ASSERT_TRUE(bench.Open([] { Sleep(1000); }));
+  bench.device.Emit(0, "bytes");
+  Sleep(10);
+  bench.state.RaiseStop();
+  bench.port.Close();
+  Sleep(1500);
+  EXPECT_EQ(bench.calls, (std::vector<std::string>{"bytes", "end"}));
+}
+
+}  // namespace
+}  // namespace photometer::tests
