@@ -40,10 +40,10 @@ struct VirtualBoardOptions {
   Policy policy = Policy::FirstCome;
   /// Used in place of `policy` where it is set: a `PriorityPolicy` with other measures, an `ExhaustivePolicy`, a
   /// `ReplayPolicy`.
-  std::shared_ptr<SchedulingPolicy> pPolicy;
+  std::shared_ptr<SchedulingPolicy> pPolicy{};
   /// Whether the size of each block is drawn from the seed, and some deadlines are late. By default under every
   /// `policy` but `FirstCome`. A `ReplayPolicy` has them in its list.
-  std::optional<bool> varyTimes;
+  std::optional<bool> varyTimes{};
   /// Keeps what `Decisions` tells.
   bool bRecordDecisions = false;
   /// Tick counter at the start; near 2^32 it soon wraps.
