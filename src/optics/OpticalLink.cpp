@@ -16,8 +16,6 @@ constexpr LineSettings OPTICAL_LINE{115200, 8, NOPARITY};
 constexpr DWORD QUIET_AFTER_LINE_END = 2;
 /// Silence that says that the answers to raw writes have come, ms.
 constexpr DWORD QUIET_AFTER_ANSWER = 100;
-/// For so long after a raw write silence says nothing, ms: the mirror turns for 200 ms before it answers.
-constexpr DWORD MOTION_AFTER_RAW_WRITE = 300;
 /// How long the line may stay busy before the exchange begins all the same, ms.
 constexpr DWORD LINE_END_LIMIT = 100;
 constexpr DWORD ANSWER_LIMIT = 2000;
@@ -42,6 +40,7 @@ BOOL OpticalLink::OpenOpticalPort() {
   {
     const auto state = m_State.Lock();
     m_Waiting.clear();
+    m_Owed = {};
   }
   PortReader reader{.name = "OpticalReader", .onBlock = nullptr, .onEnd = nullptr};
   reader.onBlock = [this](std::string_view bytes) { KeepReceived(bytes); };
@@ -53,6 +52,9 @@ void OpticalLink::KeepReceived(std::string_view bytes) {
   bool bDropped = false;
   {
     const auto state = m_State.Lock();
+    if (!m_bExchanging) {
+      m_Owed.Take(bytes);
+    }
     if (state->m_Status.bBusy) {
       bDropped = m_Buffer.Append(bytes);
     }
@@ -66,9 +68,16 @@ void OpticalLink::KeepReceived(std::string_view bytes) {
 // ---- raw writes ----
 
 BOOL OpticalLink::WriteOpticalRaw(std::string_view bytes) {
-  m_dwRawWriteTick = GetTickCount();
-  NoteBacklog(Backlog::Answer);
-  return m_Port.Write(bytes);
+  {
+    const auto state = m_State.Lock();
+    NoteBacklog(m_Owed.Note(bytes) ? Backlog::Stream : Backlog::Answer);
+  }
+  if (m_Port.Write(bytes)) {
+    return TRUE;
+  }
+  const auto state = m_State.Lock();
+  m_Owed.Forget();  // a line that takes nothing brings nothing
+  return FALSE;
 }
 
 BOOL OpticalLink::WriteBetweenExchanges(std::string_view bytes) {
@@ -175,10 +184,10 @@ void OpticalLink::NoteBacklog(Backlog backlog) {
 void OpticalLink::DrainBacklog(ExchangeKind kind) {
   switch (m_Backlog.exchange(Backlog::LineEnd)) {
     case Backlog::Stream:
-      WaitForMotion();
+      WaitForOwedAnswers();
       return WaitUntilQuiet(QUIET_AFTER_ANSWER, STREAM_LIMIT);
     case Backlog::Answer:
-      WaitForMotion();
+      WaitForOwedAnswers();
       return WaitUntilQuiet(QUIET_AFTER_ANSWER, ANSWER_LIMIT);
     case Backlog::LineEnd:
       if (kind == ExchangeKind::Data) {
@@ -187,11 +196,19 @@ void OpticalLink::DrainBacklog(ExchangeKind kind) {
   }
 }
 
-void OpticalLink::WaitForMotion() {
-  const DWORD dwElapsed = GetTickCount() - m_dwRawWriteTick;
-  if (dwElapsed < MOTION_AFTER_RAW_WRITE) {
-    m_State.Pause(MOTION_AFTER_RAW_WRITE - dwElapsed);
+void OpticalLink::WaitForOwedAnswers() {
+  const std::array<HANDLE, 2> handles{m_Buffer.DataEvent(), m_State.StopEvent()};
+  const auto rest = [this] {
+    const auto state = m_State.Lock();
+    return m_Owed.Rest();
+  };
+  for (DWORD dwRest = rest(); dwRest != 0; dwRest = rest()) {
+    if (WaitForMultipleObjects(2, handles.data(), dwRest) != WAIT_OBJECT_0) {
+      break;
+    }
   }
+  const auto state = m_State.Lock();
+  m_Owed.Forget();
 }
 
 void OpticalLink::WaitUntilQuiet(DWORD dwQuiet, DWORD dwLimit) {
@@ -203,6 +220,11 @@ void OpticalLink::WaitUntilQuiet(DWORD dwQuiet, DWORD dwLimit) {
       return;
     }
   } while (GetTickCount() - dwStart < dwLimit);
+}
+
+void OpticalLink::SetExchanging(bool bExchanging) {
+  const auto state = m_State.Lock();
+  m_bExchanging = bExchanging;
 }
 
 // ---- exchanges ----
@@ -237,6 +259,7 @@ OpticalExchange::OpticalExchange(OpticalLink& link, ExchangeKind kind) : m_Link(
 
 OpticalExchange::~OpticalExchange() {
   if (m_bClaimed) {
+    m_Link.SetExchanging(false);
     m_Link.ReleaseClaim();
   }
 }
@@ -245,6 +268,7 @@ bool OpticalExchange::Send(std::string_view strCommand) {
   if (!m_bClaimed || m_Link.m_State.IsStopping()) {
     return false;
   }
+  m_Link.SetExchanging(true);
   m_Link.m_Buffer.Clear();
   return m_Link.m_Port.Write(strCommand) != FALSE;
 }

@@ -14,6 +14,7 @@
 #include <string_view>
 #include <vector>
 
+#include "optics/OwedAnswers.h"
 #include "optics/PointStream.h"
 #include "state/DeviceState.h"
 #include "state/HostSink.h"
@@ -65,7 +66,7 @@ class OpticalLink {
   /// Sends the command and judges the answer: 0 for one that contains "ok", else a cause. An answer longer than
   /// `dwMaxReply` bytes is too long.
   DWORD SendCommand(std::string_view strCommand, DWORD dwMaxReply);
-  /// Writes with one write call, at once, and waits for nothing. The unit's answer counts as backlog.
+  /// Writes with one write call, at once, and waits for nothing. The next exchange waits for the unit's answers.
   BOOL WriteOpticalRaw(std::string_view bytes);
   /// Writes with one write call, at once or right after the running exchange. False: the write failed.
   BOOL WriteBetweenExchanges(std::string_view bytes);
@@ -100,9 +101,11 @@ class OpticalLink {
   BOOL WriteAll(const std::vector<std::string>& waiting);
   /// Sends what waited and gives the line back. False: the last write failed.
   BOOL ReleaseClaim();
+  /// From now on the bytes that come are the exchange's, or are those that raw writes are owed.
+  void SetExchanging(bool bExchanging);
   /// Lets everything that is still on its way arrive, and drops it.
   void DrainBacklog(ExchangeKind kind);
-  void WaitForMotion();
+  void WaitForOwedAnswers();
   void WaitUntilQuiet(DWORD dwQuiet, DWORD dwLimit);
 
   DeviceState& m_State;
@@ -110,9 +113,9 @@ class OpticalLink {
   ReceiveBuffer& m_Buffer;
   ReaderPort m_Port;
   std::atomic<Backlog> m_Backlog{Backlog::LineEnd};
-  /// Tick of the last raw write.
-  std::atomic<DWORD> m_dwRawWriteTick{0};
   // Guarded by the state lock.
+  OwedAnswers m_Owed;
+  bool m_bExchanging = false;
   bool m_bClaimed = false;
   std::vector<std::string> m_Waiting;
 };

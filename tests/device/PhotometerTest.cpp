@@ -251,5 +251,36 @@ TEST(Photometer, RawWritesOfTheHost) {
   EXPECT_EQ(world.unit.State().measurementLength, 7);
 }
 
+TEST(Photometer, LateAnswersToTheHostsBytesAreNotTakenForTheRuns) {
+  struct {
+    simulator::FaultKind kind;
+    simulator::Time delay;
+  } const cases[] = {
+      {simulator::FaultKind::Late, 1'000'000},
+      {simulator::FaultKind::Late, 5'000'000},
+      {simulator::FaultKind::Silence, 0},
+  };
+  for (const auto& c : cases) {
+    World world;
+    Device device(world);
+    ASSERT_TRUE(device.StartUp());
+    world.unit.WireFaults().Add({.kind = c.kind, .letter = 'z', .delay = c.delay});
+    constexpr BYTE COMMANDS[] = {'$', 'z', '\r', '$', 'd', '0', '\r'};
+    EXPECT_EQ(device->WriteOpticalPort(COMMANDS, sizeof(COMMANDS)), S_OK);
+    const std::uint64_t nStart = world.board.Now();
+    std::uint64_t nFirst = 0;
+    world.ports.beforeWrite = [&](std::string_view) { nFirst = nFirst == 0 ? world.board.Now() : nFirst; };
+    const MeasureRequest request = MeasureAt({500.0, 600.0});
+    ASSERT_EQ(device->StartMeasure(&request), S_OK);
+    ASSERT_TRUE(device.WaitUntilNotBusy());
+    EXPECT_GE(nFirst - nStart, c.delay) << "the answer has come, or is given up";
+    EXPECT_LE(nFirst - nStart, 61'000'000U);
+    EXPECT_EQ(world.sink.Count("OnNotify(7, 17, 100)"), 1U);
+    EXPECT_EQ(world.sink.Results().size(), 2U);
+    device.Close();
+    world.ExpectClean();
+  }
+}
+
 }  // namespace
 }  // namespace photometer::tests

@@ -217,6 +217,43 @@ TEST(OpticalLink, LateAnswersAreNotTakenForTheNext) {
   }
 }
 
+TEST(OpticalLink, LateAnswersOfRawWritesAreNotTakenForTheNext) {
+  constexpr simulator::Time NEVER = 0;
+  struct {
+    const char* command;
+    simulator::Time delay;
+    simulator::Time longest;
+  } const cases[] = {
+      {"$z", SECOND, SECOND},          {"$z", 5 * SECOND, 5 * SECOND},        {"$z", NEVER, 60 * SECOND},
+      {"$M12000", SECOND, SECOND},     {"$M12000", 48 * SECOND, 48 * SECOND}, {"$d1", SECOND, SECOND},
+      {"$d1", 5 * SECOND, 5 * SECOND}, {"$d1", NEVER, 10 * SECOND},           {"$r0", SECOND, SECOND},
+      {"$r0", 5 * SECOND, 5 * SECOND}, {"$r0", NEVER, 10 * SECOND},           {"hello", NEVER, 0},
+      {"$a3", SECOND, SECOND},         {"$s3000", 5 * SECOND, 5 * SECOND},
+  };
+  for (const bool bIdle : {true, false}) {
+    for (const auto& c : cases) {
+      SCOPED_TRACE(std::string(c.command) + (bIdle ? " while nothing runs, " : ", ") + std::to_string(c.delay));
+      Optics optics;
+      optics.state.Lock()->m_Status.bBusy = bIdle ? FALSE : TRUE;
+      const std::string bytes = c.command[1] == 'a' ? READING : "ok\r\n";
+      optics.device.Script(c.command, c.delay == NEVER ? Answer{} : Answer{{c.delay, bytes}});
+      EXPECT_TRUE(optics.link.WriteBetweenExchanges(std::string(c.command) + "\r"));
+      if (bIdle) {
+        Sleep(1500);  // some of the answers come before the device is busy
+        optics.state.Lock()->m_Status.bBusy = TRUE;
+      }
+      // An answer that were taken for the next one's would come before it.
+      optics.device.Script("$g1", Answer{{c.delay + SECOND, "error\r\n"}});
+      const std::uint64_t nStart = optics.world.board.Now();
+      const std::uint64_t nPassed = bIdle ? 1'500'000 : 0;
+      EXPECT_EQ(optics.unit.SetGain(TRUE), 34U);
+      const std::uint64_t nLongest = (c.longest > nPassed ? c.longest - nPassed : 0) + c.delay + SECOND;
+      EXPECT_LE(optics.world.board.Now() - nStart, nLongest + 150'000);
+      ExpectLineInOrder(optics);
+    }
+  }
+}
+
 TEST(OpticalLink, ALineThatIsNeverQuietDoesNotStopTheNextCommand) {
   Optics optics;
   for (simulator::Time at = 0; at < 30 * SECOND; at += 20'000) {
@@ -260,11 +297,16 @@ TEST(OpticalLink, StopEndsEveryWait) {
       {"version", [](Optics& o) { EXPECT_EQ(o.unit.ReadFirmwareVersion(), 202U); }},
       {"reading", [](Optics& o) { EXPECT_EQ(o.detectors.GetADValue(nullptr, nullptr), 132U); }},
       {"scan", [](Optics& o) { EXPECT_EQ(o.detectors.Scan(10, nullptr, nullptr, 10), 152U); }},
+      {"owed answer",
+       [](Optics& o) {
+         EXPECT_TRUE(o.link.WriteBetweenExchanges("$z\r"));
+         EXPECT_EQ(o.unit.SetFilter(2), 5U);
+       }},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
     Optics optics;
-    for (const char* command : {"$F1", "$v", "$a3", "$s11"}) {
+    for (const char* command : {"$F1", "$v", "$a3", "$s11", "$z"}) {
       optics.device.Script(command, Answer{});
     }
     std::uint64_t nEnd = 0;

@@ -1,0 +1,77 @@
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "optics/OwedAnswers.h"
+#include "platform/Platform.h"
+#include "support/World.h"
+
+namespace photometer::tests {
+namespace {
+
+TEST(OwedAnswers, EachCommandOfTheSetIsOwedItsAnswer) {
+  const std::string reading(18, '\x01');
+  struct {
+    std::vector<std::string> written;
+    std::vector<std::string> received;
+    bool bOwed;
+  } const cases[] = {
+      {{}, {}, false},
+      {{"$d0\r"}, {}, true},
+      {{"$d0\r"}, {"ok\r\n"}, false},
+      {{"$d0\r"}, {"err", "or\r\n"}, false},
+      {{"$d0\r"}, {std::string(500, '.'), "o", "k"}, false},
+      {{"$d0\r"}, {std::string(500, '.')}, true},
+      {{"$", "z", "\r"}, {}, true},
+      {{"$z"}, {}, false},
+      {{"$ \r"}, {}, true},
+      {{"$d0\r$f0\r"}, {"ok\r\n"}, true},
+      {{"$d0\r", "$f0\r"}, {"ok\r\nok"}, false},
+      {{"$a3\r"}, {reading.substr(1)}, true},
+      {{"$a3\r"}, {reading}, false},
+      {{"$a3\r"}, {"error"}, false},
+      {{"$i5\r$a3\r$i1\r"}, {"ok\r\n", reading}, true},
+      {{"$i5\r$a3\r$i1\r"}, {"ok\r\n", reading, "ok"}, false},
+      {{"$t\r"}, {std::string(95, 't')}, true},
+      {{"$s5000\r"}, {}, true},
+      {{"$s5000\r"}, {"\x01"}, false},
+      {{"$x1\r", "$\r", "hello\r", "\r"}, {}, false},
+  };
+  for (const auto& c : cases) {
+    World world;
+    OwedAnswers owed;
+    std::string what;
+    for (const std::string& text : c.written) {
+      what += text;
+      owed.Note(text);
+    }
+    for (const std::string& text : c.received) {
+      owed.Take(text);
+    }
+    EXPECT_EQ(owed.Rest() != 0, c.bOwed) << what;
+  }
+}
+
+TEST(OwedAnswers, AnAnswerHasItsTime) {
+  World world;
+  OwedAnswers owed;
+  owed.Take("ok");
+  owed.Note("$d0\r");
+  EXPECT_EQ(owed.Rest(), 10'000U);
+  platform::Sleep(4000);
+  owed.Note("$z\r");
+  EXPECT_EQ(owed.Rest(), 56'000U);
+  owed.Take("ok");
+  EXPECT_EQ(owed.Rest(), 60'000U);
+  platform::Sleep(60'000);
+  EXPECT_EQ(owed.Rest(), 0U);
+  owed.Forget();
+  owed.NoteBytes(2);
+  EXPECT_EQ(owed.Rest(), 10'000U);
+  owed.Take("k\r");
+  EXPECT_EQ(owed.Rest(), 0U);
+}
+
+}  // namespace
+}  // namespace photometer::tests
