@@ -227,6 +227,13 @@ void OpticalLink::SetExchanging(bool bExchanging) {
   m_bExchanging = bExchanging;
 }
 
+void OpticalLink::OweBytes(std::size_t nBytes) {
+  NoteBacklog(Backlog::Stream);
+  const auto state = m_State.Lock();
+  m_Owed.NoteBytes(nBytes);
+  m_bExchanging = false;
+}
+
 // ---- exchanges ----
 
 DWORD OpticalLink::SendCommand(std::string_view strCommand, DWORD dwMaxReply) {
@@ -304,13 +311,15 @@ PointStream::Verdict OpticalExchange::TakeStreamEnd(PointStream& stream) {
   PointStream::Verdict verdict = PointStream::Verdict::Complete;
   while (verdict == PointStream::Verdict::Complete) {
     std::string bytes;
-    if (Receive(bytes, stream.IsEnded() ? QUIET_AFTER_STREAM : STREAM_END_LIMIT) != Arrival::Data) {
+    if (Receive(bytes, stream.MissingEndBytes() == 0 ? QUIET_AFTER_STREAM : STREAM_END_LIMIT) != Arrival::Data) {
       break;
     }
     verdict = stream.Take(bytes, &none);
   }
-  if (verdict != PointStream::Verdict::Complete || !stream.IsEnded()) {
+  if (verdict != PointStream::Verdict::Complete) {
     GiveUp(Backlog::Stream, 0);
+  } else if (stream.MissingEndBytes() > 0) {
+    m_Link.OweBytes(stream.MissingEndBytes());
   }
   return verdict;
 }

@@ -101,8 +101,10 @@ class OpticalLink {
   BOOL WriteAll(const std::vector<std::string>& waiting);
   /// Sends what waited and gives the line back. False: the last write failed.
   BOOL ReleaseClaim();
-  /// From now on the bytes that come are the exchange's, or are those that raw writes are owed.
+  /// The bytes that come from now on are the exchange's, or else those that are owed.
   void SetExchanging(bool bExchanging);
+  /// So many bytes of the exchange's answer come later, if at all: it waits for them no longer.
+  void OweBytes(std::size_t nBytes);
   /// Lets everything that is still on its way arrive, and drops it.
   void DrainBacklog(ExchangeKind kind);
   void WaitForOwedAnswers();
@@ -142,8 +144,8 @@ class OpticalExchange {
   Arrival ReceiveOrCancel(std::string& reply, DWORD dwMilliseconds = SILENCE_LIMIT);
   /// Bytes were lost since the command was sent.
   [[nodiscard]] bool Overflowed() const;
-  /// Takes in the bytes behind the last point of a complete stream, for at most 2 s, and what comes on top of them.
-  /// `Complete`; or `Error` or `TooMuch` when the unit goes on.
+  /// Takes in the bytes behind the last point of a complete stream, for at most 2 s, and what comes on top of them; the
+  /// next exchange waits for those that come later. `Complete`; or `Error` or `TooMuch` when the unit goes on.
   PointStream::Verdict TakeStreamEnd(PointStream& stream);
   /// The answer is not complete: the rest may still come. Returns `dwResult`.
   DWORD GiveUp(Backlog backlog, DWORD dwResult);

@@ -4,6 +4,7 @@
 /// its next bytes. The cost of a block is that of its own bytes.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <string>
 #include <string_view>
@@ -21,7 +22,7 @@ class PointStream {
   enum class Verdict {
     /// Points are still to come.
     Going,
-    /// All points have come; the bytes behind them perhaps not yet (see `IsEnded`).
+    /// All points have come; the bytes behind them perhaps not yet (see `MissingEndBytes`).
     Complete,
     /// The unit answered "error".
     Error,
@@ -38,8 +39,8 @@ class PointStream {
   [[nodiscard]] DWORD Received() const { return m_dwReceived; }
   /// Bytes that wait to be judged, after `Take` gave `Error` or `TooMuch`.
   [[nodiscard]] std::size_t WaitingBytes() const { return m_strRest.size(); }
-  /// The bytes behind the last point have come.
-  [[nodiscard]] bool IsEnded() const { return m_dwReceived == m_dwExpected && m_strRest.size() >= END_BYTES; }
+  /// All points have come: how many of the bytes behind them have not.
+  [[nodiscard]] std::size_t MissingEndBytes() const { return END_BYTES - std::min(END_BYTES, m_strRest.size()); }
 
  private:
   /// The word may begin in one block and end in another, also where a point was decoded in between.

@@ -254,6 +254,45 @@ TEST(OpticalLink, LateAnswersOfRawWritesAreNotTakenForTheNext) {
   }
 }
 
+TEST(OpticalLink, LateEndOfAStreamIsNotTakenForTheNext) {
+  struct {
+    const char* what;
+    Answer end;
+    simulator::Time longest;
+  } const cases[] = {
+      {"with the last point", {{0, "ok\r"}}, 0},
+      {"3 s later", {{3 * SECOND, "ok\r"}}, 3 * SECOND},
+      {"9 s later", {{9 * SECOND, "ok\r"}}, 9 * SECOND},
+      {"in pieces", {{SECOND, "o"}, {3 * SECOND, "k"}, {SECOND, "\r"}}, 5 * SECOND},
+      {"never", {}, 12 * SECOND},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    Optics optics;
+    Answer answer{{ANSWER_TIME, Readings(5, 9, 2)}};
+    answer.insert(answer.end(), c.end.begin(), c.end.end());
+    optics.device.Script("$s3000", answer);
+    optics.device.Script("$g1", Answer{{10 * SECOND, "error\r\n"}});
+    const std::uint64_t nStart = optics.world.board.Now();
+    {
+      OpticalExchange exchange(optics.link, ExchangeKind::Data);
+      EXPECT_TRUE(exchange.Send("$s3000\r"));
+      PointStream stream(2);
+      std::vector<Reading> points;
+      while (stream.Received() < 2) {
+        std::string bytes;
+        ASSERT_EQ(exchange.Receive(bytes), OpticalExchange::Arrival::Data);
+        stream.Take(bytes, &points);
+      }
+      EXPECT_EQ(exchange.TakeStreamEnd(stream), PointStream::Verdict::Complete);
+      EXPECT_LE(optics.world.board.Now() - nStart, 3'100'000U) << "nobody waits for long";
+    }
+    EXPECT_EQ(optics.unit.SetGain(TRUE), 34U);
+    EXPECT_LE(optics.world.board.Now() - nStart, c.longest + 10 * SECOND + 300'000);
+    ExpectLineInOrder(optics);
+  }
+}
+
 TEST(OpticalLink, ALineThatIsNeverQuietDoesNotStopTheNextCommand) {
   Optics optics;
   for (simulator::Time at = 0; at < 30 * SECOND; at += 20'000) {

@@ -51,7 +51,7 @@ TEST(PointStream, PiecesOfAllSizes) {
     PointStream stream(POINTS);
     std::vector<Reading> points;
     EXPECT_EQ(Feed(stream, bytes, nPiece, &points), Verdict::Complete);
-    EXPECT_TRUE(stream.IsEnded());
+    EXPECT_EQ(stream.MissingEndBytes(), 0U);
     ExpectPoints(points, POINTS);
   }
 }
@@ -74,10 +74,10 @@ TEST(PointStream, BytesBehindTheLastPoint) {
   EXPECT_EQ(stream.Take(Stream(2, ""), &points), Verdict::Complete);
   for (const char byte : std::string("ok")) {
     EXPECT_EQ(stream.Take({&byte, 1}, &points), Verdict::Complete);
-    EXPECT_FALSE(stream.IsEnded());
+    EXPECT_NE(stream.MissingEndBytes(), 0U);
   }
   EXPECT_EQ(stream.Take("\r", &points), Verdict::Complete);
-  EXPECT_TRUE(stream.IsEnded());
+  EXPECT_EQ(stream.MissingEndBytes(), 0U);
   EXPECT_EQ(stream.Take("\n", &points), Verdict::Complete) << "not yet a point";
   EXPECT_EQ(points.size(), 2U);
 }
