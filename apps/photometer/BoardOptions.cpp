@@ -37,16 +37,21 @@ void BoardOptions::AddTo(CLI::App& app) {
          "--speed", [this](const std::string& text) { TakeSpeed(text, pace); }, "Pace: max, or 1 or 10 times real time")
       ->type_name("max|1|10")
       ->default_str("max");
-  app.add_option("--sample", sample, fmt::format("Sample that is inserted after the start-up: {}", common::SampleNames))
-      ->type_name("NAME")
-      ->default_str(sample);
+  AddSampleTo(app);
   AddIntegerOption(app, "--offset", positionOffset, -100, 100, "Steps by which its monochromator is out of place");
   AddRealOption(app, "--stray-light", strayLight, 0.0, 0.1, "Share of its light that passes beside the sample");
   app.add_option("--defect", defects, fmt::format("What breaks in it after the start-up: {}", DefectNames))
       ->type_name("NAME");
-  for (const char* name : {"--seed", "--speed", "--sample", "--offset", "--stray-light", "--defect"}) {
+  for (const char* name : {"--seed", "--speed", "--offset", "--stray-light", "--defect"}) {
     app.get_option(name)->group(Simulation);
   }
+}
+
+void BoardOptions::AddSampleTo(CLI::App& app) {
+  app.add_option("--sample", sample, fmt::format("Sample that is inserted after the start-up: {}", common::SampleNames))
+      ->type_name("NAME")
+      ->default_str(sample)
+      ->group(Simulation);
 }
 
 void BoardOptions::Check() const {

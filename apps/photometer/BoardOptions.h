@@ -33,6 +33,8 @@ struct BoardOptions {
   std::vector<std::string> defects;
 
   void AddTo(CLI::App& app);
+  /// Only the sample.
+  void AddSampleTo(CLI::App& app);
   /// Throws `CLI::ValidationError` for options that do not go together or name nothing.
   void Check() const;
 };

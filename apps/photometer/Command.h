@@ -11,7 +11,9 @@
 
 namespace host {
 
-/// Where a command writes, and who may end it.
+class Workplace;
+
+/// Where a command writes, who may end it, and what it works on.
 struct Console {
   /// Results.
   std::ostream& results;
@@ -19,12 +21,17 @@ struct Console {
   std::ostream& messages;
   /// A person watches the messages: they may be redrawn in place.
   bool bTerminal;
-  const Interrupt& interrupt;
+  Interrupt& interrupt;
+  /// The instrument that commands join; null: each has one of its own.
+  Workplace* pWorkplace = nullptr;
 };
 
 class Command {
  public:
   virtual ~Command() = default;
+  /// Before `AddOptions`: from now on the command works on this instrument, which outlives it. Nothing for a command
+  /// without instrument.
+  virtual void Join(Workplace&) {}
   virtual void AddOptions(CLI::App& app) = 0;
   /// Checks what was parsed. Throws `CLI::ValidationError` naming option, value and what to do.
   virtual void Check() = 0;

@@ -68,6 +68,9 @@ ExitCode ParseAndRun(const CommandEntry& entry, std::vector<std::string> argumen
   CLI::App app(entry.summary, "photometer " + entry.name);
   app.footer("Exit codes:\n" + ExitCodeTable());
   const std::unique_ptr<Command> pCommand = entry.make();
+  if (console.pWorkplace != nullptr) {
+    pCommand->Join(*console.pWorkplace);
+  }
   pCommand->AddOptions(app);
   const std::string helpCall = "photometer " + entry.name + " --help";
   std::reverse(arguments.begin(), arguments.end());  // as the parser wants them

@@ -43,7 +43,7 @@ void KineticsCommand::CheckOwn() {
   }
   m_references.Check();
   m_references.CheckWavelengths({m_dWavelength});
-  m_instrument.AddZero(m_dWavelength);
+  NeedZero(m_dWavelength);
   m_header.strReference = m_references.Description();
   AddSetting("wavelength", fmt::format("{}", m_dWavelength));
   AddSetting("every_s", fmt::format("{}", m_dwInterval));

@@ -24,7 +24,9 @@ void MeasureCommand::AddOwnOptions(CLI::App& app) {
       ->type_name("LIST");
   AddIntegerOption(app, "--readings", m_dwReadings, DWORD{1}, DWORD{1000}, "Readings at each wavelength");
   m_references.AddTo(app);
-  app.add_flag("--demo", m_bDemo, "Measure a known sample on the simulated instrument, and compare");
+  if (!HasJoined()) {
+    app.add_flag("--demo", m_bDemo, "Measure a known sample on the simulated instrument, and compare");
+  }
 }
 
 void MeasureCommand::Prepare() {

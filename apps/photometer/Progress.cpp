@@ -126,6 +126,12 @@ void Progress::Redraw(const std::string& text) {
   m_nColumns = text.size();
 }
 
+void Progress::EndRun() {
+  EndBar();
+  m_strStage.clear();
+  m_ignored.clear();
+}
+
 void Progress::EndBar() {
   if (m_nColumns > 0) {
     m_stream << "\n" << std::flush;

@@ -32,8 +32,10 @@ class Progress {
   void ShowShare(const std::string& stage, double dShare, std::optional<photometer::DWORD> secondsLeft = std::nullopt);
   /// A line of its own.
   void Say(const std::string& text);
-  /// Notifications that mean something else in the run that follows, and are not shown.
+  /// Notifications that mean something else in the run that follows, and are not shown until `EndRun`.
   void Ignore(std::vector<photometer::DWORD> codes) { m_ignored = std::move(codes); }
+  /// Ends an unfinished bar.
+  void EndRun();
 
  private:
   void ShowNotification(const Notification& notification);

@@ -2,7 +2,7 @@
 
 #include <fmt/format.h>
 
-#include "ErrorTexts.h"
+#include "Conclusion.h"
 #include "NumberOption.h"
 #include "platform/Platform.h"
 
@@ -13,6 +13,7 @@ namespace {
 using photometer::DWORD;
 
 constexpr DWORD SimulatedCuvetteWait = 10;  // s
+constexpr DWORD RemovalWait = 60;           // s
 
 std::string FirmwareText(photometer::IPhotometer& device) {
   const photometer::DeviceStatus status = device.GetStatus();
@@ -25,28 +26,6 @@ std::string LocalTimeText() {
   photometer::platform::GetLocalTime(&time);
   return fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}", time.wYear, time.wMonth, time.wDay, time.wHour,
                      time.wMinute, time.wSecond);
-}
-
-/// What the end of a start-up or run means for the program, with a message for a person.
-ExitCode Conclude(const RunEnd& end, const char* what, ExitCode onFailure, Progress& progress) {
-  switch (end.outcome) {
-    case Outcome::Finished:
-      return ExitCode::Success;
-    case Outcome::Cancelled:
-      progress.Say(fmt::format("{} cancelled", what));
-      return ExitCode::Cancelled;
-    case Outcome::Failed:
-      progress.Say(end.error ? fmt::format("{} failed with error {}", what, *end.error)
-                             : fmt::format("{} failed without telling an error; look into Photometer.log", what));
-      return onFailure;
-    case Outcome::Refused:
-      progress.Say(fmt::format("{} was refused: {}", what, ExplainResult(end.hResult)));
-      return onFailure == ExitCode::StartUpFailed ? onFailure : ExitCode::Refused;
-    case Outcome::NoEnd:
-      break;
-  }
-  progress.Say(fmt::format("{} ended without telling how; look into Photometer.log of the instrument", what));
-  return ExitCode::NoEnd;
 }
 
 std::string OutcomeWord(ExitCode code) {
@@ -62,7 +41,18 @@ std::string OutcomeWord(ExitCode code) {
   return "unknown";
 }
 
+ExitCode SayCancelled(Bench& bench) {
+  bench.progress.Say("cancelled before the measurement");
+  return ExitCode::Cancelled;
+}
+
 }  // namespace
+
+void RunCommand::Join(Workplace& workplace) {
+  m_pWorkplace = &workplace;
+  m_board = workplace.Board();
+  m_instrument = workplace.Instrument();
+}
 
 void RunCommand::AddOptions(CLI::App& app) {
   AddOwnOptions(app);
@@ -71,8 +61,12 @@ void RunCommand::AddOptions(CLI::App& app) {
                      "Wait at most so long, s, for a cuvette after the start-up; 0: measure at once");
   }
   m_results.AddTo(app);
-  m_instrument.AddTo(app);
-  m_board.AddTo(app);
+  if (!HasJoined()) {
+    m_instrument.AddTo(app);
+    m_board.AddTo(app);
+  } else if (m_board.bSimulate && m_holder == Holder::Sample) {
+    m_board.AddSampleTo(app);
+  }
 }
 
 void RunCommand::Check() {
@@ -83,24 +77,30 @@ void RunCommand::Check() {
   m_results.Check();
 }
 
-ExitCode RunCommand::Run(Console& console) {
-  HostBoard board;
-  if (const std::string complaint = board.Open(m_board, m_instrument.Parameters()); !complaint.empty()) {
-    console.messages << "photometer: " << complaint << "\nNothing was started.\n";
-    return ExitCode::BadInput;
+void RunCommand::NeedZero(double dWavelength) {
+  m_instrument.AddZero(dWavelength);
+  if (HasJoined()) {
+    m_pWorkplace->AddZero(dWavelength);
   }
-  m_header.strInstrument = board.Description();
-  m_header.strSample = m_results.Label();
-  if (m_header.strSample.empty() && m_board.bSimulate && m_holder == Holder::Sample) {
-    m_header.strSample = m_board.sample;
-  }
-  const ExitCode code = Perform(console, board);
-  // The lamps are off by now: results are written when nothing can go wrong with the instrument any more.
-  m_header.strOutcome = OutcomeWord(code);
-  return Write(console, board, code);
 }
 
-ExitCode RunCommand::Write(Console& console, HostBoard& board, ExitCode code) {
+ExitCode RunCommand::Run(Console& console) {
+  if (HasJoined()) {
+    return WriteResults(console, Perform(console, *m_pWorkplace));
+  }
+  Workplace own(m_board, m_instrument);
+  if (const std::string complaint = own.Open(); !complaint.empty()) {
+    console.messages << complaint;
+    return ExitCode::BadInput;
+  }
+  const ExitCode code = Perform(console, own);
+  // The lamps are off from here on: results are written when nothing can go wrong with the instrument any more.
+  own.EndSession();
+  return own.Close(console, WriteResults(console, code));
+}
+
+ExitCode RunCommand::WriteResults(Console& console, ExitCode code) {
+  m_header.strOutcome = OutcomeWord(code);
   bool bWritten = true;
   if (HasResults() || m_results.Format() == OutputFormat::Json) {
     bWritten = m_results.WriteResults(Results(), console);
@@ -111,38 +111,36 @@ ExitCode RunCommand::Write(Console& console, HostBoard& board, ExitCode code) {
   if (code == ExitCode::Success) {
     code = Judge(console);
   }
-  for (const std::string& fault : board.Faults()) {
-    console.messages << "internal fault: " << fault << "\n";
-    code = ExitCode::InternalFault;
-  }
-  if (!board.CloseTrace()) {
-    console.messages << "the trace could not be written: is the disk full?\n";
-    bWritten = false;
-  }
   const bool bGood = code == ExitCode::Success || code == ExitCode::CheckFailed;
   return bGood && !bWritten ? ExitCode::OutputFailed : code;
 }
 
-ExitCode RunCommand::Perform(Console& console, HostBoard& board) {
-  Progress progress(console.messages, console.bTerminal, photometer::platform::GetTickCount);
-  Session session(progress, console.interrupt, board.Transcript());
-  if (!session.HasDevice()) {
-    progress.Say("the device could not be made: out of memory");
+ExitCode RunCommand::Perform(Console& console, Workplace& workplace) {
+  m_header.strInstrument = workplace.Description();
+  m_header.strSample = m_results.Label();
+  if (m_header.strSample.empty() && m_board.bSimulate && m_holder == Holder::Sample) {
+    m_header.strSample = m_board.sample;
+  }
+  if (!workplace.MakeSession(console)) {
     return ExitCode::StartUpFailed;
   }
   m_header.strTime = LocalTimeText();
-  Bench bench{console, progress, board, session};
-  ExitCode code = StartUp(bench);
+  Bench bench = workplace.BenchFor(console);
+  ExitCode code = StartUp(bench, workplace);
   if (code == ExitCode::Success) {
     code = PrepareHolder(bench);
   }
-  return code == ExitCode::Success ? Operate(bench) : code;
+  if (code == ExitCode::Success) {
+    code = Operate(bench);
+  }
+  bench.progress.EndRun();
+  return code;
 }
 
-ExitCode RunCommand::StartUp(Bench& bench) {
-  bench.progress.Say("start-up");
-  const AfterFailure after = GoesOnAfterFailedStartUp() ? AfterFailure::StayOn : AfterFailure::ShutDown;
-  const RunEnd end = bench.session.StartUp(m_instrument.Parameters(), m_instrument.Calibration(), after);
+ExitCode RunCommand::StartUp(Bench& bench, Workplace& workplace) {
+  // A joined instrument stays on, so that another command may mend it.
+  const bool bStayOn = HasJoined() || GoesOnAfterFailedStartUp();
+  const RunEnd end = workplace.StartUp(bStayOn ? AfterFailure::StayOn : AfterFailure::ShutDown);
   m_header.strFirmware = FirmwareText(bench.session.Device());
   if (end.outcome == Outcome::Failed && GoesOnAfterFailedStartUp()) {
     bench.progress.Say("the start-up was not passed; the test goes on all the same");
@@ -153,16 +151,31 @@ ExitCode RunCommand::StartUp(Bench& bench) {
 }
 
 ExitCode RunCommand::PrepareHolder(Bench& bench) const {
-  if (bench.board.Simulated() != nullptr) {
-    bench.board.Simulated()->BreakParts();
+  if (m_holder == Holder::Sample) {
+    return InsertSample(bench);
   }
-  return m_holder == Holder::Sample ? InsertSample(bench) : ExitCode::Success;
+  // A start-up of its own has just asked for the empty holder.
+  return HasJoined() ? EmptyHolder(bench) : ExitCode::Success;
+}
+
+ExitCode RunCommand::EmptyHolder(Bench& bench) const {
+  if (bench.board.Simulated() != nullptr) {
+    bench.board.Simulated()->RemoveSample();
+  } else if (bench.session.Device().GetCuvetteSize() > 0) {
+    bench.progress.Say(fmt::format("please remove the cuvette within {} s", RemovalWait));
+  }
+  const Outcome outcome = bench.session.WaitForEmptyHolder(RemovalWait);
+  if (outcome == Outcome::NoEnd) {
+    bench.progress.Say(fmt::format("the cuvette was not removed within {} s; nothing was measured", RemovalWait));
+    return ExitCode::Refused;
+  }
+  return outcome == Outcome::Cancelled ? SayCancelled(bench) : ExitCode::Success;
 }
 
 ExitCode RunCommand::InsertSample(Bench& bench) const {
   Progress& progress = bench.progress;
   if (bench.board.Simulated() != nullptr) {
-    bench.board.Simulated()->InsertSample();
+    bench.board.Simulated()->InsertSample(m_board.sample);
   } else if (m_dwCuvetteWait == 0) {
     if (bench.session.Device().GetCuvetteState() <= 0) {
       progress.Say("no cuvette is inserted: the empty holder is measured (--wait-for-cuvette SECONDS waits for one)");
@@ -178,8 +191,7 @@ ExitCode RunCommand::InsertSample(Bench& bench) const {
     return ExitCode::NoCuvette;
   }
   if (outcome == Outcome::Cancelled || bench.console.interrupt.Count() > 0) {
-    progress.Say("cancelled before the measurement");
-    return ExitCode::Cancelled;
+    return SayCancelled(bench);
   }
   return ExitCode::Success;
 }

@@ -1,5 +1,6 @@
 /// What all commands that run something on the instrument share: options of board, instrument and results, start-up,
-/// sample, shutdown, and the results written when the lamps are off.
+/// sample, shutdown, and the results written when the lamps are off. On an instrument that it has joined only sample,
+/// run and results: it stays on.
 #pragma once
 
 #include <optional>
@@ -9,25 +10,16 @@
 
 #include "BoardOptions.h"
 #include "Command.h"
-#include "HostBoard.h"
 #include "InstrumentOptions.h"
-#include "Progress.h"
 #include "ResultHeader.h"
 #include "ResultOptions.h"
-#include "Session.h"
+#include "Workplace.h"
 
 namespace host {
 
-/// What a command has while the instrument is on.
-struct Bench {
-  Console& console;
-  Progress& progress;
-  HostBoard& board;
-  Session& session;
-};
-
 class RunCommand : public Command {
  public:
+  void Join(Workplace& workplace) final;
   void AddOptions(CLI::App& app) final;
   void Check() final;
   ExitCode Run(Console& console) final;
@@ -60,6 +52,10 @@ class RunCommand : public Command {
   ExitCode RunOperation(Bench& bench, const char* what, const StartOperation& start, const EventHandler& handler,
                         EndNotice notice = EndNotice::BeforeIdle);
   void AddSetting(const std::string& name, const std::string& value) { m_header.settings.emplace_back(name, value); }
+  /// The command works on an instrument that is there already, with the options that this was started with.
+  [[nodiscard]] bool HasJoined() const { return m_pWorkplace != nullptr; }
+  /// A zero value is to be measured there by the next start-up, as `InstrumentOptions::AddZero` says.
+  void NeedZero(double dWavelength);
   /// Sample, date and instrument, for a picture.
   [[nodiscard]] std::string Subtitle() const;
 
@@ -70,14 +66,17 @@ class RunCommand : public Command {
 
  private:
   /// Start-up, sample, run. What was delivered is kept, whatever the end.
-  ExitCode Perform(Console& console, HostBoard& board);
-  ExitCode StartUp(Bench& bench);
+  ExitCode Perform(Console& console, Workplace& workplace);
+  ExitCode StartUp(Bench& bench, Workplace& workplace);
   ExitCode PrepareHolder(Bench& bench) const;
   ExitCode InsertSample(Bench& bench) const;
-  ExitCode Write(Console& console, HostBoard& board, ExitCode code);
+  ExitCode EmptyHolder(Bench& bench) const;
+  ExitCode WriteResults(Console& console, ExitCode code);
 
   Holder m_holder;
   photometer::DWORD m_dwCuvetteWait = 0;
+  /// Null: the command has an instrument of its own.
+  Workplace* m_pWorkplace = nullptr;
 };
 
 }  // namespace host

@@ -65,7 +65,7 @@ void ScanCommand::CheckOwn() {
   // Zero values serve between one another: there must be one at each end.
   for (const double dWavelength : {m_dFrom, m_instrument.SwitchingPoint(), m_dTo}) {
     if (dWavelength >= m_dFrom && dWavelength <= m_dTo) {
-      m_instrument.AddZero(dWavelength);
+      NeedZero(dWavelength);
     }
   }
 }

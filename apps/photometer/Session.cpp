@@ -182,11 +182,15 @@ void Session::FollowInterrupt(Waiting& waiting) {
   waiting.iRequests = iRequests;
 }
 
-Outcome Session::WaitForCuvette(DWORD dwSeconds) {
+Outcome Session::WaitForCuvette(DWORD dwSeconds) { return WaitForHolder(true, dwSeconds); }
+
+Outcome Session::WaitForEmptyHolder(DWORD dwSeconds) { return WaitForHolder(false, dwSeconds); }
+
+Outcome Session::WaitForHolder(bool bCuvette, DWORD dwSeconds) {
   Waiting waiting;
   waiting.ExpectEnd();
   while (m_interrupt.Count() == 0) {
-    if (m_pDevice->GetCuvetteSize() > 0) {
+    if ((m_pDevice->GetCuvetteSize() > 0) == bCuvette) {
       return Outcome::Finished;
     }
     if (waiting.Late(dwSeconds * 1000)) {

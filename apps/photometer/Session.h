@@ -68,13 +68,18 @@ class Session {
   RunEnd Run(const StartOperation& start, const EventHandler& handler, EndNotice notice = EndNotice::BeforeIdle);
   /// Waits at most so long, s, until a cuvette is in the holder. `NoEnd`: there was none in that time.
   Outcome WaitForCuvette(DWORD dwSeconds);
+  /// The same until there is none.
+  Outcome WaitForEmptyHolder(DWORD dwSeconds);
   /// Switches the instrument off. Harmless when repeated.
   void Shutdown();
+  /// `StartUp` was called, and no shutdown since.
+  [[nodiscard]] bool IsOn() const { return !m_bShutDown; }
 
  private:
   struct Waiting;
   void Handle(const std::vector<HostEvent>& events, Waiting& waiting);
   bool IsBusy();
+  Outcome WaitForHolder(bool bCuvette, DWORD dwSeconds);
   RunEnd WaitForStartUp(photometer::platform::HANDLE hStarter, const std::atomic<HRESULT>& hResult);
   void FollowInterrupt(Waiting& waiting);
   /// Waits until the run is over. Something is returned when it was ended by a shutdown.

@@ -32,8 +32,7 @@ photometer::platform::VirtualBoardOptions BoardSettings(const BoardOptions& opti
 }  // namespace
 
 SimulatedInstrument::SimulatedInstrument(const BoardOptions& options, const photometer::PhotometerParameters& params)
-    : m_strSample(options.sample),
-      m_defects(options.defects),
+    : m_defects(options.defects),
       m_instrument(UnitSettings(options, params), BounceMilliseconds),
       m_board(BoardSettings(options)) {
   m_board.PlugPort(u"COM2:", m_instrument.unit, true);
@@ -53,9 +52,9 @@ void SimulatedInstrument::BreakParts() {
   m_instrument.unit.SetFaults(faults);
 }
 
-void SimulatedInstrument::InsertSample() {
+void SimulatedInstrument::InsertSample(const std::string& sample) {
   // A reaction begins when the sample goes in.
-  m_sample = common::FindSample(m_strSample, m_board.Now()).value_or(simulator::Sample::Blank());
+  m_sample = common::FindSample(sample, m_board.Now()).value_or(simulator::Sample::Blank());
   m_instrument.InsertCuvette(CuvetteSize, m_sample, m_board.Now());
 }
 

@@ -22,8 +22,9 @@ class SimulatedInstrument {
   simulator::Instrument& Model() { return m_instrument; }
   /// The defects that the options ask for appear now: an instrument that has them from the beginning does not start up.
   void BreakParts();
-  /// A cuvette with the sample goes into the holder now.
-  void InsertSample();
+  /// A cuvette with the sample (as in SampleName.h) goes into the holder now, in the place of one that is there.
+  void InsertSample(const std::string& sample);
+  void RemoveSample() { m_instrument.RemoveCuvette(m_board.Now()); }
   /// Absorbance of the sample at the wavelength that comes through at a position of the monochromator. Positions are
   /// 0.08 nm apart, and the absorbance of a band's slope changes on the way to the nearest one.
   [[nodiscard]] double TrueAbsorbance(photometer::DWORD dwPosition) const;
@@ -31,7 +32,6 @@ class SimulatedInstrument {
   [[nodiscard]] std::vector<std::string> Faults() const;
 
  private:
-  std::string m_strSample;
   std::vector<std::string> m_defects;
   simulator::Sample m_sample;
   simulator::Instrument m_instrument;

@@ -30,7 +30,7 @@ struct Spoken {
 Spoken Speak(const std::vector<std::string>& arguments) {
   std::ostringstream results;
   std::ostringstream messages;
-  const Interrupt interrupt;
+  Interrupt interrupt;
   Console console{results, messages, false, interrupt};
   const ExitCode code = RunCommandLine(arguments, console);
   return {code, results.str(), messages.str()};

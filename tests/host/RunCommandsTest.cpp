@@ -32,7 +32,7 @@ Spoken Speak(std::vector<std::string> arguments) {
   arguments.emplace_back("--simulate");
   std::ostringstream results;
   std::ostringstream messages;
-  const Interrupt interrupt;
+  Interrupt interrupt;
   Console console{results, messages, false, interrupt};
   const ExitCode code = RunCommandLine(arguments, console);
   return {code, results.str(), messages.str()};

@@ -131,7 +131,7 @@ TEST(Session, WaitsForACuvetteNoLongerThanTold) {
   Session session(bench.m_progress, bench.m_interrupt, nullptr);
   ASSERT_EQ(bench.StartUp(session).outcome, Outcome::Finished);
   EXPECT_EQ(session.WaitForCuvette(3), Outcome::NoEnd);
-  bench.m_board.Simulated()->InsertSample();
+  bench.m_board.Simulated()->InsertSample("mixture");
   EXPECT_EQ(session.WaitForCuvette(3), Outcome::Finished);
   EXPECT_EQ(session.Device().GetCuvetteSize(), 10);
 }
@@ -145,7 +145,7 @@ struct Spoken {
 Spoken Speak(const std::vector<std::string>& arguments) {
   std::ostringstream results;
   std::ostringstream messages;
-  const Interrupt interrupt;
+  Interrupt interrupt;
   Console console{results, messages, false, interrupt};
   const ExitCode code = RunCommandLine(arguments, console);
   return {code, results.str(), messages.str()};

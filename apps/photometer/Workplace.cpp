@@ -1,0 +1,61 @@
+#include "Workplace.h"
+
+#include "platform/Platform.h"
+
+namespace host {
+
+std::string Workplace::Open() {
+  const std::string complaint = m_board.Open(m_boardOptions, m_instrumentOptions.Parameters());
+  return complaint.empty() ? complaint : "photometer: " + complaint + "\nNothing was started.\n";
+}
+
+bool Workplace::MakeSession(Console& console) {
+  if (m_session) {
+    return true;
+  }
+  m_progress = std::make_unique<Progress>(console.messages, console.bTerminal, photometer::platform::GetTickCount);
+  m_session = std::make_unique<Session>(*m_progress, console.interrupt, m_board.Transcript());
+  if (!m_session->HasDevice()) {
+    m_progress->Say("the device could not be made: out of memory");
+    m_session.reset();
+    return false;
+  }
+  return true;
+}
+
+RunEnd Workplace::StartUp(AfterFailure after) {
+  if (m_session->IsOn()) {
+    const bool bPassed = m_session->Device().GetStatus().bInitialized != 0;
+    return bPassed ? RunEnd{Outcome::Finished, std::nullopt, photometer::S_OK} : m_startUpEnd;
+  }
+  m_progress->Say("start-up");
+  SimulatedInstrument* pSimulated = m_board.Simulated();
+  if (pSimulated != nullptr) {
+    pSimulated->RemoveSample();
+  }
+  m_startUpEnd = m_session->StartUp(m_instrumentOptions.Parameters(), m_instrumentOptions.Calibration(), after);
+  if (pSimulated != nullptr && m_session->IsOn()) {
+    pSimulated->BreakParts();
+  }
+  return m_startUpEnd;
+}
+
+void Workplace::EndSession() {
+  m_session.reset();
+  m_progress.reset();
+}
+
+ExitCode Workplace::Close(Console& console, ExitCode code) {
+  for (const std::string& fault : m_board.Faults()) {
+    console.messages << "internal fault: " << fault << "\n";
+    code = ExitCode::InternalFault;
+  }
+  const bool bGood = code == ExitCode::Success || code == ExitCode::CheckFailed;
+  if (m_board.CloseTrace()) {
+    return code;
+  }
+  console.messages << "the trace could not be written: is the disk full?\n";
+  return bGood ? ExitCode::OutputFailed : code;
+}
+
+}  // namespace host
