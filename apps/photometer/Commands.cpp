@@ -25,16 +25,58 @@ std::unique_ptr<Command> Make() {
 
 std::span<const CommandEntry> Commands() {
   static const std::array entries = {
-      CommandEntry{"measure", "absorbances at chosen wavelengths", Make<MeasureCommand>},
-      CommandEntry{"scan", "a spectrum between two wavelengths", Make<ScanCommand>},
-      CommandEntry{"kinetics", "absorbance at one wavelength over time", Make<KineticsCommand>},
-      CommandEntry{"turbidity", "both readings of the turbidity channel", Make<TurbidityCommand>},
-      CommandEntry{"test wavelength", "find and store the correction of the wavelength scale",
-                   Make<WavelengthTestCommand>},
-      CommandEntry{"check wavelength", "compare peaks of the holmium oxide filter with their wavelengths",
-                   Make<WavelengthCheckCommand>},
-      CommandEntry{"check system", "judge lamps, wavelength, filters and detectors", Make<SystemCheckCommand>},
-      CommandEntry{"scan-holmium", "the spectrum of the built-in holmium oxide filter", Make<HolmiumScanCommand>},
+      CommandEntry{
+          "measure",
+          "absorbances at chosen wavelengths",
+          Make<MeasureCommand>,
+          "Starts the instrument up, measures each wavelength in the order given, and switches it off. The "
+          "absorbance refers to the zero values that the start-up measures in the empty holder, or to a "
+          "blank that was measured before.",
+          {"photometer measure --demo", "photometer measure --wavelengths 260,525 --readings 3 --output blank.csv",
+           "photometer measure --wavelengths 260,525 --blank blank.csv --label \"batch 7\""}},
+      CommandEntry{"scan",
+                   "a spectrum between two wavelengths",
+                   Make<ScanCommand>,
+                   "Records a value at each position of the monochromator, or at each tenth. A blank must have been "
+                   "recorded with the same settings; without one, absorbances above the lamp switching point refer to "
+                   "the zero values of the start-up.",
+                   {"photometer scan --from 200 --to 900 --output solvent.csv",
+                    "photometer scan --from 200 --to 900 --blank solvent.csv --output spectrum.json"}},
+      CommandEntry{"kinetics",
+                   "absorbance at one wavelength over time",
+                   Make<KineticsCommand>,
+                   "Takes a reading at each interval; the last one is the first that begins later than --for.",
+                   {"photometer kinetics --wavelength 340 --every 10s --for 5min --format csv"}},
+      CommandEntry{"turbidity",
+                   "both readings of the turbidity channel",
+                   Make<TurbidityCommand>,
+                   "Tells the counts of the high and the low range; the turbidity calibration makes NTU of them.",
+                   {"photometer turbidity --label tap"}},
+      CommandEntry{"test wavelength",
+                   "find and store the correction of the wavelength scale",
+                   Make<WavelengthTestCommand>,
+                   "The instrument compares a peak of its holmium oxide filter with its wavelength, and corrects the "
+                   "scale by it until it is shut down. It also mends an instrument that did not pass its start-up for "
+                   "this. The cuvette holder must be empty.",
+                   {"photometer test wavelength"}},
+      CommandEntry{"check wavelength",
+                   "compare peaks of the holmium oxide filter with their wavelengths",
+                   Make<WavelengthCheckCommand>,
+                   "Changes nothing: tells where the peaks are found, and fails when one is farther off than "
+                   "--tolerance. The cuvette holder must be empty.",
+                   {"photometer check wavelength --peaks 361,454,537 --tolerance 1"}},
+      CommandEntry{"check system",
+                   "judge lamps, wavelength, filters and detectors",
+                   Make<SystemCheckCommand>,
+                   "Tells for each part what was measured, the limit, the verdict, and what to do when it failed. The "
+                   "cuvette holder must be empty.",
+                   {"photometer check system --output report.json"}},
+      CommandEntry{"scan-holmium",
+                   "the spectrum of the built-in holmium oxide filter",
+                   Make<HolmiumScanCommand>,
+                   "Records the spectrum between two positions of the monochromator, without correction, with the "
+                   "peaks that are found in it. The cuvette holder must be empty.",
+                   {"photometer scan-holmium --first 5100 --last 6400 --format csv"}},
   };
   return entries;
 }

@@ -1,0 +1,127 @@
+#include "CommandCall.h"
+
+#include <algorithm>
+
+#include <fmt/format.h>
+
+#include "Suggestion.h"
+#include "Words.h"
+
+namespace host {
+
+namespace {
+
+constexpr std::size_t HelpColumns = 100;
+
+std::string HelpHead(const CommandEntry& entry) {
+  const std::string head = entry.summary + "\n";
+  return entry.description.empty() ? head : head + "\n" + WrapText(entry.description, HelpColumns);
+}
+
+std::string HelpFoot(const CommandEntry& entry) {
+  std::string text = "Exit codes:\n" + ExitCodeTable();
+  if (!entry.examples.empty()) {
+    text += entry.examples.size() == 1 ? "\nExample:\n" : "\nExamples:\n";
+  }
+  for (const std::string& example : entry.examples) {
+    text += "  " + example + "\n";
+  }
+  return text;
+}
+
+bool IsOptionOf(const CLI::App& app, const std::string& name) {
+  const std::vector<std::string> names = OptionNames(app);
+  return std::find(names.begin(), names.end(), name) != names.end();
+}
+
+}  // namespace
+
+CommandCall::CommandCall(const CommandEntry& entry, Workplace* pWorkplace)
+    : m_entry(entry),
+      m_pWorkplace(pWorkplace),
+      m_app(HelpHead(entry), (pWorkplace == nullptr ? "photometer " : "") + entry.name),
+      m_pCommand(entry.make()) {
+  m_app.footer(HelpFoot(entry));
+  if (pWorkplace != nullptr) {
+    m_pCommand->Join(*pWorkplace);
+  }
+  m_pCommand->AddOptions(m_app);
+}
+
+std::string CommandCall::Parse(std::vector<std::string> options) {
+  std::reverse(options.begin(), options.end());  // as the parser wants them
+  try {
+    m_app.parse(options);
+    m_pCommand->Check();
+  } catch (const CLI::CallForHelp&) {
+    m_bHelp = true;
+  } catch (const CLI::ExtrasError&) {
+    return ComplainAboutExtras();
+  } catch (const CLI::Error& error) {
+    return error.what();
+  }
+  return {};
+}
+
+ExitCode CommandCall::Run(Console& console) {
+  if (m_bHelp) {
+    console.results << m_app.help() << std::flush;
+    return ExitCode::Success;
+  }
+  return m_pCommand->Run(console);
+}
+
+std::string CommandCall::ComplainAboutExtras() const {
+  const std::vector<std::string> extras = m_app.remaining(true);
+  const auto wrong = std::find_if(extras.begin(), extras.end(), [](const std::string& one) { return one[0] == '-'; });
+  if (wrong == extras.end()) {
+    return fmt::format("\"{}\" belongs to no option; write --option value", extras.empty() ? "" : extras.front());
+  }
+  const std::string name = wrong->substr(0, wrong->find('='));
+  if (m_pWorkplace != nullptr && IsOptionOf(CommandCall(m_entry, nullptr).App(), name)) {
+    return fmt::format(
+        "\"{}\" counts from the start on, for all commands: leave it out here, and give it to \"photometer shell\" or "
+        "\"photometer run\"",
+        name);
+  }
+  return fmt::format("there is no option \"{}\"{}", name, Hint(name, OptionNames(m_app)));
+}
+
+std::variant<NamedCommand, std::string> FindNamedCommand(const std::vector<std::string>& words) {
+  const std::string& first = words.front();
+  if (const CommandEntry* pEntry = FindCommand(first)) {
+    return NamedCommand{pEntry, {words.begin() + 1, words.end()}};
+  }
+  const bool bSecondWord = words.size() > 1 && !words[1].starts_with('-');
+  const std::string name = bSecondWord ? first + " " + words[1] : first;
+  if (const CommandEntry* pEntry = FindCommand(name)) {
+    return NamedCommand{pEntry, {words.begin() + 2, words.end()}};
+  }
+  std::vector<std::string> names;
+  std::string continuations;
+  for (const CommandEntry& entry : Commands()) {
+    names.push_back(entry.name);
+    if (entry.name.starts_with(name + " ")) {
+      continuations += (continuations.empty() ? "" : " or ") + entry.name;
+    }
+  }
+  return continuations.empty() ? fmt::format("there is no command \"{}\"{}", name, Hint(name, names))
+                               : fmt::format("\"{}\" is half a command; say {}", name, continuations);
+}
+
+std::string Hint(const std::string& word, const std::vector<std::string>& candidates) {
+  const std::string nearest = Nearest(word, candidates);
+  return nearest.empty() ? std::string() : fmt::format("; did you mean \"{}\"?", nearest);
+}
+
+std::vector<std::string> OptionNames(const CLI::App& app) {
+  std::vector<std::string> names;
+  for (const CLI::Option* pOption : app.get_options()) {
+    for (const std::string& longName : pOption->get_lnames()) {
+      names.push_back("--" + longName);
+    }
+  }
+  return names;
+}
+
+}  // namespace host

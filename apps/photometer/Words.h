@@ -1,0 +1,19 @@
+/// A line of a shell or script taken apart into words, as a person quotes them.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+namespace host {
+
+/// Words stand between blanks. `'...'` and `"..."` keep blanks; a backslash keeps the next character, but between
+/// single quotes. `#` at the beginning of a word makes the rest a comment. Gives the words, or what is wrong with the
+/// line.
+std::variant<std::vector<std::string>, std::string> SplitWords(std::string_view line);
+
+/// The text in lines of at most so many columns, broken at blanks, each ended.
+std::string WrapText(std::string_view text, std::size_t nColumns);
+
+}  // namespace host

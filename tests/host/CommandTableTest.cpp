@@ -1,0 +1,86 @@
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "CommandCall.h"
+#include "CommandLine.h"
+#include "ManualPage.h"
+#include "Words.h"
+#include "host/TemporaryFolder.h"
+
+namespace host {
+namespace {
+
+using testing::HasSubstr;
+
+using Words = std::vector<std::string>;
+
+TEST(Words, AreTakenAsQuoted) {
+  const struct {
+    const char* line;
+    Words words;
+  } cases[] = {{"", {}},
+               {"  measure\t--readings 3\r", {"measure", "--readings", "3"}},
+               {"scan --label \"batch 7\" 'a\\b' # 7", {"scan", "--label", "batch 7", "a\\b"}},
+               {"--label=it\\'s \"\" x#y", {"--label=it's", "", "x#y"}},
+               {"\"a \\\" b\"'c'", {"a \" bc"}}};
+  for (const auto& one : cases) {
+    EXPECT_EQ(std::get<Words>(SplitWords(one.line)), one.words) << one.line;
+  }
+  EXPECT_THAT(std::get<std::string>(SplitWords("a \"b")), HasSubstr("quote \" has no end"));
+  EXPECT_THAT(std::get<std::string>(SplitWords("a\\")), HasSubstr("backslash"));
+}
+
+/// The examples work in their order, in a folder of their own.
+TEST(CommandTable, ExamplesWork) {
+  const TemporaryFolder folder;
+  const std::filesystem::path before = std::filesystem::current_path();
+  std::filesystem::current_path(folder.Path());
+  for (const CommandEntry& entry : Commands()) {
+    EXPECT_FALSE(entry.description.empty()) << entry.name;
+    EXPECT_FALSE(entry.examples.empty()) << entry.name;
+    for (const std::string& example : entry.examples) {
+      Words words = std::get<Words>(SplitWords(example));
+      ASSERT_EQ(words.front(), "photometer") << example;
+      words.erase(words.begin());
+      const auto named = std::get<NamedCommand>(FindNamedCommand(words));
+      ASSERT_EQ(named.pEntry, &entry) << example;
+      const Words options = OptionNames(CommandCall(entry, nullptr).App());
+      const bool bSimulates = std::find(options.begin(), options.end(), "--simulate") != options.end();
+      std::ostringstream results;
+      std::ostringstream messages;
+      Interrupt interrupt;
+      Console console{results, messages, false, interrupt};
+      if (bSimulates && std::find(words.begin(), words.end(), "--simulate") == words.end()) {
+        words.emplace_back("--simulate");
+      }
+      EXPECT_EQ(RunCommandLine(words, console), ExitCode::Success) << example << "\n" << messages.str();
+    }
+  }
+  std::filesystem::current_path(before);
+}
+
+TEST(ManualPages, HoldWhatHelpHolds) {
+  const TemporaryFolder folder;
+  ASSERT_EQ(WriteManualPages(folder.Path() / "man"), "");
+  for (const CommandEntry& entry : Commands()) {
+    std::ostringstream page;
+    page << std::ifstream(folder.Path() / "man" / (ManualPageName(entry) + ".1")).rdbuf();
+    // Every hyphen is marked, so that it can be copied out of the page.
+    std::string text = page.str();
+    text.erase(std::remove(text.begin(), text.end(), '\\'), text.end());
+    for (const std::string& option : OptionNames(CommandCall(entry, nullptr).App())) {
+      EXPECT_THAT(text, HasSubstr("fB" + option + "fR")) << entry.name;
+    }
+    EXPECT_THAT(text, HasSubstr(entry.summary));
+    EXPECT_THAT(text, HasSubstr(".SH EXAMPLES\n"));
+  }
+  EXPECT_THAT(WriteManualPages("/proc/nowhere"), HasSubstr("/proc/nowhere cannot be written"));
+}
+
+}  // namespace
+}  // namespace host
