@@ -1,7 +1,9 @@
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "TemporaryFolder.h"
 #include "platform/posix/BoardFile.h"
+#include "support/ManualPage.h"
 
 namespace photometer::platform {
 namespace {
@@ -48,6 +50,17 @@ TEST(BoardFile, EveryKey) {
   EXPECT_EQ(file.registryFile, "/etc/registry");
   EXPECT_EQ(file.debugTarget, DebugTarget::File);
   EXPECT_EQ(file.debugFile, "/etc/photometer/debug.log");
+}
+
+TEST(BoardFile, ManualPageDescribesEachKey) {
+  std::vector<std::string> keys;
+  for (const std::string_view key : BoardFile::Keys()) {
+    // The page says "COM1 to COM9".
+    if (key < "ports.COM2" || key > "ports.COM8") {
+      keys.emplace_back(key);
+    }
+  }
+  EXPECT_THAT(tests::KeysOfManualPage("photometer-board.5"), testing::ElementsAreArray(keys));
 }
 
 TEST(BoardFile, WhatIsLeftOut) {

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "settings/SettingsKeys.h"
+#include "support/ManualPage.h"
 
 namespace photometer {
 namespace {
@@ -15,6 +16,14 @@ TEST(SettingsKeysTest, KeysHaveTheirFieldsInTheRecordsOrder) {
     EXPECT_GT(pField, pBefore) << key.name;
     pBefore = pField;
   }
+}
+
+TEST(SettingsKeysTest, ManualPageDescribesEachKeyInTheFilesOrder) {
+  std::vector<std::string> names;
+  for (const SettingsKey& key : SettingsKeys()) {
+    names.emplace_back(key.name);
+  }
+  EXPECT_EQ(tests::KeysOfManualPage("photometer-settings.5"), names);
 }
 
 }  // namespace

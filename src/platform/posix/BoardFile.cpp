@@ -21,6 +21,13 @@ constexpr std::size_t FileLimit = 65536;
 
 constexpr const char* Sections[] = {"ports", "pins", "registry", "debug"};
 
+constexpr std::string_view AllKeys[] = {"root",        "program",       "ports.COM1",   "ports.COM2",
+                                        "ports.COM3",  "ports.COM4",    "ports.COM5",   "ports.COM6",
+                                        "ports.COM7",  "ports.COM8",    "ports.COM9",   "ports.at-once",
+                                        "pins.folder", "registry.file", "debug.output", "debug.file"};
+
+bool IsKey(std::string_view key) { return std::find(std::begin(AllKeys), std::end(AllKeys), key) != std::end(AllKeys); }
+
 struct DebugWord {
   const char* word;
   DebugTarget target;
@@ -33,8 +40,7 @@ constexpr DebugWord DebugWords[] = {{"off", DebugTarget::Off},
 
 /// "COM2" to "COM2:"; empty for what is not a port's name.
 std::u16string PortName(const std::string& key) {
-  const bool bPort = key.size() == 4 && key.starts_with("COM") && key[3] >= '1' && key[3] <= '9';
-  return bPort ? FromUtf8(key + ":") : std::u16string();
+  return key.starts_with("COM") && IsKey("ports." + key) ? FromUtf8(key + ":") : std::u16string();
 }
 
 std::string FullKey(const std::string& section, const std::string& key) {
@@ -127,6 +133,11 @@ std::string BoardFileReader::ReadEntry(const TomlLine& entry) {
     return LineComplaint("key \"" + key + "\": is there already in line " + std::to_string(previous->second) +
                          "; remove one of them");
   }
+  if (!IsKey(key)) {
+    return m_file.Complaint(key, m_strSection == "ports"
+                                     ? "is not a port; the ports are COM1 to COM9"
+                                     : "is not known; check its spelling and the section that it stands in");
+  }
   const bool bList = entry.kind == TomlLine::Kind::List;
   if (key == "ports.at-once") {
     m_atOnce = entry.values;
@@ -155,17 +166,11 @@ std::string BoardFileReader::SetText(const std::string& key, const std::string& 
   if (key == "debug.output") {
     return SetDebugOutput(value);
   }
-  if (m_strSection == "ports") {
-    return SetPort(key, value);
-  }
-  return m_file.Complaint(key, "is not known; check its spelling and the section that it stands in");
+  return SetPort(key, value);
 }
 
 std::string BoardFileReader::SetPort(const std::string& key, const std::string& device) {
   const std::u16string name = PortName(key.substr(key.find('.') + 1));
-  if (name.empty()) {
-    return m_file.Complaint(key, "is not a port; the ports are COM1 to COM9");
-  }
   const std::string path = Resolved(m_file.source, device);
   for (const SerialPortEntry& port : m_file.ports) {
     if (port.device == path) {
@@ -257,6 +262,8 @@ std::variant<BoardFile, std::string> BoardFile::Load(const std::string& path) {
   }
   return Parse(*text, path);
 }
+
+std::span<const std::string_view> BoardFile::Keys() { return AllKeys; }
 
 std::string BoardFile::Complaint(const std::string& key, const std::string& text) const {
   const auto line = lines.find(key);

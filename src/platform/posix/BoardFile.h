@@ -6,6 +6,7 @@
 #pragma once
 
 #include <map>
+#include <span>
 #include <string>
 #include <string_view>
 #include <variant>
@@ -46,6 +47,8 @@ struct BoardFile {
   static std::variant<BoardFile, std::string> Parse(std::string_view text, const std::string& source);
   /// The same for a file of at most 64 KiB.
   static std::variant<BoardFile, std::string> Load(const std::string& path);
+  /// All keys that a board file may have, as in `lines`.
+  static std::span<const std::string_view> Keys();
   /// A message about a key: `file:line: key "name": text`.
   [[nodiscard]] std::string Complaint(const std::string& key, const std::string& text) const;
 };
