@@ -7,10 +7,11 @@
 /// with "\n" or "\r\n" (written: "\n"). Reals have a point in every locale. Flags are `true` and `false`, date-times
 /// `year;month;day;hour;minute`, lists `wavelength,value;wavelength,value`.
 ///
-/// **Whatever a file holds, reading it is safe.** A file above 64 MiB is not read. A line counts to its 511th byte, or
-/// to its first zero byte; a longer list therefore loses its end (a list of 24 entries has about 300 bytes). Numbers
-/// are read as far as they go, a value without a number is 0. Integers beyond 32 bits, date-time fields beyond 0 to
-/// 65535 and reals beyond the largest double become the nearest value that fits; reals are always finite.
+/// **Whatever a file holds, reading it is safe.** A file above 16 MiB is not read. A line counts to its 511th byte, or
+/// to its first zero byte; a longer list therefore loses the entries that do not stand whole before it (a list of 24
+/// entries has about 300 bytes). Numbers are read as far as they go, a value without a number is 0. Integers beyond
+/// 32 bits, date-time fields beyond 0 to 65535 and reals beyond the largest double become the nearest value that fits;
+/// reals are always finite.
 ///
 /// **Threads**: no lock is taken. A record, and the file, belong to one thread at a time. A board must be set before
 /// (`SetBoard` or `OpenDefaultBoard` of platform/Board.h, or a successful `CreatePhotometer`).
@@ -120,9 +121,12 @@ HRESULT SetDefaultSettings(InstrumentSettings* pSettings);
 /// file cannot be read, or the record is null; the debug output then has a message
 HRESULT ReadSettings(InstrumentSettings* pSettings, BOOL* pbZerosChanged = nullptr);
 
-/// Writes the file whole: whatever happens meanwhile, the old or the new file stands. A character without a
-/// Windows-1252 byte is written `?`, a point of a list has at most 31 characters.
-/// @return 0, or `E_FAIL` for a null record or when the file cannot be written; the old one then stands
+/// Writes the file whole: whatever happens meanwhile, a power cut too, the old or the new file stands. What was written
+/// reads back to the same bytes. For that no more is written than reading takes: 511 bytes of a line, of a list whole
+/// entries; not a number is written 0, infinity as the largest double, a character without a Windows-1252 byte `?`. A
+/// point of a list has at most 31 characters; a larger number is no wavelength and loses its end.
+/// @return 0, or `E_FAIL` for a null record or when the file cannot be written; the old one then stands, or, when only
+/// its folder could not be brought to the medium, the new one
 HRESULT WriteSettings(const InstrumentSettings* pSettings);
 
 }  // namespace photometer

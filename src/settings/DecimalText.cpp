@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <cmath>
 #include <cstdint>
 #include <limits>
 
@@ -86,6 +87,8 @@ double ParseReal(std::string_view text) {
 }
 
 std::string FormatFixed(double dValue, int iDecimals) {
+  constexpr double Largest = std::numeric_limits<double>::max();
+  dValue = std::isnan(dValue) ? 0 : std::clamp(dValue, -Largest, Largest);
   std::array<char, 512> buffer{};
   const auto [pEnd, error] =
       std::to_chars(buffer.data(), buffer.data() + buffer.size(), dValue, std::chars_format::fixed, iDecimals);

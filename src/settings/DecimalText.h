@@ -22,7 +22,8 @@ LONG ParseInteger(std::string_view text);
 /// The real at the front of the text, or 0. Finite: beyond the range it is the largest double of its sign, or 0.
 double ParseReal(std::string_view text);
 
-/// The value with so many decimals, rounded from its exact value; no exponent.
+/// The value with so many decimals, rounded from its exact value; no exponent. Infinity is the largest double of its
+/// sign, not a number is 0: what is written can be read.
 std::string FormatFixed(double dValue, int iDecimals);
 
 }  // namespace photometer
