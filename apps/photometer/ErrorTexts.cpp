@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <set>
 #include <string_view>
 
 #include <fmt/format.h>
@@ -95,6 +96,12 @@ constexpr std::array Singles = {
     SingleRow{514, "PumpZQ410", "the pump reported a failed cycle",
               "check the tubes and the sample, and repeat the run"},
     SingleRow{516, "PumpZQ410", "the cycle was cancelled", "nothing need be done"},
+
+    SingleRow{522, "Flush", "the pump was silent for 60 seconds", CheckPump},
+    SingleRow{523, "Flush", "the pump's answers make no sense", CheckPump},
+    SingleRow{524, "Flush", "the pump reported a failed flush",
+              "check the tubes and the rinsing liquid, and flush again"},
+    SingleRow{525, "Flush", "the flush command could not be written to the port", CheckPump},
     SingleRow{531, "SetPump", "a pump parameter is above 999", "give --pump-time and --pump-parameter at most 999"},
     SingleRow{532, "SetPump", "the pump was silent for 60 seconds", CheckPump},
     SingleRow{533, "SetPump", "the pump did not acknowledge its parameters", CheckPump},
@@ -141,6 +148,19 @@ std::optional<ErrorText> FindCommandError(LONG iNumber) {
 std::optional<ErrorText> FindErrorText(LONG iNumber) {
   std::optional<ErrorText> text = FindSingle(iNumber);
   return text ? text : FindCommandError(iNumber);
+}
+
+std::vector<LONG> ErrorNumbers() {
+  std::set<LONG> numbers;
+  for (const SingleRow& row : Singles) {
+    numbers.insert(row.iNumber);
+  }
+  for (const CommandRow& command : Commands) {
+    for (const char digit : command.offsets) {
+      numbers.insert(command.iBase + (digit - '0'));
+    }
+  }
+  return {numbers.begin(), numbers.end()};
 }
 
 std::string ExplainError(LONG iNumber) {

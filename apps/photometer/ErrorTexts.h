@@ -3,6 +3,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "photometer/Types.h"
 
@@ -22,6 +23,9 @@ struct ErrorText {
 /// The text of an instrument error number; nothing for a number that no operation has. Numbers that came as unsigned
 /// ones are given as signed (4294967293 is −3).
 std::optional<ErrorText> FindErrorText(LONG iNumber);
+
+/// All numbers that have a text, lowest first.
+std::vector<LONG> ErrorNumbers();
 
 /// One line: number, operation, cause and advice; also for an unknown number.
 std::string ExplainError(LONG iNumber);

@@ -1,4 +1,8 @@
-#include <set>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <regex>
+#include <sstream>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -11,28 +15,81 @@ namespace {
 
 using testing::HasSubstr;
 
-/// Every number that the device can tell, as the operations of the library give them.
-std::set<LONG> KnownNumbers() {
-  std::set<LONG> numbers = {-3, -2, 1, 2, 3, 4, 5, 41, 51, 77, 91, 111, 171, 181, 202, 205, 1000, 2000, 3000};
-  for (const LONG iBase : {10, 20, 30, 40, 50, 60, 70, 80, 90, 100, 110, 120, 150, 170, 180, 190}) {
-    for (LONG iCause = 2; iCause <= 5; ++iCause) {
-      numbers.insert(iBase + iCause);
+/// The library's sources without the rooms that know no instrument.
+std::map<std::string, std::string> Sources() {
+  std::map<std::string, std::string> sources;
+  for (const char* room : {"calibration", "device", "monitors", "optics", "procedures", "pumps", "state"}) {
+    const std::filesystem::path folder = std::filesystem::path(PHOTOMETER_SOURCE_FOLDER) / "src" / room;
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+      std::ostringstream text;
+      text << std::ifstream(entry.path()).rdbuf();
+      sources[entry.path().filename()] = text.str();
     }
   }
-  numbers.insert({132, 133, 135, 162, 163, 165});
-  numbers.insert({302, 303, 304, 305, 313, 315, 322, 323, 324, 325, 326, 501, 512, 513, 514,
-                  516, 531, 532, 533, 535, 541, 542, 543, 545, 612, 613, 614, 615, 616, 617});
+  return sources;
+}
+
+using Found = std::multimap<LONG, std::string>;
+
+/// Adds the numbers of all matches: the groups from the second on, beside the first one, their name.
+void AddMatches(const std::string& pattern, const std::map<std::string, std::string>& sources, Found& found) {
+  const std::regex expression(pattern);
+  for (const auto& [file, text] : sources) {
+    for (std::sregex_iterator match(text.begin(), text.end(), expression), end; match != end; ++match) {
+      for (std::size_t i = 2; i < match->size(); ++i) {
+        found.emplace(std::stoi((*match)[i]), file + " " + (*match)[1].str());
+      }
+    }
+  }
+}
+
+/// Every number that the library's sources name as the result of an operation, with its place.
+Found NumbersOfTheSources() {
+  const auto sources = Sources();
+  Found numbers;
+  AddMatches(R"(constexpr PumpDialogue (\w+)\{\w+, (\d+), (\d+), (\d+),)", sources, numbers);
+  AddMatches(R"re(\{("\\x02[^"]+"), (\d+)\})re", sources, numbers);
+  // Results of procedures are of three digits and more, or below −1; so are times and lengths, which say so.
+  Found constants;
+  AddMatches(R"(constexpr (?:DWORD|LONG) (\w+) = (-?\d+);)", sources, constants);
+  const std::regex measure(
+      "LIMIT|PAUSE|DELAY|SPEED|STEP|TIME|TICK|PER_SECOND|POSITION|BLOCK|RATE|BASE|RAW_WRITE|LARGEST|QUIET");
+  for (const auto& [iNumber, place] : constants) {
+    if ((iNumber < -1 || iNumber >= 100 || place.ends_with("NOT_LIT")) && !std::regex_search(place, measure)) {
+      numbers.emplace(iNumber, place);
+    }
+  }
+  // Every exchange can end in silence or with a failed write.
+  Found bases;
+  AddMatches(R"re(constexpr OpticalCommand \w+\{("\w+"),[^}]*, (\d+)\};)re", sources, bases);
+  AddMatches(R"(constexpr DWORD (BASE_\w+|\w+_BASE) = (\d+);)", sources, bases);
+  EXPECT_GE(bases.size(), 19U) << "the command set is no longer found";
+  for (const auto& [iBase, place] : bases) {
+    numbers.emplace(iBase + 2, place);
+    numbers.emplace(iBase + 5, place);
+  }
+  numbers.erase(0);
   return numbers;
 }
 
-TEST(ErrorTexts, CoverExactlyTheKnownNumbers) {
-  const std::set<LONG> known = KnownNumbers();
-  for (LONG iNumber = -10; iNumber <= 3100; ++iNumber) {
+TEST(ErrorTexts, CoverEveryNumberOfTheSources) {
+  const Found numbers = NumbersOfTheSources();
+  EXPECT_GE(numbers.size(), 70U) << "the results of procedures are no longer found";
+  for (const auto& [iNumber, place] : numbers) {
+    EXPECT_TRUE(FindErrorText(iNumber).has_value()) << iNumber << " of " << place << " has no text";
+  }
+}
+
+TEST(ErrorTexts, AreWholeForEachNumberOfTheTable) {
+  const std::vector<LONG> numbers = ErrorNumbers();
+  EXPECT_GE(numbers.size(), 110U);
+  for (const LONG iNumber : numbers) {
     const auto text = FindErrorText(iNumber);
-    ASSERT_EQ(text.has_value(), known.contains(iNumber)) << iNumber;
-    if (text) {
-      EXPECT_FALSE(text->operation.empty() || text->cause.empty() || text->advice.empty()) << iNumber;
-    }
+    ASSERT_TRUE(text.has_value()) << iNumber;
+    EXPECT_FALSE(text->operation.empty() || text->cause.empty() || text->advice.empty()) << iNumber;
+  }
+  for (const LONG iNumber : {-1, 0, 6, 11, 131, 134, 201, 203, 499, 618, 4000}) {
+    EXPECT_FALSE(FindErrorText(iNumber).has_value()) << iNumber;
   }
 }
 
