@@ -4,6 +4,7 @@
 /// choice between several threads and what callers add with `NoteResult`.
 #pragma once
 
+#include <bit>
 #include <cstdint>
 #include <functional>
 #include <list>
@@ -74,7 +75,8 @@ class Scheduler {
   /// After a deadlock: waits fail at once, and locks are not waited for.
   [[nodiscard]] bool WaitsFail() const { return m_bWaitsFail; }
 
-  void NoteResult(std::uint64_t nValue) { m_nHash = (m_nHash ^ nValue) * 0x100000001B3U; }
+  // Turned as well as multiplied: products alone let runs collide that make the same choices in another order.
+  void NoteResult(std::uint64_t nValue) { m_nHash = std::rotl(m_nHash ^ nValue, 29) * 0x9E3779B97F4A7C15U; }
   [[nodiscard]] std::uint64_t Hash() const { return m_nHash; }
   [[nodiscard]] std::uint64_t Points() const { return m_nPoints; }
   [[nodiscard]] std::uint64_t Switches() const { return m_nSwitches; }
