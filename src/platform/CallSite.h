@@ -4,7 +4,6 @@
 /// injection hangs itself in with `SetCallHook`; without a hook a call pays one load and one comparison.
 #pragma once
 
-#include <compare>
 #include <string_view>
 
 namespace photometer::platform {

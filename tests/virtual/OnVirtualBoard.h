@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <functional>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -14,6 +15,8 @@
 #include <gtest/gtest.h>
 
 #include "platform/Platform.h"
+#include "platform/virtual/ExhaustivePolicy.h"
+#include "platform/virtual/ReplayPolicy.h"
 #include "platform/virtual/VirtualBoard.h"
 
 namespace virtualtest {
@@ -26,6 +29,19 @@ inline VirtualBoardOptions Seeded(std::uint64_t seed) {
   options.policy = Policy::Random;
   options.seed = seed;
   return options;
+}
+
+/// One of each kind of policy.
+inline std::vector<VirtualBoardOptions> EveryPolicy(std::uint64_t seed) {
+  std::vector<VirtualBoardOptions> all(5);
+  all[1].policy = Policy::Random;
+  all[2].policy = Policy::Priority;
+  all[3].pPolicy = std::make_shared<ExhaustivePolicy>(ExhaustiveOptions{.nFirstPoint = 1});
+  all[4].pPolicy = std::make_shared<ReplayPolicy>(DecisionList{{DecisionKind::Switch, 1, 1, 0, 2}});
+  for (VirtualBoardOptions& options : all) {
+    options.seed = seed;
+  }
+  return all;
 }
 
 /// The current board, and threads that are waited for when it goes.

@@ -1,5 +1,8 @@
 // Every run is a race detector in a build with the thread sanitizer: simulated threads are threads to it, and only
 // simulated locks, events and thread ends order what they do.
+#include <algorithm>
+#include <iterator>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -11,8 +14,8 @@ namespace virtualtest {
 namespace {
 
 /// Two threads write the same variable. What stands between them must not order the writes.
-void RaceWith(const std::function<void()>& between) {
-  OnVirtualBoard world;
+void RaceWith(const std::function<void()>& between, const VirtualBoardOptions& options = {}) {
+  OnVirtualBoard world(options);
   int nShared = 0;
   for (const char* name : {"RacerA", "RacerB"}) {
     world.Run(name, [&] {
@@ -25,6 +28,15 @@ void RaceWith(const std::function<void()>& between) {
 TEST(RaceTest, DISABLED_Plain) {
   RaceWith([] { Sleep(10); });
 }
+
+void RaceUnder(std::size_t nPolicy) {
+  RaceWith([] { Sleep(10); }, EveryPolicy(1).at(nPolicy));
+}
+
+TEST(RaceTest, DISABLED_Random) { RaceUnder(1); }
+TEST(RaceTest, DISABLED_Priority) { RaceUnder(2); }
+TEST(RaceTest, DISABLED_Exhaustive) { RaceUnder(3); }
+TEST(RaceTest, DISABLED_Replay) { RaceUnder(4); }
 
 // Each thread uses another event: no order comes of it.
 TEST(RaceTest, DISABLED_OtherEvents) {
@@ -57,7 +69,9 @@ TEST(RaceTest, PlantedRacesAreReported) {
   if (!ThreadSanitizerRuns) {
     GTEST_SKIP() << "only the thread sanitizer sees races";
   }
-  for (const char* test : {"*DISABLED_Plain", "*DISABLED_OtherEvents", "*DISABLED_BehindATrace"}) {
+  for (const std::string name :
+       {"Plain", "Random", "Priority", "Exhaustive", "Replay", "OtherEvents", "BehindATrace"}) {
+    const std::string test = "*DISABLED_" + name;
     const ChildResult child = RunInChild(test);
     EXPECT_NE(child.nExitCode, 0) << test;
     EXPECT_THAT(child.output, testing::HasSubstr("ThreadSanitizer: data race")) << test;
@@ -66,8 +80,12 @@ TEST(RaceTest, PlantedRacesAreReported) {
 
 // Each of these orders two accesses; the sanitizer ends the program if one does not.
 TEST(RaceTest, LocksEventsAndThreadEndsOrder) {
-  for (std::uint64_t seed = 1; seed <= 20; ++seed) {
-    OnVirtualBoard world(Seeded(seed));
+  std::vector<VirtualBoardOptions> runs;
+  for (std::uint64_t seed = 1; seed <= 10; ++seed) {
+    std::ranges::copy(EveryPolicy(seed), std::back_inserter(runs));
+  }
+  for (const VirtualBoardOptions& options : runs) {
+    OnVirtualBoard world(options);
     Lock lock("m_csState");
     const HANDLE hEvent = CreateEventW(FALSE, FALSE, nullptr);
     int nLocked = 0;

@@ -207,7 +207,7 @@ struct RunHashes {
 };
 
 /// Three threads, two locks, an event and a line with traffic in both directions.
-RunHashes BusyRun(const VirtualBoardOptions& options) {
+RunHashes BusyRun(const VirtualBoardOptions& options, DecisionList* pDecisions = nullptr) {
   Transcript transcript;
   OnVirtualBoard world(options);
   TracingBoard tracing(world.board, transcript);
@@ -246,6 +246,9 @@ RunHashes BusyRun(const VirtualBoardOptions& options) {
   CloseHandle(hData);
   CloseHandle(hPort);
   EXPECT_THAT(world.board.Reports(), IsEmpty());
+  if (pDecisions != nullptr) {
+    *pDecisions = world.board.Decisions();
+  }
   return {world.board.Hash(), transcript.Hash()};
 }
 
@@ -260,6 +263,23 @@ TEST(ReplayTest, TheSameSeedGivesTheSameRunAndAnotherSeedAnother) {
   }
   EXPECT_EQ(decisions.size(), 10U);
   EXPECT_GT(transcripts.size(), 7U);
+}
+
+// Deadlines and block sizes are in the list as well: the replay draws nothing.
+TEST(ReplayTest, ARunsOwnDecisionsGiveTheSameRun) {
+  for (std::uint64_t seed = 1; seed <= 5; ++seed) {
+    for (VirtualBoardOptions options : EveryPolicy(seed)) {
+      options.bRecordDecisions = true;
+      DecisionList decisions;
+      const RunHashes run = BusyRun(options, &decisions);
+      VirtualBoardOptions replay;
+      replay.pPolicy = std::make_shared<ReplayPolicy>(ParseDecisions(ToText(decisions)).value());
+      EXPECT_EQ(BusyRun(replay), run) << "seed " << seed;
+      options.bRecordDecisions = false;
+      options = options.pPolicy == nullptr ? options : replay;
+      EXPECT_EQ(BusyRun(options), run) << "recording changes nothing, seed " << seed;
+    }
+  }
 }
 
 std::string HashText() {

@@ -137,8 +137,8 @@ std::vector<SiteName> CallSitesBelow(const std::string& sourceFolder) {
     const std::vector<SiteName> more = CallSitesIn(text, path.lexically_relative(root).generic_string());
     sites.insert(sites.end(), more.begin(), more.end());
   }
-  std::ranges::sort(sites);
-  sites.erase(std::ranges::unique(sites).begin(), sites.end());
+  std::sort(sites.begin(), sites.end());
+  sites.erase(std::unique(sites.begin(), sites.end()), sites.end());
   return sites;
 }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <tuple>
 
 namespace photometer::platform {
 
@@ -57,6 +58,11 @@ bool ParseLine(std::string_view line, Decision& decision) {
 }
 
 }  // namespace
+
+bool Decision::operator<(const Decision& other) const {
+  return std::tie(kind, dwWho, nCall, nNth, nChoice) <
+         std::tie(other.kind, other.dwWho, other.nCall, other.nNth, other.nChoice);
+}
 
 std::string ToText(const DecisionList& decisions) {
   std::string text;

@@ -5,7 +5,6 @@
 /// still meet their calls, so that a list can be shrunk. The list of a run, replayed, gives the same run to the byte.
 #pragma once
 
-#include <compare>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -42,7 +41,8 @@ struct Decision {
   /// Thread number, microseconds, or bytes.
   std::uint64_t nChoice = 0;
 
-  auto operator<=>(const Decision&) const = default;
+  bool operator==(const Decision&) const = default;
+  bool operator<(const Decision& other) const;
 };
 
 using DecisionList = std::vector<Decision>;

@@ -25,7 +25,7 @@ void ExhaustivePolicy::Started(const VirtualThread& thread) {
 }
 
 void ExhaustivePolicy::BeginWindow() {
-  m_bInWindow = !m_bWindowBegan;
+  m_bInWindow = m_bInWindow || !m_bWindowBegan;
   m_bWindowBegan = true;
 }
 

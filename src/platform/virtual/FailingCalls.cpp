@@ -1,9 +1,9 @@
 #include "platform/virtual/FailingCalls.h"
 
-#include <algorithm>
 #include <charconv>
 #include <map>
 #include <mutex>
+#include <tuple>
 
 #include "platform/Board.h"
 #include "platform/Sanitizers.h"
@@ -41,6 +41,10 @@ struct Choice {
 };
 
 }  // namespace
+
+bool SiteName::operator<(const SiteName& other) const {
+  return std::tie(file, nLine, call) < std::tie(other.file, other.nLine, other.call);
+}
 
 std::string ToText(const SiteName& site) {
   return site.file + ':' + std::to_string(site.nLine) + ' ' + std::string(NameOf(site.call));

@@ -33,7 +33,8 @@ struct SiteName {
   std::string file;
   unsigned nLine = 0;
   LayerCall call{};
-  auto operator<=>(const SiteName&) const = default;
+  bool operator==(const SiteName&) const = default;
+  bool operator<(const SiteName& other) const;
 };
 
 /// `src/optics/OpticalLink.cpp:88 WriteFile`, and back; nothing when the text is no such name.

@@ -39,7 +39,7 @@ struct VirtualBoard::Parts {
   VirtualDebugOutput debugOutput;
 };
 
-VirtualBoard::VirtualBoard(VirtualBoardOptions options) {
+VirtualBoard::VirtualBoard(const VirtualBoardOptions& options) {
   const UnobservedScope scope;
   m_pParts = std::make_unique<Parts>(options);
 }

@@ -58,7 +58,7 @@ struct VirtualBoardOptions {
 
 class VirtualBoard final : public Board {
  public:
-  explicit VirtualBoard(VirtualBoardOptions options = {});
+  explicit VirtualBoard(const VirtualBoardOptions& options = {});
   /// All threads but "main" must have ended.
   ~VirtualBoard() override;
 

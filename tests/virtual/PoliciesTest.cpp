@@ -1,0 +1,224 @@
+// A planted lost wake-up that first come, first served never shows: what each policy promises to find, and in how many
+// runs; and that a run's own list of decisions gives the same run.
+#include <set>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "OnVirtualBoard.h"
+#include "platform/virtual/ExhaustivePolicy.h"
+#include "platform/virtual/PriorityPolicy.h"
+#include "platform/virtual/ReplayPolicy.h"
+
+namespace virtualtest {
+namespace {
+
+using testing::IsEmpty;
+using testing::SizeIs;
+
+struct Outcome {
+  bool bLost = false;
+  std::uint64_t nPoints = 0;
+  std::uint64_t nHash = 0;
+  DecisionList decisions;
+};
+
+/// The consumer resets the event after it has looked: depth 2, since its look must come before the producer's word and
+/// its reset after it.
+Outcome LostWakeUp(VirtualBoardOptions options) {
+  options.bRecordDecisions = true;
+  OnVirtualBoard world(options);
+  const HANDLE hEvent = CreateEventW(TRUE, FALSE, nullptr);
+  Lock lock("m_csState");
+  bool bReady = false;
+  Outcome outcome;
+  world.board.BeginWindow();
+  world.Run("Consumer", [&] {
+    lock.Enter();
+    const bool bThere = bReady;
+    lock.Leave();
+    if (!bThere) {
+      ResetEvent(hEvent);
+      outcome.bLost = WaitForSingleObject(hEvent, 60'000) == WAIT_TIMEOUT;
+    }
+  });
+  world.Run("Producer", [&] {
+    GetTickCount();
+    lock.Enter();
+    bReady = true;
+    lock.Leave();
+    SetEvent(hEvent);
+  });
+  world.Join();
+  world.board.EndWindow();
+  outcome.nPoints = world.board.Points();
+  CloseHandle(hEvent);
+  outcome.nHash = world.board.Hash();
+  outcome.decisions = world.board.Decisions();
+  return outcome;
+}
+
+VirtualBoardOptions With(std::shared_ptr<SchedulingPolicy> pPolicy) {
+  VirtualBoardOptions options;
+  options.pPolicy = std::move(pPolicy);
+  return options;
+}
+
+// ---- priorities ----
+
+/// How many of the seeds from 1 on lose the wake-up.
+std::uint64_t Losses(const PriorityOptions& measures, std::uint64_t nSeeds) {
+  std::uint64_t nLosses = 0;
+  for (std::uint64_t seed = 1; seed <= nSeeds; ++seed) {
+    nLosses += LostWakeUp(With(std::make_shared<PriorityPolicy>(seed, measures))).bLost ? 1 : 0;
+  }
+  return nLosses;
+}
+
+TEST(PriorityPolicyTest, FindsAFaultOfItsDepthAtLeastAsOftenAsItPromises) {
+  constexpr unsigned Threads = 3;
+  const Outcome firstCome = LostWakeUp({});
+  EXPECT_FALSE(firstCome.bLost);
+  for (const bool bWindowOnly : {false, true}) {
+    const PriorityOptions measures{2, firstCome.nPoints, bWindowOnly};
+    const std::uint64_t nSeeds = PriorityPolicy::SeedsFor(0.999'999, measures, Threads);
+    EXPECT_LT(nSeeds, 1'000U);
+    EXPECT_GE(static_cast<double>(Losses(measures, nSeeds)) / static_cast<double>(nSeeds),
+              PriorityPolicy::LeastProbability(measures, Threads));
+  }
+  // One change point less, and no order of priorities shows it.
+  EXPECT_EQ(Losses({1, firstCome.nPoints, false}, 200), 0U);
+}
+
+TEST(PriorityPolicyTest, TheBoundIsThatOfThePaper) {
+  EXPECT_DOUBLE_EQ(PriorityPolicy::LeastProbability({3, 100, false}, 5), 1.0 / (5 * 100.0 * 100.0));
+  EXPECT_DOUBLE_EQ(PriorityPolicy::LeastProbability({1, 100, false}, 4), 0.25);
+  // 0.99 of the runs miss it, 0.99^459 < 0.01.
+  EXPECT_EQ(PriorityPolicy::SeedsFor(0.99, {2, 10, false}, 10), 459U);
+  EXPECT_EQ(PriorityPolicy::SeedsFor(0.99, {1, 10, false}, 1), 1U);
+}
+
+TEST(PriorityPolicyTest, AThreadThatPollsOrGivesWayLetsTheOthersRun) {
+  for (std::uint64_t seed = 1; seed <= 20; ++seed) {
+    for (const bool bGivesWay : {false, true}) {
+      OnVirtualBoard world(With(std::make_shared<PriorityPolicy>(seed)));
+      const HANDLE hEvent = CreateEventW(TRUE, FALSE, nullptr);
+      world.Run("Setter", [hEvent] { SetEvent(hEvent); });
+      while (WaitForSingleObject(hEvent, 0) != WAIT_OBJECT_0) {
+        if (bGivesWay) {
+          Sleep(0);
+        }
+      }
+      EXPECT_LT(world.board.Points(), bGivesWay ? 20U : 2'000U);
+      CloseHandle(hEvent);
+    }
+  }
+}
+
+// ---- every schedule ----
+
+TEST(ExhaustivePolicyTest, FindsAFaultForCertainOnceItsPreemptionsSuffice) {
+  for (const unsigned nPreemptions : {0U, 1U, 2U}) {
+    const auto pPolicy = std::make_shared<ExhaustivePolicy>(ExhaustiveOptions{nPreemptions});
+    std::set<std::uint64_t> hashes;
+    std::uint64_t nLosses = 0;
+    do {
+      const Outcome outcome = LostWakeUp(With(pPolicy));
+      nLosses += outcome.bLost ? 1 : 0;
+      hashes.insert(outcome.nHash);
+    } while (pPolicy->NextSchedule());
+    EXPECT_EQ(nLosses > 0, nPreemptions > 0) << nPreemptions;
+    EXPECT_FALSE(pPolicy->Diverged());
+    // No schedule is run twice.
+    EXPECT_EQ(hashes.size(), pPolicy->Schedules());
+  }
+}
+
+/// The main thread makes three calls in the window, the other one two.
+void FiveCalls(const std::shared_ptr<SchedulingPolicy>& pPolicy) {
+  OnVirtualBoard world(With(pPolicy));
+  world.Run("Other", [] {
+    GetTickCount();
+    GetTickCount();
+  });
+  world.board.BeginWindow();
+  for (int i = 0; i < 3; ++i) {
+    GetTickCount();
+  }
+  world.board.EndWindow();
+}
+
+// One pre-emption: before any of the three calls. A second one: before any of the other's two, and the first thread is
+// back. By the number of the point the creation of the thread counts as the first one.
+TEST(ExhaustivePolicyTest, CountsTheSchedulesOfASmallWindow) {
+  struct Case {
+    ExhaustiveOptions options;
+    std::uint64_t nSchedules;
+  };
+  for (const Case& entry : {Case{{0}, 1}, Case{{1}, 4}, Case{{2}, 10}, Case{{1, UINT32_MAX, 2}, 3},
+                            Case{{1, UINT32_MAX, 2, 2}, 3}, Case{{1, UINT32_MAX, 1, 1}, 1}}) {
+    const auto pPolicy = std::make_shared<ExhaustivePolicy>(entry.options);
+    do {
+      FiveCalls(pPolicy);
+    } while (pPolicy->NextSchedule());
+    EXPECT_EQ(pPolicy->Schedules(), entry.nSchedules) << entry.options.nMostPreemptions;
+  }
+}
+
+TEST(ExhaustivePolicyTest, AScenarioThatDoesNotRepeatItselfIsReported) {
+  const auto pPolicy = std::make_shared<ExhaustivePolicy>();
+  int nRuns = 0;
+  do {
+    OnVirtualBoard world(With(pPolicy));
+    world.board.BeginWindow();
+    for (int i = 0; i < 2 + nRuns % 2; ++i) {
+      world.Run("Thread", [] {});
+    }
+  } while (++nRuns < 100 && pPolicy->NextSchedule());
+  EXPECT_TRUE(pPolicy->Diverged());
+  EXPECT_LT(nRuns, 100);
+}
+
+// ---- decisions ----
+
+TEST(DecisionsTest, AListShrinksToTheOneSwitchThatLosesTheWakeUp) {
+  EXPECT_THAT(LostWakeUp({}).decisions, IsEmpty());
+  Outcome lost;
+  for (std::uint64_t seed = 1; !lost.bLost; ++seed) {
+    lost = LostWakeUp(Seeded(seed));
+  }
+  DecisionList list = lost.decisions;
+  // Large parts first: a switch and the one back go together.
+  for (std::size_t nPart = list.size() - 1; nPart > 0; --nPart) {
+    for (std::size_t i = 0; i + nPart <= list.size();) {
+      DecisionList fewer = list;
+      const auto first = fewer.begin() + static_cast<std::ptrdiff_t>(i);
+      fewer.erase(first, first + static_cast<std::ptrdiff_t>(nPart));
+      const bool bStillLost = LostWakeUp(With(std::make_shared<ReplayPolicy>(fewer))).bLost;
+      list = bStillLost ? fewer : list;
+      i += bStillLost ? 0 : nPart;
+    }
+  }
+  ASSERT_THAT(list, SizeIs(1)) << ToText(list);
+  EXPECT_EQ(list.front().kind, DecisionKind::Switch);
+  // What was carried out is all that a replay records.
+  EXPECT_EQ(LostWakeUp(With(std::make_shared<ReplayPolicy>(list))).decisions, list);
+}
+
+TEST(DecisionsTest, OnlyLinesOfTheFormAreRead) {
+  const DecisionList list{{DecisionKind::Switch, 3, 17, 0, 2},
+                          {DecisionKind::Next, 3, 18, 1, 4},
+                          {DecisionKind::Waiter, 1, 5, 0, 3},
+                          {DecisionKind::Late, 2, 9, 0, 1500},
+                          {DecisionKind::Block, 1, 3, 0, 200}};
+  const std::string text = "switch 3@17 2\nnext 3@18.1 4\nwaiter 1@5 3\nlate 2@9 1500\nblock 1@3 200\n";
+  EXPECT_EQ(ToText(list), text);
+  EXPECT_EQ(ParseDecisions("# by hand\n\n" + text), list);
+  for (const char* bad : {"x", "switch", "switch 3", "switch 3@", "switch 3@4", "switch 3@4 ", "switch 3@4 5 6",
+                          "switch 3@4. 5", "switch -3@4 5", "late 99999999999@1 1", "switch 3@4 5\r\n"}) {
+    EXPECT_EQ(ParseDecisions(bad), std::nullopt) << bad;
+  }
+}
+
+}  // namespace
+}  // namespace virtualtest
