@@ -18,7 +18,7 @@ constexpr DWORD OneHour = 3600 * 1000;
 
 VirtualBoardOptions WithPolicy(const benchmark::State& state) {
   VirtualBoardOptions options;
-  options.policy = state.range(0) == 0 ? Policy::FirstCome : Policy::Random;
+  options.policy = static_cast<Policy>(state.range(0));
   return options;
 }
 
@@ -105,7 +105,7 @@ void WakeEachOther(benchmark::State& state) {
   CloseHandle(hBack);
   SetBoard(nullptr);
 }
-BENCHMARK(WakeEachOther)->ArgName("random")->Arg(0)->Arg(1);
+BENCHMARK(WakeEachOther)->ArgName("policy")->DenseRange(0, 2);
 
 /// Entering and leaving a free lock while nobody else can run.
 void FreeLock(benchmark::State& state) {
@@ -223,6 +223,6 @@ void TenIdleHours(benchmark::State& state) {
   state.counters["points"] = dPoints;
   state.counters["switches"] = dSwitches;
 }
-BENCHMARK(TenIdleHours)->ArgName("random")->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
+BENCHMARK(TenIdleHours)->ArgName("policy")->DenseRange(0, 2)->Unit(benchmark::kMillisecond);
 
 }  // namespace
