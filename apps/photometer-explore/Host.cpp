@@ -1,0 +1,329 @@
+#include "Host.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "Operations.h"
+#include "platform/Platform.h"
+#include "platform/Sanitizers.h"
+
+namespace explorer {
+
+using namespace photometer;  // NOLINT(google-build-using-namespace): the interface's own vocabulary
+using photometer::platform::UnobservedScope;
+
+namespace {
+
+constexpr DWORD MillisecondsPerSecond = 1000;
+constexpr std::uint64_t MicrosecondsPerSecond = 1'000'000;
+/// Between two looks at the device, ms.
+constexpr DWORD LookPeriod = 50;
+/// The longest that a run takes that nobody cancels: silence, warm-up and pump times together, ms.
+constexpr DWORD LongestRun = 1'800'000;
+/// After the programme the host grants what runs so much before it cancels it, ms.
+constexpr DWORD Patience = 20'000;
+/// What `Shutdown` may take, µs.
+constexpr std::uint64_t ShutdownLimit = 3 * MicrosecondsPerSecond;
+/// For threads that a callback has held up, ms.
+constexpr DWORD ThreadsEndLimit = 20'000;
+
+constexpr double GlassAbsorbance = 0.5;
+/// Ten times what the noise makes of it.
+constexpr double AbsorbanceTolerance = 0.01;
+
+}  // namespace
+
+Host::Host(World& world)
+    : m_world(world), m_sink(world.ledger, world.board.GetKernel(), world.plan.profile.dwWarmUpTime) {
+  for (const Step& step : world.plan.steps) {
+    if (step.actor == Actor::Callback) {
+      m_callbackSteps.emplace(step.nWhen, &step.operation);
+    }
+  }
+  m_sink.OnCallback([this](std::uint64_t nNumber) { RunCallback(nNumber); });
+}
+
+void Host::CreateDevice() {
+  m_world.ledger.AllowCallbacks();
+  IPhotometer* pDevice = CreatePhotometer();
+  if (pDevice != nullptr) {
+    pDevice->SetSink(&m_sink);
+  }
+  m_pDevice = pDevice;
+}
+
+// ---- the programme ----
+
+void Host::RunProgramme() {
+  CreateDevice();
+  m_world.StartFaults();
+  PlacePoints();
+  for (const auto& [actor, name] : {std::pair(Actor::Second, "host second"), std::pair(Actor::Third, "host third")}) {
+    const bool bActs = std::ranges::any_of(m_world.plan.steps, [a = actor](const Step& s) { return s.actor == a; });
+    if (bActs) {
+      ++m_iActors;
+      const platform::HANDLE hThread = platform::CreateThread(
+          [this, actor = actor] {
+            RunSteps(actor);
+            --m_iActors;
+          },
+          name, nullptr);
+      platform::CloseHandle(hThread);
+    }
+  }
+  RunSteps(Actor::Host);
+  m_bProgrammeEnded = true;
+  while (m_iActors > 0) {
+    platform::Sleep(LookPeriod);
+  }
+}
+
+void Host::RunSteps(Actor actor) {
+  for (const Step& step : m_world.plan.steps) {
+    if (step.actor == actor) {
+      if (step.nWhen > 0) {
+        platform::Sleep(static_cast<DWORD>(step.nWhen));
+      }
+      Perform(step.operation, false);
+    }
+  }
+}
+
+void Host::PlacePoints() {
+  for (const Step& step : m_world.plan.steps) {
+    if (step.actor == Actor::Point) {
+      m_world.board.RunAtPoint(step.nWhen, "host at a point", [this, &step] {
+        ++m_iActors;
+        if (!m_bProgrammeEnded) {
+          Perform(step.operation, false);
+        }
+        --m_iActors;
+      });
+    }
+  }
+}
+
+void Host::RunCallback(std::uint64_t nNumber) {
+  const auto [first, last] = m_callbackSteps.equal_range(nNumber);
+  if (first == last) {
+    return;
+  }
+  m_dwCallbackThread = platform::GetCurrentThreadId();
+  for (auto step = first; step != last; ++step) {
+    Perform(*step->second, true);
+  }
+  m_dwCallbackThread = 0;
+}
+
+bool Host::IsInsideCallback() const { return m_dwCallbackThread == platform::GetCurrentThreadId(); }
+
+void Host::Perform(const Clause& clause, bool bInCallback) {
+  const Operation* pOperation = FindOperation(clause.name);
+  IPhotometer* pDevice = m_pDevice;
+  if (pOperation == nullptr || pDevice == nullptr) {
+    return;
+  }
+  // A thread that sleeps or waits is not inside the device.
+  ++m_iInside;
+  const std::int64_t nCall = m_world.ledger.BeginCall(clause.name, bInCallback);
+  const std::int64_t nResult = pOperation->perform(*this, *pDevice, clause);
+  m_world.ledger.EndCall(nCall, clause.name, nResult);
+  --m_iInside;
+  if (!IsAllowed(pOperation->answers, nResult)) {
+    m_world.ledger.NoteViolation("answers", clause.name + " answers " + std::to_string(nResult));
+  }
+}
+
+// ---- operations ----
+
+std::int64_t Host::AddAndRelease(IPhotometer& device) {
+  device.AddRef();
+  return device.Release();
+}
+
+std::int64_t Host::SetSink(IPhotometer& device, bool bSet) {
+  device.SetSink(bSet ? &m_sink : nullptr);
+  return 0;
+}
+
+std::int64_t Host::Initialize(IPhotometer& device, std::uint32_t dwVariant) {
+  const PhotometerParameters params = m_world.Parameters();
+  const CalibrationData calibration = m_world.Calibration();
+  if (!IsInsideCallback()) {
+    m_world.ledger.AllowCallbacks();
+  }
+  const HRESULT result = device.Initialize(dwVariant == 0 ? nullptr : &params, dwVariant == 1 ? nullptr : &calibration);
+  if (!IsInsideCallback() && (result == S_OK || result == E_FAIL)) {
+    m_bHalfUp = result == E_FAIL;
+  }
+  return result;
+}
+
+std::int64_t Host::Shutdown(IPhotometer& device) {
+  if (IsInsideCallback()) {
+    return device.Shutdown();
+  }
+  const std::uint64_t nStart = m_world.board.Now();
+  m_world.ledger.ForbidCallbacks();
+  const HRESULT result = device.Shutdown();
+  const std::uint64_t nTook = m_world.board.Now() - nStart;
+  if (nTook > ShutdownLimit) {
+    m_world.ledger.NoteViolation("Shutdown within 3 s", "Shutdown took " + std::to_string(nTook / 1000) + " ms");
+  }
+  return result;
+}
+
+std::int64_t Host::Release() {
+  IPhotometer* const pDevice = m_pDevice.exchange(nullptr);
+  if (pDevice == nullptr) {
+    return 0;
+  }
+  while (m_iInside > 1) {
+    platform::Sleep(1);
+  }
+  const std::uint64_t nStart = m_world.board.Now();
+  m_world.ledger.ForbidCallbacks();
+  const std::int64_t nResult = pDevice->Release();
+  if (m_world.board.Now() - nStart > ShutdownLimit) {
+    m_world.ledger.NoteViolation("Shutdown within 3 s", "the last Release took longer than 3 s");
+  }
+  if (nResult != 0) {
+    m_world.ledger.NoteViolation("references", "the last Release answers " + std::to_string(nResult));
+  }
+  return nResult;
+}
+
+std::int64_t Host::Sleep(DWORD dwMilliseconds) {
+  --m_iInside;
+  platform::Sleep(dwMilliseconds);
+  ++m_iInside;
+  return 0;
+}
+
+std::int64_t Host::WaitIdle(DWORD dwMilliseconds) {
+  // Inside a callback nothing of what it waits for could go on.
+  if (IsInsideCallback()) {
+    return 0;
+  }
+  --m_iInside;
+  const std::uint64_t nLimit = m_world.board.Now() + std::uint64_t{dwMilliseconds} * 1000;
+  bool bIdle = false;
+  for (;;) {
+    ++m_iInside;
+    IPhotometer* const pDevice = m_pDevice;
+    bIdle = pDevice == nullptr || pDevice->GetStatus().bBusy == 0;
+    --m_iInside;
+    if (bIdle || m_world.board.Now() >= nLimit) {
+      break;
+    }
+    platform::Sleep(LookPeriod);
+  }
+  ++m_iInside;
+  return bIdle ? 1 : 0;
+}
+
+std::int64_t Host::InsertCuvette(int iSize) {
+  const UnobservedScope scope;
+  m_world.instrument.holder.Insert(iSize, m_world.board.Now());
+  return 0;
+}
+
+std::int64_t Host::MarkWindow(bool bBegins) {
+  bBegins ? m_world.board.BeginWindow() : m_world.board.EndWindow();
+  return 0;
+}
+
+// ---- the end ----
+
+void Host::Close() {
+  const auto perform = [this](const char* name, double dNumber) { Perform({name, {dNumber}, {}}, false); };
+  if (WaitIdle(Patience) == 0) {
+    InsertCuvette(0);
+    perform("cancel", 0);
+    perform("cancel-flush", 0);
+    // An `Initialize` that failed may leave the device busy until the next one, or `Shutdown`.
+    if (!m_bHalfUp && WaitIdle(LongestRun) == 0) {
+      m_world.ledger.NoteViolation("never stuck", "still busy half an hour after the last operation");
+    }
+  }
+  if (const IPhotometer* pDevice = m_pDevice; pDevice != nullptr) {
+    perform("shutdown", 0);
+    perform("release", 0);
+  }
+  if (!m_world.WaitForThreads(ThreadsEndLimit)) {
+    m_world.ledger.NoteViolation("never stuck", "a thread of the library runs on after the last Release");
+  }
+}
+
+// ---- recovery ----
+
+void Host::Recover() {
+  m_callbackSteps.clear();
+  m_world.Heal();
+  CreateDevice();
+  if (m_pDevice == nullptr) {
+    FailRecovery("the device object cannot be made");
+    return;
+  }
+  if (StartUp()) {
+    MeasureGlass();
+  }
+  Close();
+}
+
+void Host::FailRecovery(const std::string& text) { m_world.ledger.NoteViolation("recovery", text); }
+
+bool Host::StartUp() {
+  IPhotometer& device = *m_pDevice;
+  const std::int64_t nResult = Initialize(device, 2);
+  if (nResult != S_OK) {
+    FailRecovery("Initialize answers " + std::to_string(nResult) + " with everything in order");
+    return false;
+  }
+  WaitIdle(LongestRun);
+  if (!device.GetStatus().bInitialized) {
+    FailRecovery("the start-up fails with everything in order");
+    return false;
+  }
+  return true;
+}
+
+void Host::MeasureGlass() {
+  const std::vector<WavelengthCalibrationEntry> zeros = m_sink.References();
+  {
+    const UnobservedScope scope;
+    m_world.instrument.unit.SetSample(simulator::Sample::NeutralGlass(GlassAbsorbance), m_world.board.Now());
+  }
+  MeasureRequest request{};
+  request.m_dwRequestId = NextRequestId();
+  request.m_dLampSwitchingPoint = 340.0;
+  request.m_dwReadings = 1;
+  for (const WavelengthCalibrationEntry& zero : zeros) {
+    request.m_Wavelengths.push_back(zero.dWavelength);
+    request.m_Tags.push_back(1);
+  }
+  const std::size_t nBefore = m_world.ledger.Values().size();
+  IPhotometer& device = *m_pDevice;
+  if (device.StartMeasure(&request) != S_OK) {
+    FailRecovery("a measurement is refused with everything in order");
+    return;
+  }
+  WaitIdle(LongestRun);
+  const MeasureValues& values = m_world.ledger.Values();
+  if (values.size() != nBefore + zeros.size()) {
+    FailRecovery("a measurement delivers " + std::to_string(values.size() - nBefore) + " of " +
+                 std::to_string(zeros.size()) + " values with everything in order");
+    return;
+  }
+  for (std::size_t i = 0; i < zeros.size(); ++i) {
+    const MeasureValue& value = values[nBefore + i];
+    const double dAbsorbance = -std::log10(value.dValue / value.dValueRef / (zeros[i].dValue / zeros[i].dValueRef));
+    const double dExpected = m_world.instrument.unit.ApparentAbsorbance(value.dWavelength, m_world.board.Now());
+    if (!(std::fabs(dAbsorbance - dExpected) < AbsorbanceTolerance)) {
+      FailRecovery("a glass of " + std::to_string(dExpected) + " is measured as " + std::to_string(dAbsorbance) +
+                   " at " + std::to_string(value.dWavelength) + " nm");
+    }
+  }
+}
+
+}  // namespace explorer

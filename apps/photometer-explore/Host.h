@@ -1,0 +1,73 @@
+/// The host of a run: its threads carry out the plan's steps; then the world is healed, and a new start and a
+/// measurement must succeed.
+///
+/// The host keeps to its contract: nobody uses the device after the last `Release`, and that is not called while
+/// another thread is inside an operation.
+#pragma once
+
+#include <atomic>
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "HostSink.h"
+#include "World.h"
+#include "photometer/IPhotometer.h"
+
+namespace explorer {
+
+class Host {
+ public:
+  explicit Host(World& world);
+  Host(const Host&) = delete;
+  Host& operator=(const Host&) = delete;
+
+  /// The plan's steps, to the end of all of them.
+  void RunProgramme();
+  /// What runs has to end by itself; then the device is shut down and given back.
+  void Close();
+  /// A new start with everything in order, and a measurement with right values.
+  void Recover();
+
+  // ---- what operations need; see Operations.h ----
+
+  DWORD NextRequestId() { return ++m_dwRequests; }
+  std::int64_t AddAndRelease(photometer::IPhotometer& device);
+  std::int64_t SetSink(photometer::IPhotometer& device, bool bSet);
+  /// 0: without parameters; 1: without calibration; other numbers: with both.
+  std::int64_t Initialize(photometer::IPhotometer& device, std::uint32_t dwVariant);
+  std::int64_t Shutdown(photometer::IPhotometer& device);
+  /// The last one.
+  std::int64_t Release();
+  std::int64_t Sleep(DWORD dwMilliseconds);
+  /// Until the device is not busy, at most so many milliseconds. 1: it is not.
+  std::int64_t WaitIdle(DWORD dwMilliseconds);
+  std::int64_t InsertCuvette(int iSize);
+  std::int64_t MarkWindow(bool bBegins);
+
+ private:
+  void CreateDevice();
+  void Perform(const Clause& operation, bool bInCallback);
+  void RunSteps(Actor actor);
+  void RunCallback(std::uint64_t nNumber);
+  void PlacePoints();
+  [[nodiscard]] bool IsInsideCallback() const;
+  /// Parts of `Recover`.
+  bool StartUp();
+  void MeasureGlass();
+  void FailRecovery(const std::string& text);
+
+  World& m_world;
+  HostSink m_sink;
+  std::atomic<photometer::IPhotometer*> m_pDevice{nullptr};
+  std::atomic<int> m_iInside{0};
+  std::atomic<int> m_iActors{0};
+  std::atomic<bool> m_bProgrammeEnded{false};
+  std::atomic<bool> m_bHalfUp{false};
+  std::atomic<DWORD> m_dwRequests{0};
+  std::atomic<DWORD> m_dwCallbackThread{0};
+  std::multimap<std::uint64_t, const Clause*> m_callbackSteps;
+};
+
+}  // namespace explorer

@@ -1,0 +1,415 @@
+#include "Properties.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <map>
+
+#include "Operations.h"
+
+namespace explorer {
+
+using photometer::MeasureValue;
+
+namespace {
+
+using Finding = std::optional<std::string>;
+
+constexpr std::int64_t Finished = 17;
+constexpr std::int64_t Cancelled = 18;
+constexpr std::int64_t TestPassed = 30;
+constexpr std::int64_t TestFailed = 35;
+constexpr std::int64_t StartUpPassed = 11;
+constexpr std::int64_t StartUpFailed = 12;
+constexpr std::int64_t StartUpEnded = 39;
+constexpr std::int64_t TestRunning = 43;
+
+/// A callback of the host holds a notification up for no longer, µs.
+constexpr std::uint64_t LongestCallback = 10'000'000;
+
+// ---- ends ----
+
+/// How a run ended, as flags.
+constexpr unsigned F = 1;   // finished
+constexpr unsigned C = 2;   // cancelled
+constexpr unsigned E = 4;   // error
+constexpr unsigned P = 8;   // failed pump
+constexpr unsigned B = 16;  // more than one of a kind
+
+struct EndRule {
+  std::string_view thread;
+  /// The ends that its rules allow; 0 closes the list.
+  std::array<unsigned, 7> allowed;
+  /// Errors that it reports at an error end.
+  std::size_t nErrors;
+};
+
+constexpr std::array<EndRule, 7> EndRules{{{"Measure", {F, C, E, P, P | C}, 1},
+                                           {"ScanProc", {F, C, E, P, P | C}, 1},
+                                           {"HolmiumOxideScan", {F, E}, 1},
+                                           {"Kinetics", {F, C, E, C | E, P, P | C}, 1},
+                                           {"MeasureTurbidityProc", {F, C, E, C | E}, 1},
+                                           {"WavelengthCheckProc", {F, C, E}, 2},
+                                           {"SystemCheckProc", {F, E}, 1}}};
+
+const EndRule* RuleOf(const ProcedureRun& run) {
+  const auto found = std::ranges::find(EndRules, run.name, &EndRule::thread);
+  return found == EndRules.end() ? nullptr : &*found;
+}
+
+std::string Counts(const ProcedureRun& run) {
+  return run.name + " with request " + std::to_string(run.RequestId()) + ": " + std::to_string(run.Notified(Finished)) +
+         " times finished, " + std::to_string(run.Notified(Cancelled)) + " cancelled, " +
+         std::to_string(run.Called("OnError")) + " errors, " + std::to_string(run.PumpFailures()) + " failed pumps";
+}
+
+unsigned EndOf(const ProcedureRun& run, const EndRule& rule) {
+  const std::size_t nFinished = run.Notified(Finished);
+  const std::size_t nCancelled = run.Notified(Cancelled);
+  const std::size_t nErrors = run.Called("OnError");
+  unsigned nEnd = (nFinished > 0 ? F : 0) | (nCancelled > 0 ? C : 0) | (nErrors > 0 ? E : 0);
+  nEnd |= run.PumpFailures() > 0 ? P : 0;
+  // A pump that was cancelled, or whose failure was an error, ends the run by that.
+  if ((nEnd & (F | E)) == 0 && (nEnd & C) != 0) {
+    nEnd &= ~P;
+  }
+  return nEnd | (nFinished > 1 || nCancelled > 1 || (nErrors > 0 && nErrors != rule.nErrors) ? B : 0);
+}
+
+Finding OneEnd(const Evidence& evidence) {
+  for (const ProcedureRun& run : evidence.runs.runs) {
+    const EndRule* pRule = RuleOf(run);
+    if (pRule == nullptr) {
+      continue;
+    }
+    if (run.Notified(Finished) + run.Notified(Cancelled) > 1) {
+      return Counts(run);
+    }
+    if (!run.bDisturbed && std::ranges::find(pRule->allowed, EndOf(run, *pRule)) == pRule->allowed.end()) {
+      return Counts(run);
+    }
+  }
+  return std::nullopt;
+}
+
+Finding OneEndOfStartUp(const Evidence& evidence) {
+  for (const ProcedureRun& run : evidence.runs.runs) {
+    if (run.name != "InitProc" || run.bDisturbed) {
+      continue;
+    }
+    const bool bPassed = run.Notified(StartUpPassed) == 1 && run.Notified(StartUpFailed) == 0 &&
+                         run.Called("OnReferenceValues") == 1 && run.Called("OnError") == 0;
+    const bool bFailed = run.Notified(StartUpPassed) == 0 && run.Notified(StartUpFailed) == 1 &&
+                         run.Called("OnReferenceValues") == 0 && run.Called("OnError") == 1;
+    if (bPassed == bFailed || run.Notified(StartUpEnded) != 1 || run.Notified(TestRunning) != 2) {
+      return "the start-up passed " + std::to_string(run.Notified(StartUpPassed)) + " times, failed " +
+             std::to_string(run.Notified(StartUpFailed)) + ", ended " + std::to_string(run.Notified(StartUpEnded)) +
+             ", with " + std::to_string(run.Called("OnError")) + " errors";
+    }
+  }
+  return std::nullopt;
+}
+
+Finding OneEndOfTest(const Evidence& evidence) {
+  for (const ProcedureRun& run : evidence.runs.runs) {
+    if (run.name != "WaveLengthTestProc" || run.bDisturbed) {
+      continue;
+    }
+    if (run.Notified(TestPassed) + run.Notified(TestFailed) != 1 || run.Notified(TestFailed) != run.Called("OnError") ||
+        run.Notified(TestRunning) != 2) {
+      return "the wavelength test passed " + std::to_string(run.Notified(TestPassed)) + " times and failed " +
+             std::to_string(run.Notified(TestFailed)) + ", with " + std::to_string(run.Called("OnError")) + " errors";
+    }
+  }
+  return std::nullopt;
+}
+
+Finding OneEndOfFlush(const Evidence& evidence) {
+  for (const ProcedureRun& run : evidence.runs.runs) {
+    // A flush of a device that is down has nobody to tell.
+    if (run.name != "FlushProc" || run.bDisturbed ||
+        evidence.runs.calls[static_cast<std::size_t>(run.nCall)].nResult != 0) {
+      continue;
+    }
+    const std::size_t nEnds = run.Called("OnFlushCompleted") + run.Called("OnPumpError");
+    if (nEnds != 1) {
+      return "a flush ended " + std::to_string(nEnds) + " times";
+    }
+  }
+  return std::nullopt;
+}
+
+Finding ThreadsEnd(const Evidence& evidence) {
+  for (const ProcedureRun& run : evidence.runs.runs) {
+    if (run.nEnd == ProcedureRun::npos) {
+      return "thread " + run.name + " has not ended";
+    }
+  }
+  return std::nullopt;
+}
+
+// ---- starts ----
+
+Finding OneThreadForEachStart(const Evidence& evidence) {
+  for (std::size_t i = 0; i < evidence.runs.calls.size(); ++i) {
+    const HostCall& call = evidence.runs.calls[i];
+    const Operation* pOperation = FindOperation(call.name);
+    if (pOperation == nullptr || pOperation->thread.empty() || call.nEnd == ProcedureRun::npos) {
+      continue;
+    }
+    const auto nThreads = std::ranges::count_if(evidence.runs.runs, [&](const ProcedureRun& run) {
+      return run.nCall == static_cast<std::int64_t>(i) && run.name == pOperation->thread;
+    });
+    // A flush runs on a device that is down, too; without a pump there is nobody to tell its parameters.
+    const bool bMayBeOther = (call.name == "flush" && call.nResult != 0) || call.name == "update-pump";
+    if (nThreads > 1 || (!bMayBeOther && nThreads != (call.nResult == 0 ? 1 : 0))) {
+      return call.name + " answers " + std::to_string(call.nResult) + " and starts " + std::to_string(nThreads) +
+             " threads " + std::string(pOperation->thread);
+    }
+  }
+  return std::nullopt;
+}
+
+// ---- cancels ----
+
+Finding CancelledOnlyWhenAsked(const Evidence& evidence) {
+  for (const ProcedureRun& run : evidence.runs.runs) {
+    if (run.Notified(Cancelled) > 0 && !run.bCancelAsked && !run.bDisturbed) {
+      return run.name + " was cancelled, and nobody had asked for it";
+    }
+  }
+  return std::nullopt;
+}
+
+/// When a callback of the run with this code began, µs.
+std::optional<std::uint64_t> TimeOf(const ProcedureRun& run, std::int64_t nCode) {
+  for (const Event* pEvent : run.events) {
+    if (pEvent->name == "OnNotify" && pEvent->b == nCode) {
+      return pEvent->nTime;
+    }
+  }
+  return std::nullopt;
+}
+
+bool HearsCancels(const ProcedureRun& run) {
+  return RuleOf(run) != nullptr && run.name != "HolmiumOxideScan" && run.name != "SystemCheckProc";
+}
+
+Finding NoCancelLost(const Evidence& evidence) {
+  for (const ProcedureRun& run : evidence.runs.runs) {
+    const std::optional<std::uint64_t> finished = TimeOf(run, Finished);
+    if (!HearsCancels(run) || !finished) {
+      continue;
+    }
+    for (const HostCall& call : evidence.runs.calls) {
+      const bool bHeard =
+          call.name == "cancel" && call.nResult == 0 && call.nBegin > run.nBegin && call.nEnd < run.nEnd;
+      if (bHeard && evidence.ledger.Events()[call.nEnd].nTime + LongestCallback < *finished) {
+        return run.name + " finished although it had been cancelled long before";
+      }
+    }
+  }
+  return std::nullopt;
+}
+
+// ---- errors ----
+
+/// Records that a run owes the error list.
+std::size_t RecordsOf(const ProcedureRun& run) {
+  if (run.Called("OnError") > 0) {
+    return 1;
+  }
+  // A spectrum whose stream a cancel cut off is recorded, and not reported.
+  return run.nErrorRecords == 1 && run.name == "ScanProc" && run.Notified(Cancelled) == 1 ? 1 : 0;
+}
+
+Finding OneErrorRecord(const Evidence& evidence) {
+  for (const ProcedureRun& run : evidence.runs.runs) {
+    const bool bWrong = run.bDisturbed ? run.nErrorRecords > 1 : run.nErrorRecords != RecordsOf(run);
+    if (bWrong) {
+      return run.name + " with " + std::to_string(run.Called("OnError")) + " errors wrote " +
+             std::to_string(run.nErrorRecords) + " records into the error list";
+    }
+  }
+  return std::nullopt;
+}
+
+// ---- results ----
+
+Finding CompleteResults(const Evidence& evidence) {
+  for (const ProcedureRun& run : evidence.runs.runs) {
+    std::optional<std::int64_t> position;
+    std::optional<std::int64_t> step;
+    std::int64_t nTag = 0;
+    for (const Event* pEvent : run.events) {
+      if (pEvent->kind != EventKind::Result) {
+        continue;
+      }
+      for (std::int64_t i = 0; i < pEvent->c; ++i) {
+        const MeasureValue& value = evidence.ledger.Values()[static_cast<std::size_t>(pEvent->b + i)];
+        if (!std::isfinite(value.dValue) || !std::isfinite(value.dValueRef) || !std::isfinite(value.dTurbidity)) {
+          return run.name + " delivers a value that is no number";
+        }
+        if (run.name == "Kinetics" && value.dwTag != nTag++) {
+          return "a cycle of the series is missing before " + std::to_string(value.dwTag);
+        }
+        const bool bTurbidity = run.name == "ScanProc" && value.dTurbidity >= 0.0;
+        if ((run.name != "ScanProc" && run.name != "HolmiumOxideScan") || bTurbidity) {
+          continue;
+        }
+        const auto nPosition = static_cast<std::int64_t>(value.dwPosition);
+        if (position && step && nPosition - *position != *step) {
+          return run.name + " delivers position " + std::to_string(nPosition) + " after " + std::to_string(*position);
+        }
+        step = position ? std::optional(nPosition - *position) : std::nullopt;
+        position = nPosition;
+      }
+    }
+  }
+  return std::nullopt;
+}
+
+Finding RightRequest(const Evidence& evidence) {
+  for (const ProcedureRun& run : evidence.runs.runs) {
+    const std::int64_t nRequest = run.RequestId();
+    for (const Event* pEvent : run.events) {
+      const bool bHasId = pEvent->kind == EventKind::Result || pEvent->name == "OnNotify";
+      if (nRequest >= 0 && bHasId && pEvent->a != nRequest && pEvent->a != 0) {
+        return run.name + " with request " + std::to_string(nRequest) + " reports for request " +
+               std::to_string(pEvent->a);
+      }
+    }
+  }
+  return std::nullopt;
+}
+
+// ---- lamps ----
+
+/// The last argument that a command was sent with before a place in the ledger; 0 when the port is not open there, and
+/// nobody can be told anything.
+std::int64_t LastArgument(const Ledger& ledger, char letter, std::size_t nBefore) {
+  for (std::size_t i = nBefore; i-- > 0;) {
+    const Event& event = ledger.Events()[i];
+    if (event.kind == EventKind::OpticalPort && event.a == 0) {
+      return 0;
+    }
+    if (event.kind == EventKind::OpticalCommand && event.a == letter) {
+      return event.b;
+    }
+  }
+  return 0;
+}
+
+/// A place in the ledger before which the port was still open.
+std::size_t LastOpen(const Ledger& ledger, std::size_t nFrom, std::size_t nTo) {
+  const auto& events = ledger.Events();
+  const auto first = events.begin() + static_cast<std::ptrdiff_t>(nFrom);
+  const auto last = events.begin() + static_cast<std::ptrdiff_t>(nTo);
+  const auto closed = std::find_if(
+      first, last, [](const Event& event) { return event.kind == EventKind::OpticalPort && event.a == 0; });
+  return static_cast<std::size_t>(closed - events.begin());
+}
+
+/// Commands that were sent while the port was open.
+bool WasTold(const Ledger& ledger, std::size_t nFrom, std::size_t nTo) {
+  const auto first = ledger.Events().begin() + static_cast<std::ptrdiff_t>(nFrom);
+  const auto last = ledger.Events().begin() + static_cast<std::ptrdiff_t>(nTo);
+  return std::any_of(first, last, [](const Event& event) { return event.kind == EventKind::OpticalCommand; });
+}
+
+Finding HalogenOffAfterEnd(const Evidence& evidence) {
+  for (const ProcedureRun& run : evidence.runs.runs) {
+    const bool bProcedure = RuleOf(run) != nullptr || run.name == "InitProc" || run.name == "WaveLengthTestProc";
+    if (!bProcedure || run.nEnd == ProcedureRun::npos || run.bDisturbed) {
+      continue;
+    }
+    // The next procedure may have begun before this one's thread has quite ended.
+    const bool bNext = std::ranges::any_of(evidence.runs.runs, [&run](const ProcedureRun& other) {
+      return &other != &run && RuleOf(other) != nullptr && other.nBegin > run.nBegin && other.nBegin < run.nEnd;
+    });
+    if (!bNext && LastArgument(evidence.ledger, 'h', run.nEnd) > 0) {
+      return run.name + " ended, and the last that the unit was told is halogen lamp on";
+    }
+  }
+  return std::nullopt;
+}
+
+Finding AllOffAfterShutdown(const Evidence& evidence) {
+  for (const HostCall& call : evidence.runs.calls) {
+    const bool bDown = (call.name == "shutdown" || call.name == "release") && !call.bInCallback;
+    if (!bDown || call.nEnd == ProcedureRun::npos || !WasTold(evidence.ledger, call.nBegin, call.nEnd)) {
+      continue;
+    }
+    const std::size_t nOpen = LastOpen(evidence.ledger, call.nBegin, call.nEnd);
+    for (const char letter : {'r', 'd', 'h', 'f'}) {
+      if (const std::int64_t nArgument = LastArgument(evidence.ledger, letter, nOpen); nArgument > 0) {
+        return call.name + " returned, and the last that the unit was told is $" + std::string(1, letter) +
+               std::to_string(nArgument);
+      }
+    }
+  }
+  return std::nullopt;
+}
+
+Finding UnitDark(const Evidence& evidence) {
+  return evidence.bUnitDark ? std::nullopt : Finding("a lamp or the fan is on after the last Shutdown");
+}
+
+// ---- board ----
+
+Finding First(const std::vector<std::string>& texts) { return texts.empty() ? std::nullopt : Finding(texts.front()); }
+
+Finding BoardRules(const Evidence& evidence) { return First(evidence.reports); }
+
+Finding NothingLeft(const Evidence& evidence) { return First(evidence.leftovers); }
+
+/// Noted by whoever sees it.
+Finding SeenOnTheWay(const Evidence& /*evidence*/) { return std::nullopt; }
+
+constexpr std::array<Property, 27> Table{{
+    {"board rules", "no deadlock, no cycle of locks, no lock held across a wait, no closed handle used, no spinning",
+     BoardRules},
+    {"one end", "each started procedure ends once, in one of the ways that its rules allow", OneEnd},
+    {"one end of a start-up", "a start-up passes or fails, once", OneEndOfStartUp},
+    {"one end of a wavelength test", "a wavelength test passes or fails, once", OneEndOfTest},
+    {"one end of a flush", "a flush is completed or fails, once", OneEndOfFlush},
+    {"one thread for each start", "an accepted start starts one thread, a refused one none", OneThreadForEachStart},
+    {"cancelled only when asked", "a procedure is cancelled only when that was asked for while it ran",
+     CancelledOnlyWhenAsked},
+    {"no cancel lost", "a procedure that was cancelled does not finish", NoCancelLost},
+    {"one error record", "the error list has one record for each failed procedure", OneErrorRecord},
+    {"complete results", "delivered values are numbers, in order, and none is missing between two", CompleteResults},
+    {"right request", "a procedure reports with the number of its own request", RightRequest},
+    {"halogen lamp off", "after each procedure the halogen lamp was told to be off", HalogenOffAfterEnd},
+    {"all off after Shutdown", "after Shutdown mirror, lamps and fan were told to be off", AllOffAfterShutdown},
+    {"unit dark", "at the very end the unit's lamps and fan are off", UnitDark},
+    {"threads end", "all threads of the library have ended", ThreadsEnd},
+    {"nothing left", "no handle and no thread is left", NothingLeft},
+    {"flat memory", "a run leaves nothing allocated, and needs a bounded amount", SeenOnTheWay},
+    {"callbacks never overlap", "no callback begins inside another thread's", SeenOnTheWay},
+    {"no callback after Shutdown", "no callback begins after Shutdown was called", SeenOnTheWay},
+    {"Shutdown within 3 s", "Shutdown and the last Release return within 3 s", SeenOnTheWay},
+    {"never stuck", "busy is cleared, and threads end", SeenOnTheWay},
+    {"whole log lines", "each line for a file is one whole line", SeenOnTheWay},
+    {"lamp counters never shrink", "hours of the lamps only grow", SeenOnTheWay},
+    {"answers", "each operation answers one of its codes", SeenOnTheWay},
+    {"references", "the last Release finds no reference left", SeenOnTheWay},
+    {"no crash", "the process survives the run, and the run ends", SeenOnTheWay},
+    {"recovery", "with everything in order a start-up and a measurement succeed and give right values", SeenOnTheWay},
+}};
+
+}  // namespace
+
+std::span<const Property> Properties() { return Table; }
+
+std::vector<Violation> Judge(const Evidence& evidence) {
+  std::vector<Violation> violations = evidence.ledger.Violations();
+  for (const Property& property : Table) {
+    if (const Finding finding = property.check(evidence)) {
+      violations.push_back({std::string(property.name), *finding});
+    }
+  }
+  return violations;
+}
+
+}  // namespace explorer

@@ -1,0 +1,191 @@
+#include "World.h"
+
+#include <algorithm>
+#include <array>
+
+#include "Faults.h"
+#include "platform/Platform.h"
+#include "platform/Sanitizers.h"
+
+namespace explorer {
+
+using namespace photometer;  // NOLINT(google-build-using-namespace): the interface's own vocabulary
+using photometer::platform::UnobservedScope;
+
+namespace {
+
+constexpr std::uint64_t MicrosecondsPerMillisecond = 1000;
+/// Between two looks at something that has to end, ms.
+constexpr DWORD LookPeriod = 5;
+
+constexpr std::array<double, 6> ZeroWavelengths{500, 700, 365, 436, 580, 850};
+/// Shortest sound cycle of the instrument's keep-alives, µs.
+constexpr simulator::Time KeepAlivePeriod = 1'000'000;
+
+simulator::OpticalUnitSettings UnitSettings(const Profile& profile) {
+  simulator::OpticalUnitSettings settings;
+  settings.seed = profile.seed;
+  settings.bUV = profile.bUV;
+  settings.positionOffset = profile.iOffset;
+  settings.noiseLevel = profile.bNoise ? 1.0 : 0.0;
+  return settings;
+}
+
+simulator::SipperZQ410Settings ZQ410Settings() {
+  simulator::SipperZQ410Settings settings;
+  settings.keepAlivePeriod = KeepAlivePeriod;
+  settings.flushTime = 2'000'000;
+  settings.pumpTime = 1;
+  return settings;
+}
+
+platform::VirtualBoardOptions BoardOptions(const Profile& profile, platform::VirtualBoardOptions options) {
+  options.startTick = profile.dwStartTick;
+  return options;
+}
+
+}  // namespace
+
+World::World(const Plan& itsPlan, WorldOptions options)
+    : plan(itsPlan),
+      instrument(UnitSettings(itsPlan.profile), itsPlan.profile.dwBounce),
+      zq410(ZQ410Settings()),
+      board(BoardOptions(itsPlan.profile, options.board)),
+      ledger(board.GetKernel()),
+      watched(board, ledger),
+      m_pBefore(platform::SetBoard(&watched)) {
+  if (options.bTrace) {
+    platform::SetBoard(&m_tracing.emplace(watched, transcript));
+  }
+  for (const char16_t* name : {OpticalPort, ExternalPort, SipperPort}) {
+    Plug(name);
+  }
+  board.PlugPins(&instrument.holder);
+  if (itsPlan.profile.iCuvette != 0) {
+    instrument.holder.Insert(itsPlan.profile.iCuvette, 0);
+  }
+}
+
+World::~World() { platform::SetBoard(m_pBefore); }
+
+void World::Unplug(const std::u16string& name) {
+  if (m_plugged.erase(name) != 0) {
+    board.UnplugPort(name);
+  }
+}
+
+void World::Plug(const std::u16string& name) {
+  if (!m_plugged.insert(name).second) {
+    return;
+  }
+  if (name == OpticalPort) {
+    board.PlugPort(name, instrument.unit, true);
+  } else if (name == ExternalPort && plan.profile.bZQ410) {
+    board.PlugPort(name, zq410);
+  } else if (name == SipperPort && plan.profile.bZQ420) {
+    board.PlugPort(name, zq420);
+  }
+}
+
+PhotometerParameters World::Parameters() const {
+  const Profile& profile = plan.profile;
+  const simulator::WavelengthPolynomial polynomial{};
+  PhotometerParameters params{};
+  params.dA = polynomial.cubic;
+  params.dB = polynomial.quadratic;
+  params.dC = polynomial.linear;
+  params.dD = polynomial.constant;
+  params.UpperFilterWL = 550;
+  params.MiddleFilterWL = 450;
+  params.LowerFilterWL = 375;
+  params.HalogenMin = 330;
+  params.HalogenMax = 1100;
+  params.UVMin = 190;
+  params.UVMax = 350;
+  params.bUV = profile.bUV ? TRUE : FALSE;
+  params.dwBaudRate = 19200;
+  params.dwByteSize = 8;
+  params.dwOperatingMode = profile.dwOperatingMode;
+  params.PumpTime = profile.dwPumpTime;
+  params.PumpParam2 = 1;
+  params.DelayTime = profile.dwDelayTime;
+  params.dwUVSessionTime = profile.dwUVSessionTime;
+  params.dwWavelengthCheckInterval = profile.dwCheckInterval;
+  return params;
+}
+
+CalibrationData World::Calibration() const {
+  const std::size_t nZeros = std::min<std::size_t>(plan.profile.dwZeros, ZeroWavelengths.size());
+  return {
+      360.7, 340.0, 880, 340, {ZeroWavelengths.begin(), ZeroWavelengths.begin() + static_cast<std::ptrdiff_t>(nZeros)}};
+}
+
+// ---- faults ----
+
+void World::StartFaults() {
+  std::vector<Moment> moments;
+  for (const Clause& fault : plan.faults) {
+    const FaultTimes times = TimesOf(fault);
+    moments.push_back({times.nBegin, &fault, true});
+    if (times.nEnd) {
+      moments.push_back({*times.nEnd, &fault, false});
+    }
+  }
+  std::stable_sort(moments.begin(), moments.end(),
+                   [](const Moment& one, const Moment& other) { return one.nTime < other.nTime; });
+  // What is wrong from the start is wrong before anything else happens.
+  auto next = moments.begin();
+  for (; next != moments.end() && next->nTime == 0; ++next) {
+    const UnobservedScope scope;
+    BeginFault(*this, *next->pFault);
+  }
+  moments.erase(moments.begin(), next);
+  if (!moments.empty()) {
+    m_bFaultsEnded = false;
+    platform::CloseHandle(platform::CreateThread([this, moments] { RunFaults(moments); }, "host world", nullptr));
+  }
+}
+
+void World::RunFaults(const std::vector<Moment>& moments) {
+  for (const Moment& moment : moments) {
+    while (!m_bStopFaults && ledger.Now() < moment.nTime * MicrosecondsPerMillisecond) {
+      const std::uint64_t nRest = moment.nTime - ledger.Now() / MicrosecondsPerMillisecond;
+      platform::Sleep(static_cast<DWORD>(std::min<std::uint64_t>(nRest, 1000)));
+    }
+    if (m_bStopFaults) {
+      break;
+    }
+    const UnobservedScope scope;
+    moment.bBegins ? BeginFault(*this, *moment.pFault) : EndFault(*this, *moment.pFault);
+  }
+  m_bFaultsEnded = true;
+}
+
+void World::Heal() {
+  m_bStopFaults = true;
+  while (!m_bFaultsEnded) {
+    platform::Sleep(LookPeriod);
+  }
+  const UnobservedScope scope;
+  for (const Clause& fault : plan.faults) {
+    EndFault(*this, fault);
+  }
+  watched.Failures().Clear();
+  instrument.RemoveCuvette(board.Now());
+  // Answers that are still to come, by a fault or by a command that was given up, are not the next start's.
+  instrument.unit.SwitchPower(board.Now(), false);
+  instrument.unit.SwitchPower(board.Now(), true);
+}
+
+bool World::WaitForThreads(DWORD dwMilliseconds) const {
+  const std::uint64_t nLimit = board.Now() + dwMilliseconds * MicrosecondsPerMillisecond;
+  while (watched.RunningThreads() > 0) {
+    if (board.Now() > nLimit) {
+      return false;
+    }
+    platform::Sleep(LookPeriod);
+  }
+  return true;
+}
+
+}  // namespace explorer
