@@ -8,8 +8,6 @@ namespace explorer {
 
 using photometer::platform::UnobservedScope;
 
-std::uint64_t Ledger::Now() const { return m_kernel.GetMicroseconds(); }
-
 void Ledger::Keep(Event event) {
   Mix(static_cast<std::uint64_t>(event.kind));
   for (const char character : event.name) {
@@ -23,13 +21,14 @@ void Ledger::Keep(Event event) {
 
 void Ledger::Note(EventKind kind, std::string_view name, std::int64_t a, std::int64_t b, std::int64_t c) {
   const UnobservedScope scope;
-  Keep({kind, Now(), m_kernel.GetCurrentThreadId(), std::string(name), a, b, c});
+  Keep({kind, Now(), m_board.Points(), CurrentThread(), std::string(name), a, b, c});
 }
 
 void Ledger::NoteThread(DWORD dwThread, std::string_view name) {
   const UnobservedScope scope;
-  const std::vector<std::int64_t>& open = m_openCalls[m_kernel.GetCurrentThreadId()];
-  Keep({EventKind::ThreadBegins, Now(), dwThread, std::string(name), open.empty() ? NoCall : open.back()});
+  const std::vector<std::int64_t>& open = m_openCalls[CurrentThread()];
+  Keep({EventKind::ThreadBegins, Now(), m_board.Points(), dwThread, std::string(name),
+        open.empty() ? NoCall : open.back()});
 }
 
 void Ledger::NoteResult(DWORD dwRequestId, const photometer::MeasureValues& values) {
@@ -52,14 +51,14 @@ void Ledger::NoteViolation(std::string_view property, const std::string& text) {
 std::int64_t Ledger::BeginCall(std::string_view name, bool bInCallback) {
   const UnobservedScope scope;
   const std::int64_t nCall = m_nCalls++;
-  m_openCalls[m_kernel.GetCurrentThreadId()].push_back(nCall);
+  m_openCalls[CurrentThread()].push_back(nCall);
   Note(EventKind::CallBegins, name, nCall, bInCallback ? 1 : 0);
   return nCall;
 }
 
 void Ledger::EndCall(std::int64_t nCall, std::string_view name, std::int64_t nResult) {
   const UnobservedScope scope;
-  m_openCalls[m_kernel.GetCurrentThreadId()].pop_back();
+  m_openCalls[CurrentThread()].pop_back();
   Note(EventKind::CallEnds, name, nCall, nResult);
 }
 

@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "photometer/Records.h"
-#include "platform/Board.h"
+#include "platform/virtual/VirtualBoard.h"
 
 namespace explorer {
 
@@ -33,7 +33,8 @@ enum class EventKind : std::uint8_t {
 
 struct Event {
   EventKind kind{};
-  std::uint64_t nTime = 0;  ///< µs
+  std::uint64_t nTime = 0;   ///< µs
+  std::uint64_t nPoint = 0;  ///< scheduling points of the board so far
   DWORD dwThread = 0;
   std::string name;
   std::int64_t a = 0;
@@ -51,8 +52,8 @@ class Ledger {
  public:
   static constexpr std::int64_t NoCall = -1;
 
-  /// Times and threads are the kernel's, which must outlive it.
-  explicit Ledger(photometer::platform::Kernel& kernel) : m_kernel(kernel) {}
+  /// Times, points and threads are the board's, which must outlive it.
+  explicit Ledger(photometer::platform::VirtualBoard& board) : m_board(board) {}
 
   void Note(EventKind kind, std::string_view name, std::int64_t a = 0, std::int64_t b = 0, std::int64_t c = 0);
   /// Of another thread than the calling one.
@@ -75,13 +76,14 @@ class Ledger {
   /// Over all events and values.
   [[nodiscard]] std::uint64_t Hash() const { return m_nHash; }
   /// Now, µs.
-  [[nodiscard]] std::uint64_t Now() const;
+  [[nodiscard]] std::uint64_t Now() const { return m_board.Now(); }
 
  private:
+  [[nodiscard]] DWORD CurrentThread() const { return m_board.GetKernel().GetCurrentThreadId(); }
   void Keep(Event event);
   void Mix(std::uint64_t nValue) { m_nHash = (m_nHash ^ nValue) * 0x100000001B3U; }
 
-  photometer::platform::Kernel& m_kernel;
+  photometer::platform::VirtualBoard& m_board;
   std::vector<Event> m_events;
   photometer::MeasureValues m_values;
   std::vector<Violation> m_violations;

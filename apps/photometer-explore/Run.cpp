@@ -60,12 +60,6 @@ bool IsUnitDark(World& world) {
   return state.halogen == 0 && !state.bDeuterium && state.fan == 0;
 }
 
-Evidence Collect(World& world) {
-  Evidence evidence{world.ledger, FindRuns(world.ledger), world.board.Reports(), world.board.Leftovers(), true};
-  // The thread that lets the faults happen, and what the host began, have ended.
-  return evidence;
-}
-
 void Play(const Plan& plan, const RunOptions& options, Outcome* pOutcome) {
   World world(plan, {BoardOptions(options), options.bTrace});
   world.board.OnDeadlock([&](const std::string& report) {
@@ -78,6 +72,9 @@ void Play(const Plan& plan, const RunOptions& options, Outcome* pOutcome) {
     Host host(world);
     host.RunProgramme();
     host.Close();
+    if (options.onHeal) {
+      options.onHeal();
+    }
     if (plan.bRecovery) {
       host.Recover();
       bDark = IsUnitDark(world);
@@ -85,13 +82,15 @@ void Play(const Plan& plan, const RunOptions& options, Outcome* pOutcome) {
       world.Heal();
     }
   }
-  Evidence evidence = Collect(world);
-  evidence.bUnitDark = bDark;
-  pOutcome->violations = Judge(evidence);
+  pOutcome->violations =
+      Judge({world.ledger, FindRuns(world.ledger), world.board.Reports(), world.board.Leftovers(), bDark});
   pOutcome->nHash = world.board.Hash() * 31 + world.ledger.Hash();
   pOutcome->nPoints = world.board.Points();
   pOutcome->nMicroseconds = world.board.Now();
   pOutcome->decisions = world.board.Decisions();
+  if (options.onEnd) {
+    options.onEnd(world.ledger);
+  }
   if (options.bTrace) {
     std::vector<std::string> lines = world.transcript.Lines();
     lines.erase(lines.begin(), lines.end() - static_cast<std::ptrdiff_t>(std::min(lines.size(), LinesKept)));

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -10,6 +11,7 @@
 #include "Ledger.h"
 #include "Plan.h"
 #include "platform/virtual/Decision.h"
+#include "platform/virtual/SchedulingPolicy.h"
 #include "platform/virtual/VirtualBoard.h"
 
 namespace explorer {
@@ -28,6 +30,10 @@ struct RunOptions {
   std::shared_ptr<photometer::platform::SchedulingPolicy> pPolicy;
   bool bRecordDecisions = false;
   bool bTrace = false;
+  /// Called when the programme is over and everything is put in order.
+  std::function<void()> onHeal;
+  /// Looks at what happened, before the world ends.
+  std::function<void(const Ledger&)> onEnd;
   /// No thread can ever go on: called with the violation, and must end the process.
   std::function<void(const Violation&)> onDeadlock;
 };

@@ -51,7 +51,7 @@ World::World(const Plan& itsPlan, WorldOptions options)
       instrument(UnitSettings(itsPlan.profile), itsPlan.profile.dwBounce),
       zq410(ZQ410Settings()),
       board(BoardOptions(itsPlan.profile, options.board)),
-      ledger(board.GetKernel()),
+      ledger(board),
       watched(board, ledger),
       m_pBefore(platform::SetBoard(&watched)) {
   if (options.bTrace) {
