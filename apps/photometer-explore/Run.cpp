@@ -21,7 +21,7 @@ namespace {
 
 constexpr std::size_t LinesKept = 60;
 /// What the standard library may keep for itself, and the bounded buffers of three ports with all else, bytes.
-constexpr std::int64_t LeftLimit = 4096;
+constexpr std::int64_t LeftLimit = 16384;
 constexpr std::int64_t MostLimit = std::int64_t{64} * 1024 * 1024;
 /// For the unit to carry out what it was told last, ms.
 constexpr DWORD LookPeriod = 50;
