@@ -1,5 +1,6 @@
 #include "device/Lifecycle.h"
 
+#include <algorithm>
 #include <array>
 #include <utility>
 
@@ -16,6 +17,13 @@ constexpr DWORD THREADS_END_LIMIT = 2500;
 constexpr DWORD WRITE_END_LIMIT = 100;
 
 constexpr DWORD VERSION_SILENCE = 202;
+
+/// The version's text with `?` for control characters: bytes that strayed into the answer must not tear a log line.
+std::string OneLine(std::string text) {
+  std::ranges::replace_if(
+      text, [](char character) { return static_cast<unsigned char>(character) < ' '; }, '?');
+  return text;
+}
 
 }  // namespace
 
@@ -143,7 +151,7 @@ bool Lifecycle::OpenEvents() {
 void Lifecycle::StartOpticalUnit() {
   const DWORD dwResult = m_Instrument.unit.ReadFirmwareVersion();
   const std::u16string version = m_Instrument.state.Lock()->m_Status.szFirmwareVersion;
-  LogPhotometerF(TRUE, "Firmware Version [%s],  iResult= %d", WideCharToMultiByte(version).c_str(),
+  LogPhotometerF(TRUE, "Firmware Version [%s],  iResult= %d", OneLine(WideCharToMultiByte(version)).c_str(),
                  static_cast<int>(dwResult));
   if (m_Instrument.state.IsStopping()) {
     return;

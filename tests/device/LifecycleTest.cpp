@@ -173,6 +173,17 @@ TEST(Lifecycle, NoUnitOnTheLine) {
   world.ExpectClean();
 }
 
+TEST(Lifecycle, StrayBytesInTheVersionLeaveTheLogLineWhole) {
+  World world;
+  Device device(world);
+  world.unit.EmitUnasked("a\nb\x01", 4000);
+  ASSERT_EQ(device.Initialize(), S_OK);
+  EXPECT_EQ(device->GetStatus().szFirmwareVersion[1], u'\n');
+  EXPECT_EQ(world.LogLines("Firmware Version [a?b?KESTRA-UV 2.14 ],  iResult= 0\n"), 1U);
+  device.Close();
+  world.ExpectClean();
+}
+
 TEST(Lifecycle, NoPort) {
   World world;
   Device device(world);
