@@ -74,8 +74,20 @@ HRESULT Lifecycle::Initialize(const PhotometerParameters* pParams, const Calibra
     return E_FAIL;
   }
   StartClean(*pCalib);
-  // A `Shutdown` that began before the stop flag was cleared still means this start.
-  return m_iShutdowns == 0 && BringUp() ? S_OK : E_FAIL;
+  return GoOn() && BringUp() ? S_OK : E_FAIL;
+}
+
+bool Lifecycle::GoOn() {
+  m_Instrument.state.ClearStop();
+  m_Instrument.sink.OpenGate();
+  if (m_iShutdowns == 0) {
+    return true;
+  }
+  // A `Shutdown` that began before the stop flag was cleared still means this start, and the host wants to hear nothing
+  // any more.
+  m_Instrument.sink.CloseGate();
+  m_Instrument.state.RaiseStop();
+  return false;
 }
 
 bool Lifecycle::EndEarlierStart() {
@@ -89,8 +101,6 @@ bool Lifecycle::EndEarlierStart() {
 
 void Lifecycle::StartClean(const CalibrationData& calib) {
   m_bUp = true;
-  m_Instrument.state.ClearStop();
-  m_Instrument.sink.OpenGate();
   const auto state = m_Instrument.state.Lock();
   state->m_Calibration = calib;
   state->m_strLastCommand.clear();

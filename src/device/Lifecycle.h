@@ -34,6 +34,8 @@ class Lifecycle {
   /// Ends what an earlier `Initialize` left. False: one of its threads does not end.
   bool EndEarlierStart();
   void StartClean(const CalibrationData& calib);
+  /// Threads may run and call the host from now on. False: a `Shutdown` has begun, and they may not.
+  bool GoOn();
   void LogStart();
   /// From the table to the start-up thread. False: a step failed; what the steps before it made stays.
   bool BringUp();

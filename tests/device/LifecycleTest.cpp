@@ -453,6 +453,39 @@ TEST(Lifecycle, InitializeBesideShutdown) {
   world.ExpectClean();
 }
 
+/// Counts what a flush tells.
+class FlushSink final : public EmptySink {
+ public:
+  void OnPumpError(DWORD /*dwRequestId*/, DWORD /*dwError*/) override { ++iHeard; }
+  std::atomic<int> iHeard{0};
+};
+
+TEST(Lifecycle, NothingIsHeardAfterAShutdownThatMeetsAnInitialize) {
+  // Wherever in the start the shutdown begins: a flush of the device that is down finds the way to the host closed. At
+  // the first point `Initialize` does not have its turn yet, and would come after it.
+  for (std::uint64_t nPoint = 3; nPoint < 40; ++nPoint) {
+    SCOPED_TRACE(nPoint);
+    World world;
+    Device device(world);
+    FlushSink sink;
+    std::atomic<bool> bDown{false};
+    world.board.RunAtPoint(world.board.Points() + nPoint, "second host", [&] {
+      EXPECT_EQ(device->Shutdown(), S_OK);
+      bDown = true;
+    });
+    device.Initialize();
+    while (!bDown) {
+      Sleep(10);
+    }
+    device->SetSink(&sink);
+    device->StartFlush(1);
+    Sleep(100);
+    EXPECT_EQ(sink.iHeard, 0);
+    device.Close();
+    world.ExpectClean();
+  }
+}
+
 // ---- callbacks ----
 
 TEST(Lifecycle, NotFromACallback) {
