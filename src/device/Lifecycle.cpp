@@ -13,6 +13,8 @@ namespace {
 
 /// How long the threads are given to end, ms. A waiting read takes 0.2 s; only a callback of the host takes longer.
 constexpr DWORD THREADS_END_LIMIT = 2500;
+/// Between two looks at the turn, ms: a wake-up that is lost costs no more than that.
+constexpr DWORD TURN_LOOK = 100;
 /// How long a write of the host to the optical port, begun before the stop, is given to end, ms.
 constexpr DWORD WRITE_END_LIMIT = 100;
 
@@ -30,19 +32,25 @@ std::string OneLine(std::string text) {
 /// The turn, for as long as it lives.
 class Lifecycle::Turn {
  public:
-  explicit Turn(HANDLE hTurn) : m_hTurn(hTurn) { WaitForSingleObject(m_hTurn, INFINITE); }
-  ~Turn() { SetEvent(m_hTurn); }
+  explicit Turn(Lifecycle& lifecycle) : m_Lifecycle(lifecycle) {
+    while (m_Lifecycle.m_bTurnTaken.exchange(true)) {
+      if (WaitForSingleObject(m_Lifecycle.m_hTurn, TURN_LOOK) == WAIT_FAILED) {
+        Sleep(TURN_LOOK);
+      }
+    }
+  }
+  ~Turn() { m_Lifecycle.GiveTurnBack(); }
   Turn(const Turn&) = delete;
   Turn& operator=(const Turn&) = delete;
 
  private:
-  HANDLE m_hTurn;
+  Lifecycle& m_Lifecycle;
 };
 
 Lifecycle::Lifecycle(std::shared_ptr<Instrument> pInstrument)
     : m_pInstrument(std::move(pInstrument)),
       m_Instrument(*m_pInstrument),
-      m_hTurn(CreateEventW(FALSE, TRUE, nullptr)) {}
+      m_hTurn(CreateEventW(FALSE, FALSE, nullptr)) {}
 
 Lifecycle::~Lifecycle() {
   if (m_hTurn != 0) {
@@ -56,7 +64,7 @@ HRESULT Lifecycle::Initialize(const PhotometerParameters* pParams, const Calibra
   if (m_Instrument.sink.IsInsideCallback()) {
     return E_FAIL;
   }
-  const Turn turn(m_hTurn);
+  const Turn turn(*this);
   {
     const auto state = m_Instrument.state.Lock();
     if (state->m_Status.bInitialized) {
@@ -194,7 +202,7 @@ HRESULT Lifecycle::Shutdown() {
   const bool bSwitchOffAgain = StopAndSwitchOff();
   const DWORD dwStart = GetTickCount();
   {
-    const Turn turn(m_hTurn);
+    const Turn turn(*this);
     TakeDown(bSwitchOffAgain, dwStart);
     --m_iShutdowns;
   }
@@ -202,15 +210,33 @@ HRESULT Lifecycle::Shutdown() {
 }
 
 LONG Lifecycle::OpenSipperPort() {
-  // A callback may call this while `Shutdown` has the turn and waits for the callback's thread: the stop ends the wait.
-  const std::array<HANDLE, 2> handles{m_hTurn, m_Instrument.state.StopEvent()};
-  if (!m_bUp || handles[1] == 0 || WaitForMultipleObjects(2, handles.data(), INFINITE) != WAIT_OBJECT_0) {
+  if (!TakeTurnUnlessStopped()) {
     return 0;
   }
   const bool bMayOpen = m_bUp && !m_Instrument.state.IsStopping();
   const LONG lResult = bMayOpen ? m_Instrument.sipperPort.OpenSipperPort() : 0;
-  SetEvent(m_hTurn);
+  GiveTurnBack();
   return lResult;
+}
+
+bool Lifecycle::TakeTurnUnlessStopped() {
+  // A callback may call this while `Shutdown` has the turn and waits for the callback's thread: the stop ends the wait.
+  const std::array<HANDLE, 2> handles{m_hTurn, m_Instrument.state.StopEvent()};
+  if (!m_bUp || handles[1] == 0) {
+    return false;
+  }
+  while (m_bTurnTaken.exchange(true)) {
+    const DWORD dwResult = WaitForMultipleObjects(2, handles.data(), TURN_LOOK);
+    if (m_Instrument.state.IsStopping() || (dwResult != WAIT_OBJECT_0 && dwResult != WAIT_TIMEOUT)) {
+      return false;
+    }
+  }
+  return true;
+}
+
+void Lifecycle::GiveTurnBack() {
+  m_bTurnTaken = false;
+  SetEvent(m_hTurn);
 }
 
 void Lifecycle::ShutdownForRelease() {

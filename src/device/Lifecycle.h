@@ -51,9 +51,14 @@ class Lifecycle {
   /// False: a thread has not ended.
   bool TakeDown(bool bSwitchOffAgain, DWORD dwStart);
 
+  /// False: the device is not up, or stops, and the turn was not taken.
+  bool TakeTurnUnlessStopped();
+  void GiveTurnBack();
+
   std::shared_ptr<Instrument> m_pInstrument;
   Instrument& m_Instrument;
-  /// Auto-reset; signalled while nobody has the turn.
+  /// Somebody has the turn. The event, auto-reset, is signalled when it is given back.
+  std::atomic<bool> m_bTurnTaken{false};
   HANDLE m_hTurn;
   /// Calls of `Shutdown` that have begun and not ended.
   std::atomic<int> m_iShutdowns{0};
