@@ -60,22 +60,22 @@ std::string FailAtNFinding::Where() const {
   return ToText(site) + ", call " + std::to_string(nCall) + (bForEver ? " and all after it" : "");
 }
 
+std::vector<ReachedSite> SitesOf(Plan plan) {
+  const FailingCalls counting;
+  plan.bRecovery = false;
+  RunPlan(plan, Quiet());
+  return counting.Reached();
+}
+
 FailAtNResult FailAtN(const Plan& plan, std::uint64_t nMostCalls) {
   FailAtNResult result;
-  {
-    FailingCalls counting;
-    Plan alone = plan;
-    alone.bRecovery = false;
-    RunPlan(alone, Quiet());
-    result.reached = counting.Reached();
-  }
+  result.reached = SitesOf(plan);
   SiteRuns runs(plan, &result);
   for (const ReachedSite& site : result.reached) {
     for (std::uint64_t n = 1; n <= std::min(site.nCalls, nMostCalls); ++n) {
       runs.Try(site.name, n, HowOften::Once);
     }
-    std::set<std::uint64_t> starts{1, site.nCalls / 2 + 1};
-    for (const std::uint64_t n : starts) {
+    for (const std::uint64_t n : std::set<std::uint64_t>{1, site.nCalls / 2 + 1}) {
       runs.Try(site.name, n, HowOften::Always);
     }
   }

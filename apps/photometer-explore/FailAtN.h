@@ -27,8 +27,11 @@ struct FailAtNResult {
   std::vector<FailAtNFinding> findings;
 };
 
+/// The call sites that the plan reaches, with everything in order.
+std::vector<photometer::platform::ReachedSite> SitesOf(Plan plan);
+
 /// Each site's first `nMostCalls` calls once each, and from its first and its middle call on for ever. Every run is a
-/// process of its own; `nJobs` at a time.
+/// process of its own.
 FailAtNResult FailAtN(const Plan& plan, std::uint64_t nMostCalls);
 
 }  // namespace explorer

@@ -187,11 +187,24 @@ int FailSitesOf(const std::string& name, const ModeOptions& options) {
   }
   std::cout << fmt::format("{}: {} call sites, {} runs, {:.1f} s, {} findings\n", name, result.reached.size(),
                            result.nRuns, SecondsSince(start), result.findings.size());
-  for (const auto& site : NeverReached(photometer::platform::CallSitesBelow(options.sourceFolder), result.reached)) {
-    std::cout << fmt::format("{}: never reached: {}\n", name, photometer::platform::ToText(site));
-  }
   std::cout << std::flush;
   return result.findings.empty() ? Sound : Broken;
+}
+
+/// To standard output: the sites that none of these procedures reaches.
+void TellNeverReached(const std::vector<std::string>& names, const std::string& sourceFolder) {
+  std::vector<photometer::platform::ReachedSite> reached;
+  for (const std::string& name : names) {
+    const auto sites = SitesOf(*ProcedurePlan(name));
+    reached.insert(reached.end(), sites.begin(), sites.end());
+  }
+  const auto all = photometer::platform::CallSitesBelow(sourceFolder);
+  if (all.empty()) {
+    std::cout << fmt::format("there are no sources below \"{}/src\" to compare with\n", sourceFolder);
+  }
+  for (const auto& site : NeverReached(all, reached)) {
+    std::cout << fmt::format("never reached: {}\n", photometer::platform::ToText(site));
+  }
 }
 
 }  // namespace
@@ -200,13 +213,14 @@ int FailSites(const std::string& name, const ModeOptions& options) {
   if (name != "all" && !ProcedurePlan(name)) {
     return Complain(fmt::format("there is no procedure \"{}\"; --list names them", name));
   }
+  const std::vector<std::string> names = name == "all" ? ProcedureNames() : std::vector{name};
   ProcessPool pool(options.exploration.nJobs);
-  for (const std::string& procedure : ProcedureNames()) {
-    if (name == "all" || name == procedure) {
-      pool.Start(procedure, [procedure, &options] { return FailSitesOf(procedure, options); });
-    }
+  for (const std::string& procedure : names) {
+    pool.Start(procedure, [&procedure, &options] { return FailSitesOf(procedure, options); });
   }
-  return pool.End();
+  const int iResult = pool.End();
+  TellNeverReached(names, options.sourceFolder);
+  return iResult;
 }
 
 int List() {

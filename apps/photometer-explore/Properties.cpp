@@ -38,7 +38,7 @@ constexpr unsigned B = 16;  // more than one of a kind
 
 struct EndRule {
   std::string_view thread;
-  /// The ends that its rules allow; 0 closes the list.
+  /// The ends that its rules allow; the rest of the list is 0, which is no end.
   std::array<unsigned, 7> allowed;
   /// Errors that it reports at an error end.
   std::size_t nErrors;
@@ -85,7 +85,9 @@ Finding OneEnd(const Evidence& evidence) {
     if (run.Notified(Finished) + run.Notified(Cancelled) > 1) {
       return Counts(run);
     }
-    if (!run.bDisturbed && std::ranges::find(pRule->allowed, EndOf(run, *pRule)) == pRule->allowed.end()) {
+    const unsigned nEnd = EndOf(run, *pRule);
+    const bool bAllowed = nEnd != 0 && std::ranges::find(pRule->allowed, nEnd) != pRule->allowed.end();
+    if (!run.bDisturbed && !bAllowed) {
       return Counts(run);
     }
   }

@@ -8,7 +8,7 @@ namespace explorer {
 
 namespace {
 
-/// A procedure, and the event that its end is known by.
+/// A procedure, and the event that its end is known by; without one nothing is tried against its end.
 struct Procedure {
   std::string_view name;
   /// Behind a start-up, but for the start-up itself.
@@ -24,7 +24,7 @@ constexpr std::string_view WaitSteps = "step host 0 wait-idle 120000\n";
 
 constexpr std::string_view StartUpSteps = "step host 0 initialize 2\nstep host 0 wait-idle 120000\n";
 
-constexpr std::array<Procedure, 13> Procedures{{
+constexpr std::array<Procedure, 17> Procedures{{
     {"start-up", "", EventKind::Callback, "OnNotify", 39, 1},
     {"measure", "step host 0 measure 340 1 0 0 0 0 0 500\n", EventKind::Callback, "OnNotify", 17, 1},
     {"scan", "step host 0 scan 500 502 340 0 0 0\n", EventKind::Callback, "OnNotify", 17, 1},
@@ -42,6 +42,16 @@ constexpr std::array<Procedure, 13> Procedures{{
     {"pump-and-measure",
      "profile mode 1\nprofile zq410 1\nstep host 0 insert-cuvette 10\nstep host 1500 measure 340 1 0 0 0 0 0 500\n",
      EventKind::Callback, "OnDelayCountdown", -1, 1},
+    {"lamp-session", "step host 0 uv-lamp 1 1\nstep host 45000 uv-lamp 0 1\n", EventKind::Callback, "", -1, 1},
+    {"cancelled-series", "step host 0 kinetics 1 5 500 340\nstep host 7000 cancel\n", EventKind::Callback, "", -1, 1},
+    {"cancelled-settling",
+     "profile mode 1\nprofile zq410 1\nprofile delay-time 5\nstep host 0 insert-cuvette 10\n"
+     "step host 1500 measure 340 1 0 0 0 0 0 500\nstep host 3000 cancel\n",
+     EventKind::Callback, "", -1, 1},
+    {"cancelled-flush",
+     "profile mode 2\nprofile zq420 1\nstep host 0 open-sipper\nstep host 300 ping\nstep host 100 flush 3\n"
+     "step host 1000 cancel-flush\nstep host 1000 status\n",
+     EventKind::Callback, "", -1, 1},
 }};
 
 /// A scenario that is no plain "operation against the end of a procedure".
@@ -105,7 +115,7 @@ std::vector<Scenario> MakeScenarios() {
   for (const Procedure& procedure : Procedures) {
     for (const std::string_view operation : {"cancel", "cancel-flush", "shutdown"}) {
       const bool bFlush = procedure.name.starts_with("flush");
-      if ((operation == "cancel" && bFlush) || (operation == "cancel-flush" && !bFlush)) {
+      if (procedure.event.empty() || (operation == "cancel" && bFlush) || (operation == "cancel-flush" && !bFlush)) {
         continue;
       }
       scenarios.push_back({std::string(operation) + "-against-" + std::string(procedure.name),

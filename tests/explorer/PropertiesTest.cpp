@@ -1,0 +1,108 @@
+// Each property is broken by events that the library must not make.
+
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "Properties.h"
+#include "platform/virtual/VirtualBoard.h"
+
+namespace explorer {
+namespace {
+
+using photometer::platform::VirtualBoard;
+
+/// What one thread of the library did, by the kind of event, its name and numbers.
+struct Told {
+  EventKind kind;
+  const char* name;
+  std::int64_t a = 0;
+  std::int64_t b = 0;
+};
+
+constexpr Told Started{EventKind::Callback, "OnNotify", 7, 25};
+constexpr Told Finished{EventKind::Callback, "OnNotify", 7, 17};
+constexpr Told Cancelled{EventKind::Callback, "OnNotify", 7, 18};
+constexpr Told Error{EventKind::Callback, "OnError", 0, 4};
+constexpr Told OfCheck{EventKind::Callback, "OnError", 7, 4};
+constexpr Told Written{EventKind::ErrorRecord, "record"};
+constexpr Told PumpFailed{EventKind::PumpFailed, "pump", 512};
+constexpr Told LampOn{EventKind::OpticalCommand, "$h1", 'h', 1};
+constexpr Told LampOff{EventKind::OpticalCommand, "$h0", 'h', 0};
+constexpr Told PortGone{EventKind::OpticalPort, "optical port", 0};
+
+/// The first property that a host's call `operation`, answered by 0, breaks, when its thread does all this.
+std::string Broken(const char* operation, const char* thread, const std::vector<Told>& told, bool bCancel = false) {
+  VirtualBoard board;
+  Ledger ledger(board);
+  const std::int64_t nCall = ledger.BeginCall(operation, false);
+  ledger.NoteThread(board.GetKernel().GetCurrentThreadId(), thread);
+  ledger.EndCall(nCall, operation, 0);
+  if (bCancel) {
+    ledger.EndCall(ledger.BeginCall("cancel", false), "cancel", 0);
+  }
+  for (const Told& one : told) {
+    ledger.Note(one.kind, one.name, one.a, one.b);
+  }
+  ledger.Note(EventKind::ThreadEnds, thread);
+  const std::vector<Violation> violations = Judge({ledger, FindRuns(ledger), {}, {}, true});
+  return violations.empty() ? "" : violations.front().property;
+}
+
+TEST(Properties, OfTheEndsOfARun) {
+  struct {
+    const char* operation;
+    const char* thread;
+    std::vector<Told> told;
+    bool bCancel;
+    const char* broken;
+  } const cases[] = {
+      {"measure", "Measure", {Started, Finished}, false, ""},
+      {"measure", "Measure", {Started, Cancelled}, true, ""},
+      {"measure", "Measure", {Started, Written, Error}, false, ""},
+      {"measure", "Measure", {Started, PumpFailed}, false, ""},
+      {"measure", "Measure", {Started}, false, "one end"},
+      {"measure", "Measure", {Started, Finished, Finished}, false, "one end"},
+      {"measure", "Measure", {Started, Finished, Cancelled}, true, "one end"},
+      {"measure", "Measure", {Started, Cancelled, Written, Error}, true, "one end"},
+      {"kinetics", "Kinetics", {Started, Cancelled, Written, Error}, true, ""},
+      {"holmium", "HolmiumOxideScan", {Started, Cancelled}, true, "one end"},
+      {"holmium", "HolmiumOxideScan", {Started, PumpFailed}, false, "one end"},
+      {"check", "WavelengthCheckProc", {Started, Written, Error, OfCheck}, false, ""},
+      {"check", "WavelengthCheckProc", {Started, Written, Error}, false, "one end"},
+      {"measure", "Measure", {Started, Cancelled}, false, "cancelled only when asked"},
+      {"measure", "Measure", {Started, Error}, false, "one error record"},
+      {"measure", "Measure", {Started, Finished, Written}, false, "one error record"},
+      {"measure", "Measure", {LampOn, Started, Finished}, false, "halogen lamp off"},
+      {"measure", "Measure", {LampOn, Started, Finished, LampOff}, false, ""},
+      {"measure", "Measure", {LampOn, PortGone, Started, Finished}, false, ""},
+      {"measure", "ScanProc", {Started, Finished}, false, "one thread for each start"},
+      {"flush", "FlushProc", {}, false, "one end of a flush"},
+      {"initialize", "InitProc", {{EventKind::Callback, "OnNotify", 0, 39}}, false, "one end of a start-up"},
+      {"wavelength-test", "WaveLengthTestProc", {}, false, "one end of a wavelength test"},
+      {"measure", "Measure", {Started, {EventKind::Callback, "OnNotify", 8, 4}, Finished}, false, "right request"},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(Broken(c.operation, c.thread, c.told, c.bCancel), c.broken)
+        << c.thread << ", case " << &c - std::begin(cases) << " of the table";
+  }
+}
+
+TEST(Properties, OfShutdown) {
+  VirtualBoard board;
+  Ledger ledger(board);
+  const std::int64_t nCall = ledger.BeginCall("shutdown", false);
+  ledger.Note(EventKind::OpticalCommand, "$h0", 'h', 0);
+  ledger.Note(EventKind::OpticalCommand, "$d1", 'd', 1);
+  ledger.Note(EventKind::OpticalPort, "optical port", 0);
+  ledger.EndCall(nCall, "shutdown", 0);
+  const std::vector<Violation> violations = Judge({ledger, FindRuns(ledger), {}, {"event 3"}, false});
+  ASSERT_EQ(violations.size(), 3U);
+  EXPECT_EQ(violations[0].property, "all off after Shutdown");
+  EXPECT_EQ(violations[1].property, "unit dark");
+  EXPECT_EQ(violations[2].property, "nothing left");
+}
+
+}  // namespace
+}  // namespace explorer
