@@ -24,8 +24,6 @@ std::atomic<LONG> g_lReferences{0};
 /// Zero values belong to a wavelength within less than this, nm.
 constexpr double CALIBRATION_TOLERANCE = 0.1;
 
-constexpr LONG ZQ_420_MODE = 2;
-
 }  // namespace
 
 Photometer::Photometer()
@@ -108,7 +106,7 @@ void Photometer::SetOperatingMode(LONG iMode) {
     pump.m_strSipperData2.clear();
     pump.m_strSipperRunTime.clear();
   }
-  if (iMode == ZQ_420_MODE) {
+  if (iMode == MODE_ZQ_420) {
     pump.dwReserved1 = pump.dwReserved2 = pump.dwReserved3 = 0;
   }
 }
