@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <iterator>
+#include <thread>
 
 #include "platform/Sanitizers.h"
 #include "platform/virtual/RuleChecks.h"
@@ -15,6 +16,19 @@
 #include "platform/virtual/VirtualSerialPorts.h"
 
 namespace photometer::platform {
+
+namespace {
+
+/// Starts a thread once. As long as a process has never had a second one, libstdc++ counts the references of a shared
+/// pointer without atomic operations, which the thread sanitizer, to which every fiber is a thread, reports as races.
+void HaveASecondThreadOnce() {
+  [[maybe_unused]] static const bool bDone = [] {
+    std::thread([] {}).join();
+    return true;
+  }();
+}
+
+}  // namespace
 
 struct VirtualBoard::Parts {
   explicit Parts(const VirtualBoardOptions& options)
@@ -40,6 +54,7 @@ struct VirtualBoard::Parts {
 };
 
 VirtualBoard::VirtualBoard(const VirtualBoardOptions& options) {
+  HaveASecondThreadOnce();
   const UnobservedScope scope;
   m_pParts = std::make_unique<Parts>(options);
 }
