@@ -286,29 +286,13 @@ TEST(StartUp, PassesWithACuvetteInsertedAtAnyMoment) {
 }
 
 TEST(StartUp, DoesNotWaitWhenTheHostDoesNotWantIt) {
-  class Unconcerned final : public EmptySink {
-   public:
-    DWORD QueryCuvetteWait() override {
-      ++nQueries;
-      return 1;
-    }
-    void OnNotify(DWORD /*dwRequestId*/, DWORD dwCode, DWORD /*dwValue*/) override {
-      if (dwCode == 31 || dwCode == 32) {
-        bAsked = true;
-      }
-    }
-    std::atomic<int> nQueries = 0;
-    std::atomic<bool> bAsked = false;
-  };
-  Unconcerned sink;
   Bench bench;
-  bench.device->SetSink(&sink);
+  bench.world.sink.SkipCuvetteWait();
   bench.world.holder.Insert(10, 0);
   EXPECT_TRUE(bench.StartUp());
   // Before the lamp test, the spectrum, each wavelength and each try.
-  EXPECT_EQ(sink.nQueries, 6);
-  EXPECT_FALSE(sink.bAsked);
-  bench.device->SetSink(nullptr);
+  EXPECT_EQ(bench.Count("QueryCuvetteWait()"), 6U);
+  EXPECT_EQ(bench.Count("OnNotify(0, 31, 1)") + bench.Count("OnNotify(0, 32, 1)"), 0U);
 }
 
 // ---- failures ----

@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <atomic>
 #include <cmath>
 #include <functional>
 #include <limits>
@@ -234,29 +233,16 @@ TEST(WavelengthCheck, HostIsAskedToRemoveTheCuvette) {
   ExpectPeaksFound(world, PEAKS, 0);
 }
 
-/// A host that does not want to wait for the cuvette.
-class ImpatientSink final : public EmptySink {
- public:
-  DWORD QueryCuvetteWait() override {
-    ++m_iQueries;
-    return 1;
-  }
-  [[nodiscard]] int Queries() const { return m_iQueries; }
-
- private:
-  std::atomic<int> m_iQueries{0};
-};
-
 TEST(WavelengthCheck, HostThatDoesNotWaitForTheRemoval) {
   World world;
   Device device(world);
   ASSERT_TRUE(device.StartUp());
-  ImpatientSink impatient;
-  device->SetSink(&impatient);
+  world.sink.SkipCuvetteWait();
+  world.transcript.Clear();
   device->SetCuvetteSize(10);
   ASSERT_EQ(Start(device, PEAKS), S_OK);
   platform::Sleep(30'000);
-  EXPECT_GT(impatient.Queries(), 2);
+  EXPECT_GT(world.sink.Count("QueryCuvetteWait()"), 2U);
   EXPECT_TRUE(device->GetStatus().bBusy);
   device->SetCuvetteSize(0);
   EXPECT_TRUE(device.WaitUntilNotBusy());

@@ -111,7 +111,7 @@ void RecordingSink::OnWarmUpCountdown(DWORD dwSeconds) {
 
 DWORD RecordingSink::QueryCuvetteWait() {
   Enter("QueryCuvetteWait()");
-  return 0;
+  return m_bSkipsCuvetteWait ? 1 : 0;
 }
 
 }  // namespace photometer::tests

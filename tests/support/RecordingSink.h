@@ -26,6 +26,8 @@ class RecordingSink final : public EmptySink {
   /// No callback may begin from now on.
   void ForbidCallbacks() { m_bForbidden = true; }
   void AllowCallbacks() { m_bForbidden = false; }
+  /// `QueryCuvetteWait` answers that the host does not want to wait.
+  void SkipCuvetteWait() { m_bSkipsCuvetteWait = true; }
 
   /// What broke the rules.
   [[nodiscard]] std::vector<std::string> Faults() const;
@@ -53,6 +55,7 @@ class RecordingSink final : public EmptySink {
   platform::Board& m_Board;
   platform::Transcript& m_Transcript;
   std::atomic<bool> m_bForbidden{false};
+  std::atomic<bool> m_bSkipsCuvetteWait{false};
   std::atomic<int> m_iInside{0};
   // Guards what follows; never held across a call of the layer.
   mutable std::mutex m_Mutex;
