@@ -73,11 +73,11 @@ std::vector<ScanSegment> PlanPositions(const ScanRequest& request, BOOL bUV, con
 void MakeCoarse(ScanPlan* pPlan) {
   std::vector<ScanSegment> coarse;
   DWORD dwCarried = 0;
-  for (ScanSegment segment : pPlan->segments) {
-    const bool bLast = segment.strCommand == pPlan->segments.back().strCommand;
+  for (std::size_t i = 0; i < pPlan->segments.size(); ++i) {
+    ScanSegment segment = pPlan->segments[i];
     segment.dwExpected += dwCarried;
     dwCarried = 0;
-    if (bLast) {
+    if (i + 1 == pPlan->segments.size()) {
       const DWORD dwExtra = COARSE_POSITIONS - segment.dwExpected % COARSE_POSITIONS;
       segment.dwExpected += dwExtra;
       pPlan->dwLast += dwExtra;
