@@ -43,6 +43,7 @@ constexpr OpticalCommand TURBIDITY_GAIN{"SetTurbidityGain", "$G", 0, 1, CacheEnt
 constexpr DWORD MAX_REPLY = 32;
 constexpr std::size_t COMMAND_LIMIT = 31;
 
+constexpr const char* LAMP_SWITCHING = "_SetDeuteriumLamp";
 constexpr DWORD DEUTERIUM_BASE = 70;
 /// The deuterium lamp did not light.
 constexpr DWORD LAMP_NOT_LIT = 77;
@@ -187,7 +188,7 @@ DWORD OpticalUnit::AnnounceDeuteriumLamp(BOOL bOn, DWORD dwSwitchOffs) {
 }
 
 DWORD OpticalUnit::SwitchDeuteriumLamp(BOOL bOn, DWORD dwSwitchOffs) {
-  m_State.SetLastCommand("_SetDeuteriumLamp");
+  m_State.SetLastCommand(LAMP_SWITCHING);
   const LONG iSpeed = m_State.Lock()->m_Cache[CacheEntry::MonochromatorSpeed];
   if (iSpeed != MOVE_SPEED && SetMonochromatorSpeed(MOVE_SPEED) != 0) {
     return LAMP_NOT_LIT;
@@ -253,10 +254,16 @@ DWORD OpticalUnit::SettleDeuteriumLamp(DWORD dwResult, DWORD dwSwitchOffs) {
   // The lamp was told to light and nobody watches over it: it must not stay on.
   m_Link.WriteBetweenExchanges("$d0\r");
   m_Link.WriteBetweenExchanges("$f0\r");
-  return dwResult != 0 ? dwResult : LAMP_NOT_LIT;
+  return dwResult != 0 ? dwResult : LampNotLit();
+}
+
+DWORD OpticalUnit::LampNotLit() {
+  m_State.SetLastCommand(LAMP_SWITCHING);
+  return LAMP_NOT_LIT;
 }
 
 DWORD OpticalUnit::SendLampCommand(BOOL bOn) {
+  m_State.SetLastCommand(LAMP_SWITCHING);  // a reading of the light came before
   const DWORD dwCause = m_Link.SendCommand(bOn ? "$d1\r" : "$d0\r", MAX_REPLY);
   return dwCause == 0 ? 0 : DEUTERIUM_BASE + dwCause;
 }
@@ -272,7 +279,7 @@ DWORD OpticalUnit::MoveToLampPosition(WarmUpPosition& position) {
 DWORD OpticalUnit::WarmUpDeuteriumLamp(double dBefore, DWORD dwSwitchOffs) {
   NKDbgPrintfW("    Waiting warm up...");
   if (!CountWarmUpDown(dwSwitchOffs)) {
-    return LAMP_NOT_LIT;
+    return LampNotLit();
   }
   NKDbgPrintfW("    Finished warm up...");
   double dAfter = 0.0;
@@ -280,7 +287,7 @@ DWORD OpticalUnit::WarmUpDeuteriumLamp(double dBefore, DWORD dwSwitchOffs) {
     return dwResult;
   }
   if (dAfter - dBefore < LAMP_RISE) {
-    return LAMP_NOT_LIT;
+    return LampNotLit();
   }
   return SetFan(LAMP_FAN_LEVEL);
 }

@@ -84,6 +84,8 @@ class OpticalUnit {
   DWORD SwitchDeuteriumLampOff();
   DWORD SwitchDeuteriumLampOn(DWORD dwSwitchOffs);
   DWORD SendLampCommand(BOOL bOn);
+  /// The lamp, not the command before, is what failed.
+  DWORD LampNotLit();
   DWORD MoveToLampPosition(WarmUpPosition& position);
   /// From the lamp command on: waits, looks for the light, and switches the fan on.
   DWORD WarmUpDeuteriumLamp(double dBefore, DWORD dwSwitchOffs);

@@ -200,7 +200,7 @@ TEST(SystemCheck, DeuteriumLampThatDoesNotLightEndsIt) {
   check.GetWorld().unit.SetFaults(With(&Faults::bDeuteriumLights, false));
   check.Run();
   EXPECT_EQ(check.GetSink().GetCalls(), (Calls{"OnNotify(11, 25, 0)", "0 0 0 0 0 0 0 0 0  1 0 0 0", "OnError(0, 77)"}));
-  EXPECT_EQ(ErrorRecords(check.GetWorld(), "System Check", "GetADValue", 77), 1U) << "the reading that saw no light";
+  EXPECT_EQ(ErrorRecords(check.GetWorld(), "System Check", "_SetDeuteriumLamp", 77), 1U);
 }
 
 TEST(SystemCheck, WavelengthStepAbsorbsWhatItsSpectrumMeets) {

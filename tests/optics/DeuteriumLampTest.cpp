@@ -109,6 +109,7 @@ TEST(DeuteriumLamp, RiseDecides) {
     Sleep(10);
     EXPECT_EQ(optics.device.Commands(), c.commands);
     EXPECT_EQ(optics.Cached(CacheEntry::UVLamp), c.dwResult == 0 ? 1 : UNKNOWN);
+    EXPECT_EQ(optics.state.LastCommand(), c.dwResult == 0 ? "SetFan" : "_SetDeuteriumLamp");
     EXPECT_EQ(optics.world.sink.Calls().back(), "OnLampSwitching(0)");
   }
 }
@@ -119,34 +120,36 @@ TEST(DeuteriumLamp, FailedCommandsOnTheWay) {
     std::function<void(LampOptics&)> fault;
     DWORD dwResult;
     bool bSwitchedOff;
+    const char* command;
   } const cases[] = {
       {"speed",
        [](LampOptics& o) {
          o.Cache(CacheEntry::MonochromatorSpeed, 10);
          o.device.Script("$S50", "error");
        },
-       77, false},
+       77, false, "SetMonochromatorSpeed"},
       {"speed back",
        [](LampOptics& o) {
          o.Cache(CacheEntry::MonochromatorSpeed, 10);
          o.device.Script("$S10", "error");
        },
-       104, false},
-      {"lamp error", [](LampOptics& o) { o.device.Script("$d1", "error"); }, 74, true},
-      {"lamp silent", [](LampOptics& o) { o.device.Script("$d1", Answer{}); }, 72, true},
-      {"fan", [](LampOptics& o) { o.device.Script("$f7", "error"); }, 174, true},
+       104, false, "SetMonochromatorSpeed"},
+      {"lamp error", [](LampOptics& o) { o.device.Script("$d1", "error"); }, 74, true, "_SetDeuteriumLamp"},
+      {"lamp silent", [](LampOptics& o) { o.device.Script("$d1", Answer{}); }, 72, true, "_SetDeuteriumLamp"},
+      {"fan", [](LampOptics& o) { o.device.Script("$f7", "error"); }, 174, true, "SetFan"},
       {"move back",
        [](LampOptics& o) {
          o.Cache(CacheEntry::MonochromatorPosition, 100);
          o.device.Script("$M100", "error");
        },
-       114, true},
+       114, true, "MoveMonochromator"},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
     LampOptics optics;
     c.fault(optics);
     EXPECT_EQ(optics.unit.SetDeuteriumLamp(TRUE), c.dwResult);
+    EXPECT_EQ(optics.state.LastCommand(), c.command);
     Sleep(10);
     const Commands commands = optics.device.Commands();
     const bool bSwitchedOff =
