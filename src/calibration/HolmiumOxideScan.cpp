@@ -105,8 +105,10 @@ LONG HolmiumOxideScan::CollectPoints() {
   while (verdict == PointStream::Verdict::Going) {
     std::string bytes;
     if (exchange.Receive(bytes) == OpticalExchange::Arrival::Silence) {
-      NKDbgPrintfW("[Photometer] Timeout: received %d pts, %d expected\n\r", static_cast<int>(stream.Received()),
-                   static_cast<int>(m_dwPoints));
+      if (!m_State.IsStopping()) {
+        NKDbgPrintfW("[Photometer] Timeout: received %d pts, %d expected\n\r", static_cast<int>(stream.Received()),
+                     static_cast<int>(m_dwPoints));
+      }
       return static_cast<LONG>(exchange.GiveUp(Backlog::Stream, SILENCE));
     }
     points.clear();

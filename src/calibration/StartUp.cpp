@@ -130,10 +130,10 @@ LONG StartUp::MeasureZeros() {
       LogPhotometerF(TRUE, "[InitProc] ZERO MEASUREMENT finished...");
       return 0;
     }
-    LogPhotometerF(TRUE, "[InitProc] Restarting ZERO MEASUREMENT ... ");
     if (m_State.IsStopping()) {
       return NO_ZERO_READING;  // the wait for the cuvette's removal was ended, not answered
     }
+    LogPhotometerF(TRUE, "[InitProc] Restarting ZERO MEASUREMENT ... ");
   }
 }
 

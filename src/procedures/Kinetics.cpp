@@ -145,7 +145,8 @@ bool Kinetics::WaitForCycle() {
   // Longer than the tick counter can tell is for ever: no interval reaches the wait's own "without end".
   const std::uint64_t nRest = nInterval > dwElapsed ? nInterval - dwElapsed : 0;
   const auto dwRest = static_cast<DWORD>(std::min<std::uint64_t>(nRest, INFINITE - 1));
-  if (WaitForSingleObject(m_State.CancelEvent(), dwRest) == WAIT_OBJECT_0) {
+  // The stop signals the event, too; the next command is refused then.
+  if (WaitForSingleObject(m_State.CancelEvent(), dwRest) == WAIT_OBJECT_0 && !m_State.IsStopping()) {
     LogPhotometerF(TRUE, "[Kinetics] Measurement has been canceled !");
     m_bCanceled = true;
     return false;

@@ -194,8 +194,10 @@ LONG Scan::CollectPoints(OpticalExchange& exchange, DWORD dwExpected) {
       continue;
     }
     if (arrival == OpticalExchange::Arrival::Silence) {
-      LogPhotometerF(TRUE, "[Scan] Timeout: received %d pts, %d expected", static_cast<int>(stream.Received()),
-                     static_cast<int>(dwExpected));
+      if (!m_State.IsStopping()) {
+        LogPhotometerF(TRUE, "[Scan] Timeout: received %d pts, %d expected", static_cast<int>(stream.Received()),
+                       static_cast<int>(dwExpected));
+      }
       return static_cast<LONG>(exchange.GiveUp(Backlog::Stream, SILENCE));
     }
     points.clear();

@@ -281,6 +281,15 @@ TEST(Kinetics, CancelledInTheWait) {
   EXPECT_EQ(device.world.LogLines("[Kinetics] Thread closed with iResult= 0\n"), 1U);
 }
 
+TEST(Kinetics, ShutdownInTheWaitIsNoCancel) {
+  ReadyDevice device;
+  ASSERT_EQ(KineticsOf(Request(60, 600))(*device.operator->()), S_OK);
+  platform::Sleep(30'000);
+  device->Shutdown();
+  EXPECT_EQ(device.world.LogLines("[Kinetics] Thread closed"), 1U);
+  EXPECT_EQ(device.world.LogLines("canceled"), 0U);
+}
+
 TEST(Kinetics, CancelAndErrorAreBothReported) {
   ReadyDevice device;
   device.world.unit.WireFaults().Add({.kind = FaultKind::Silence, .letter = 'F', .nth = 1});

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <functional>
 #include <string>
@@ -512,6 +513,20 @@ TEST(Scan, CancelledWhileTheStreamRuns) {
     EXPECT_EQ(device.Run(ScanOf(ACROSS_A_FILTER)).size(), BOTH_POINTS);
     EXPECT_EQ(device.world.Written()[1], "$M4238") << "where a cancelled scan stands does not count";
   }
+}
+
+TEST(Scan, ShutdownInTheStreamIsNoTimeOut) {
+  ReadyDevice device;
+  std::atomic<bool> bStreams{false};
+  device.AtValue(10, [&] { bStreams = true; });
+  ASSERT_EQ(ScanOf(ACROSS_A_FILTER)(*device.operator->()), S_OK);
+  for (int i = 0; i < 60'000 && !bStreams; ++i) {
+    platform::Sleep(1);
+  }
+  device->Shutdown();
+  EXPECT_EQ(device.world.LogLines("[Scan] Thread closed with iResult= 322\n"), 1U);
+  EXPECT_EQ(device.world.LogLines("[Scan] Timeout"), 0U);
+  EXPECT_EQ(device.world.LogLines("[ScanProc] "), 0U);
 }
 
 TEST(Scan, FailureAfterACancelIsTheCancels) {
