@@ -33,13 +33,10 @@ std::string PumpParameterText(DWORD dwPumpTime, DWORD dwPumpParam2) {
 // ---- the port ----
 
 BOOL ExternalPort::OpenExternalPort() {
-  LineSettings settings = PUMP_LINE;
+  LineSettings settings{};
   {
     const auto state = m_State.Lock();
-    const PhotometerParameters& params = state->m_Params;
-    if (state->m_PumpInfo.m_iOperatingMode != MODE_ZQ_410) {
-      settings = {params.dwBaudRate, params.dwByteSize, params.dwParity};
-    }
+    settings = PortSettings(state->m_Params, state->m_PumpInfo.m_iOperatingMode == MODE_ZQ_410);
   }
   PortReader reader{.name = "RS232_Reader", .onBlock = nullptr, .onEnd = nullptr};
   reader.onBlock = [this, frames = FrameReader()](std::string_view bytes) mutable { TakeBlock(bytes, &frames); };
@@ -59,15 +56,8 @@ HRESULT ExternalPort::SetExternalPortSettings(DWORD dwBaudRate, DWORD dwByteSize
 }
 
 HRESULT ExternalPort::ResetExternalPortSettings() {
-  LineSettings settings = PUMP_LINE;
-  {
-    const auto state = m_State.Lock();
-    const PhotometerParameters& params = state->m_Params;
-    if (static_cast<LONG>(params.dwOperatingMode) != MODE_ZQ_410) {
-      settings = {params.dwBaudRate, params.dwByteSize, params.dwParity};
-    }
-  }
-  m_Line.Port().Apply(settings);
+  const PhotometerParameters params = m_State.Lock()->m_Params;
+  m_Line.Port().Apply(PortSettings(params, static_cast<LONG>(params.dwOperatingMode) == MODE_ZQ_410));
   return S_OK;
 }
 

@@ -22,6 +22,11 @@ inline constexpr LONG MODE_ZQ_420 = 2;
 /// What both pumps speak: 19200 baud, 8 data bits, no parity.
 inline constexpr LineSettings PUMP_LINE{19200, 8, NOPARITY};
 
+/// The external port's settings of the parameters, or the pump's.
+inline LineSettings PortSettings(const PhotometerParameters& params, bool bPump) {
+  return bPump ? PUMP_LINE : LineSettings{params.dwBaudRate, params.dwByteSize, params.dwParity};
+}
+
 /// A time that is over at the latest so many milliseconds after the object was made. Wraps of the tick counter do no
 /// harm; limits beyond 24 days are cut.
 class Deadline {

@@ -51,13 +51,10 @@ LONG SipperPort::OpenSipperPort() {
 }
 
 BOOL SipperPort::ConfigureSipperPort() {
-  LineSettings settings = PUMP_LINE;
+  LineSettings settings{};
   {
     const auto state = m_State.Lock();
-    const PhotometerParameters& params = state->m_Params;
-    if (state->m_PumpInfo.m_iOperatingMode != MODE_ZQ_420) {
-      settings = {params.dwBaudRate, params.dwByteSize, params.dwParity};
-    }
+    settings = PortSettings(state->m_Params, state->m_PumpInfo.m_iOperatingMode == MODE_ZQ_420);
   }
   PortReader reader{.name = "COM6_Reader", .iFailedReadLimit = 1, .onBlock = nullptr, .onEnd = nullptr};
   reader.onBlock = [this, frames = FrameReader()](std::string_view bytes) mutable {
