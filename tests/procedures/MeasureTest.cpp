@@ -287,8 +287,7 @@ TEST(Measure, EndsWithTheNumberOfTheCommandThatFails) {
       {'T', "SetTurbidityPower", 525.0, 184, 182},
       {'G', "SetTurbidityGain", 525.0, 194, 192},
       {'t', "GetTurbidity", 525.0, 162, 162},
-      {'d', "_SetDeuteriumLamp", 220.0, 74,
-       72},  // the lamp is switched by a procedure; its last named command was the reading
+      {'d', "_SetDeuteriumLamp", 220.0, 74, 72},
       {'f', "SetFan", 220.0, 174, 172},
   };
   for (const auto& c : cases) {
