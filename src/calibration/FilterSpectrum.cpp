@@ -5,18 +5,13 @@
 
 #include "optics/InOrder.h"
 #include "optics/ShutterReading.h"
+#include "optics/UnitValues.h"
 
 namespace photometer {
 
 namespace {
 
-constexpr DWORD OPEN_POSITION = 0;
-constexpr DWORD HOLMIUM_POSITION_UV = 6;
-constexpr DWORD HOLMIUM_POSITION_VISIBLE = 5;
-constexpr DWORD HALOGEN_PATH = 1;
-constexpr DWORD MOVE_SPEED = 50;
 constexpr DWORD SCAN_SPEED = 38400;
-constexpr DWORD READING_AD_SPEED = 9;
 
 constexpr DWORD NOTIFY_PROGRESS = 4;
 constexpr DWORD NOTIFY_REMOVE_CUVETTE = 31;
@@ -106,7 +101,7 @@ DWORD FilterSpectrum::MeasurePasses(const Range& range, BOOL bIgnoreCuvette, Pas
   const bool bUV = m_State.Lock()->m_Params.bUV != 0;
   return InOrder([&] { return PrepareOpenPass(); }, [&] { return CheckCancel(); },
                  [&] { return ScanPass(range, bIgnoreCuvette, OPEN_PASS_DONE, pOpen); },
-                 [&] { return m_Unit.SetFilter(bUV ? HOLMIUM_POSITION_UV : HOLMIUM_POSITION_VISIBLE); },
+                 [&] { return m_Unit.SetFilter(HolmiumPosition(bUV)); },
                  [&] { return ScanPass(range, bIgnoreCuvette, FILTER_PASS_DONE, pFilter); });
 }
 

@@ -3,6 +3,7 @@
 #include "logging/LogFiles.h"
 #include "optics/InOrder.h"
 #include "optics/ShutterReading.h"
+#include "optics/UnitValues.h"
 
 namespace photometer {
 
@@ -17,14 +18,7 @@ constexpr LONG NOT_WRITTEN = 305;
 constexpr LONG LOWEST_POSITION = -1000;
 constexpr LONG HIGHEST_POSITION = 15000;
 
-constexpr DWORD OPEN_POSITION = 0;
-constexpr DWORD HOLMIUM_POSITION_UV = 6;
-constexpr DWORD HOLMIUM_POSITION_VISIBLE = 5;
-constexpr DWORD HALOGEN_PATH = 1;
-constexpr DWORD MOVE_SPEED = 50;
 constexpr DWORD SCAN_SPEED = 2400;
-constexpr DWORD READING_AD_SPEED = 9;
-constexpr DWORD SCAN_AD_SPEED = 5;
 constexpr std::size_t COMMAND_LIMIT = 15;
 
 }  // namespace
@@ -72,8 +66,7 @@ DWORD HolmiumOxideScan::OpenPass() {
 }
 
 DWORD HolmiumOxideScan::PrepareFilterPass() {
-  return InOrder([&] { return m_Unit.SetFilter(m_bUV ? HOLMIUM_POSITION_UV : HOLMIUM_POSITION_VISIBLE); },
-                 [&] { return PreparePass(&m_FilterDark); });
+  return InOrder([&] { return m_Unit.SetFilter(HolmiumPosition(m_bUV)); }, [&] { return PreparePass(&m_FilterDark); });
 }
 
 DWORD HolmiumOxideScan::PreparePass(Reading* pDark) {
@@ -112,13 +105,9 @@ LONG HolmiumOxideScan::CollectPoints() {
       return static_cast<LONG>(exchange.GiveUp(Backlog::Stream, SILENCE));
     }
     points.clear();
-    verdict = exchange.Overflowed() ? PointStream::Verdict::TooMuch : stream.Take(bytes, &points);
-    if (verdict == PointStream::Verdict::Complete) {
-      verdict = exchange.TakeStreamEnd(stream);
-    }
+    verdict = exchange.TakePoints(bytes, stream, &points);
     if (verdict == PointStream::Verdict::Error || verdict == PointStream::Verdict::TooMuch) {
-      const LONG iResult = verdict == PointStream::Verdict::Error ? UNIT_ERROR : TOO_MUCH_DATA;
-      return static_cast<LONG>(exchange.GiveUp(Backlog::Stream, static_cast<DWORD>(iResult)));
+      return verdict == PointStream::Verdict::Error ? UNIT_ERROR : TOO_MUCH_DATA;
     }
     Deliver(points);
   }

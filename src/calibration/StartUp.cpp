@@ -2,6 +2,7 @@
 
 #include "logging/LogFiles.h"
 #include "optics/InOrder.h"
+#include "optics/UnitValues.h"
 
 namespace photometer {
 
@@ -22,20 +23,11 @@ constexpr DWORD START_UP_FAILED = 12;
 constexpr DWORD START_UP_ENDED = 39;
 constexpr DWORD START_UP_RUNNING = 43;
 
-constexpr LONG NO_ACCEPTABLE_OFFSET = -2;
-
 constexpr DWORD WAVELENGTH_ATTEMPTS = 3;
 /// Largest correction that a sound instrument needs, steps either way.
 constexpr LONG OFFSET_LIMIT = 15;
 
-constexpr DWORD HALOGEN_PATH = 1;
-
 bool IsAcceptable(LONG iOffset) { return iOffset >= -OFFSET_LIMIT && iOffset <= OFFSET_LIMIT; }
-
-/// A stage code and its value, for one hold of the sink lock.
-SinkCall Stage(DWORD dwCode, DWORD dwValue) {
-  return [=](IPhotometerSink& sink) { sink.OnNotify(0, dwCode, dwValue); };
-}
 
 }  // namespace
 
@@ -180,18 +172,11 @@ void StartUp::End(LONG iResult) {
   if (iResult == 0) {
     HandOverZeros();
   }
-  m_End.Report("InitProc", iResult);
-  m_End.MakeSafe();
+  EndOptics("InitProc", iResult);
   if (iResult != 0) {
-    m_Unit.ReleaseMonochromator();
-    m_End.React(iResult);
     m_Sink.NotifyCode(0, START_UP_FAILED, static_cast<DWORD>(iResult));
   }
-  {
-    const auto state = m_State.Lock();
-    state->m_Status.bInitialized = iResult == 0 && !m_State.IsStopping() ? TRUE : FALSE;
-    m_End.GiveBack();
-  }
+  DecideInitialized(iResult);
   m_Sink.Notify({Stage(START_UP_RUNNING, 1), Stage(START_UP_ENDED, 0)});
   LogPhotometerF(TRUE, "[InitProc] Thread finished.");
 }

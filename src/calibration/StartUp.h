@@ -7,29 +7,13 @@
 
 #include <vector>
 
-#include "calibration/FilterSpectrum.h"
-#include "calibration/HolmiumPeak.h"
-#include "calibration/WavelengthModel.h"
-#include "calibration/ZeroMeasurement.h"
-#include "optics/OpticalUnit.h"
-#include "procedures/EndSequence.h"
-#include "state/DeviceState.h"
-#include "state/HostSink.h"
+#include "calibration/SelfTestRun.h"
 
 namespace photometer {
 
-class StartUp {
+class StartUp : private SelfTestRun {
  public:
-  StartUp(DeviceState& state, HostSink& sink, OpticalUnit& unit, WavelengthModel& model, FilterSpectrum& spectrum,
-          HolmiumPeak& peak, ZeroMeasurement& zeros, EndSequence& end)
-      : m_State(state),
-        m_Sink(sink),
-        m_Unit(unit),
-        m_Model(model),
-        m_Spectrum(spectrum),
-        m_Peak(peak),
-        m_Zeros(zeros),
-        m_End(end) {}
+  using SelfTestRun::SelfTestRun;
 
   /// Thread procedure.
   void InitProc();
@@ -49,17 +33,6 @@ class StartUp {
   void End(LONG iResult);
   void HandOverZeros();
   bool CuvetteHadToBeRemoved() { return m_Spectrum.WaitForCuvetteRemoval(CuvetteCaller::StartUp) != FALSE; }
-
-  DeviceState& m_State;
-  HostSink& m_Sink;
-  OpticalUnit& m_Unit;
-  WavelengthModel& m_Model;
-  FilterSpectrum& m_Spectrum;
-  HolmiumPeak& m_Peak;
-  ZeroMeasurement& m_Zeros;
-  EndSequence& m_End;
-
-  CalibrationData m_Calibration{};
 };
 
 }  // namespace photometer

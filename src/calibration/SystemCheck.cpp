@@ -8,6 +8,7 @@
 #include "calibration/Statistics.h"
 #include "logging/LogFiles.h"
 #include "optics/InOrder.h"
+#include "optics/UnitValues.h"
 
 namespace photometer {
 
@@ -31,12 +32,6 @@ constexpr double FILTER_LIMIT = 1.0;
 constexpr double NOISE_TEST_WAVELENGTH = 500.0;
 constexpr int NOISE_READINGS = 11;
 constexpr double NOISE_LIMIT = 0.005;
-
-constexpr DWORD HALOGEN_PATH = 1;
-constexpr DWORD DEUTERIUM_PATH = 2;
-constexpr DWORD OPEN_POSITION = 0;
-constexpr DWORD MOVE_SPEED = 50;
-constexpr DWORD READING_AD_SPEED = 9;
 
 DWORD Verdict(BOOL bPassed) { return bPassed ? PASSED : FAILED; }
 

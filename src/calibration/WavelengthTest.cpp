@@ -23,11 +23,6 @@ constexpr DWORD ATTEMPTS = 3;
 /// Largest deviation that passes at first, and after the monochromator has sought its home position, steps either way.
 constexpr LONG FIRST_TOLERANCE = 5;
 constexpr LONG LATER_TOLERANCE = 15;
-constexpr LONG NO_ACCEPTABLE_OFFSET = -2;
-
-SinkCall Stage(DWORD dwCode, DWORD dwValue) {
-  return [=](IPhotometerSink& sink) { sink.OnNotify(0, dwCode, dwValue); };
-}
 
 }  // namespace
 
@@ -131,18 +126,11 @@ LONG WavelengthTest::MeasureZeros() {
 }
 
 void WavelengthTest::End(LONG iResult) {
-  m_End.Report("WaveLengthTestProc", iResult);
-  m_End.MakeSafe();
+  EndOptics("WaveLengthTestProc", iResult);
   if (iResult != 0) {
-    m_Unit.ReleaseMonochromator();
-    m_End.React(iResult);
     m_Sink.Notify({Stage(ZERO_MEASUREMENT, 0), Stage(TEST_GIVEN_UP, 0)});
   }
-  {
-    const auto state = m_State.Lock();
-    state->m_Status.bInitialized = iResult == 0 && !m_State.IsStopping() ? TRUE : FALSE;
-    m_End.GiveBack();
-  }
+  DecideInitialized(iResult);
   m_Sink.Notify({Stage(TEST_RUNNING, 1), Stage(iResult == 0 ? TEST_PASSED : TEST_FAILED, 0)});
   LogPhotometerF(TRUE, "[WaveLengthTestProc] Thread finished.");
 }

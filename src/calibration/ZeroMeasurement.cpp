@@ -1,14 +1,12 @@
 #include "calibration/ZeroMeasurement.h"
 
 #include "optics/InOrder.h"
+#include "optics/UnitValues.h"
 
 namespace photometer {
 
 namespace {
 
-constexpr DWORD HALOGEN_PATH = 1;
-constexpr DWORD MOVE_SPEED = 50;
-constexpr DWORD READING_AD_SPEED = 9;
 constexpr int TRIES = 10;
 constexpr DWORD NOTIFY_ZERO_MEASUREMENT = 7;
 

@@ -306,6 +306,19 @@ OpticalExchange::Arrival OpticalExchange::Wait(const HANDLE* pHandles, DWORD dwC
 
 bool OpticalExchange::Overflowed() const { return m_Link.m_Buffer.Overflowed(); }
 
+PointStream::Verdict OpticalExchange::TakePoints(std::string_view bytes, PointStream& stream,
+                                                 std::vector<Reading>* pPoints) {
+  PointStream::Verdict verdict = stream.Take(bytes, pPoints);
+  verdict = Overflowed() ? PointStream::Verdict::TooMuch : verdict;
+  if (verdict == PointStream::Verdict::Complete) {
+    verdict = TakeStreamEnd(stream);
+  }
+  if (verdict == PointStream::Verdict::Error || verdict == PointStream::Verdict::TooMuch) {
+    GiveUp(Backlog::Stream, 0);
+  }
+  return verdict;
+}
+
 PointStream::Verdict OpticalExchange::TakeStreamEnd(PointStream& stream) {
   std::vector<Reading> none;
   PointStream::Verdict verdict = PointStream::Verdict::Complete;
@@ -316,9 +329,7 @@ PointStream::Verdict OpticalExchange::TakeStreamEnd(PointStream& stream) {
     }
     verdict = stream.Take(bytes, &none);
   }
-  if (verdict != PointStream::Verdict::Complete) {
-    GiveUp(Backlog::Stream, 0);
-  } else if (stream.MissingEndBytes() > 0) {
+  if (verdict == PointStream::Verdict::Complete && stream.MissingEndBytes() > 0) {
     m_Link.OweBytes(stream.MissingEndBytes());
   }
   return verdict;

@@ -142,15 +142,17 @@ class OpticalExchange {
   Arrival Receive(std::string& reply, DWORD dwMilliseconds = SILENCE_LIMIT);
   /// As `Receive`, and ends with `Cancel` when the cancel event is signalled and nothing has come.
   Arrival ReceiveOrCancel(std::string& reply, DWORD dwMilliseconds = SILENCE_LIMIT);
+  /// Takes the whole points of a stream's bytes out of them. With the last one, takes in the bytes behind it, for at
+  /// most 2 s, and what comes on top of them; the next exchange waits for those that come later. Lost bytes are
+  /// `TooMuch`. After `Error` and `TooMuch` the stream is given up.
+  PointStream::Verdict TakePoints(std::string_view bytes, PointStream& stream, std::vector<Reading>* pPoints);
   /// Bytes were lost since the command was sent.
   [[nodiscard]] bool Overflowed() const;
-  /// Takes in the bytes behind the last point of a complete stream, for at most 2 s, and what comes on top of them; the
-  /// next exchange waits for those that come later. `Complete`; or `Error` or `TooMuch` when the unit goes on.
-  PointStream::Verdict TakeStreamEnd(PointStream& stream);
   /// The answer is not complete: the rest may still come. Returns `dwResult`.
   DWORD GiveUp(Backlog backlog, DWORD dwResult);
 
  private:
+  PointStream::Verdict TakeStreamEnd(PointStream& stream);
   Arrival Wait(const HANDLE* pHandles, DWORD dwCount, std::string& reply, DWORD dwMilliseconds);
 
   OpticalLink& m_Link;

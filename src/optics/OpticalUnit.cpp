@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <limits>
 
+#include "optics/UnitValues.h"
+
 namespace photometer {
 
 /// One row of the command set.
@@ -52,8 +54,6 @@ constexpr double LAMP_TEST_WAVELENGTH = 220.0;
 /// By which the reference channel rises at least when the lamp has lit, counts.
 constexpr double LAMP_RISE = 10000.0;
 constexpr DWORD LAMP_FAN_LEVEL = 7;
-/// The monochromator's speed for moves.
-constexpr LONG MOVE_SPEED = 50;
 constexpr DWORD COUNTDOWN_STEP = 1000;
 
 constexpr DWORD VERSION_SILENCE = 202;
@@ -190,7 +190,8 @@ DWORD OpticalUnit::AnnounceDeuteriumLamp(BOOL bOn, DWORD dwSwitchOffs) {
 DWORD OpticalUnit::SwitchDeuteriumLamp(BOOL bOn, DWORD dwSwitchOffs) {
   m_State.SetLastCommand(LAMP_SWITCHING);
   const LONG iSpeed = m_State.Lock()->m_Cache[CacheEntry::MonochromatorSpeed];
-  if (iSpeed != MOVE_SPEED && SetMonochromatorSpeed(MOVE_SPEED) != 0) {
+  const bool bOtherSpeed = iSpeed != static_cast<LONG>(MOVE_SPEED);
+  if (bOtherSpeed && SetMonochromatorSpeed(MOVE_SPEED) != 0) {
     return LAMP_NOT_LIT;
   }
   const DWORD dwResult = bOn ? SwitchDeuteriumLampOn(dwSwitchOffs) : SwitchDeuteriumLampOff();
@@ -198,7 +199,7 @@ DWORD OpticalUnit::SwitchDeuteriumLamp(BOOL bOn, DWORD dwSwitchOffs) {
     return dwResult;
   }
   // A speed that was not known before cannot be put back.
-  if (iSpeed != MOVE_SPEED && iSpeed != UNKNOWN) {
+  if (bOtherSpeed && iSpeed != UNKNOWN) {
     if (const DWORD dwCause = SetMonochromatorSpeed(static_cast<DWORD>(iSpeed)); dwCause != 0) {
       return dwCause;
     }

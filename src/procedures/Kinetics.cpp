@@ -5,6 +5,7 @@
 
 #include "logging/LogFiles.h"
 #include "optics/InOrder.h"
+#include "optics/UnitValues.h"
 
 namespace photometer {
 
@@ -13,9 +14,6 @@ namespace {
 constexpr int READING_ATTEMPTS = 10;
 constexpr LONG NO_VALID_READING = 313;
 constexpr LONG INTERVAL_EXCEEDED = 315;
-
-constexpr DWORD HALOGEN_PATH = 1;
-constexpr DWORD DEUTERIUM_PATH = 2;
 
 constexpr std::uint64_t MS_PER_SECOND = 1000;
 constexpr std::uint64_t MS_PER_MINUTE = 60 * MS_PER_SECOND;
@@ -192,22 +190,14 @@ LONG Kinetics::TryReading(MeasureValue* pValue) {
   if (IsValid(reading)) {
     return 0;
   }
-  LogPhotometerF(FALSE, "[Kinetics] get invalid values...");
-  LogPhotometerF(FALSE, "[Kinetics] Pos= %d  WL= %.f  Value= %.3f  ValueRef= %.3f",
-                 static_cast<int>(pValue->dwPosition), pValue->dWavelength, pValue->dValue, pValue->dValueRef);
+  LogInvalidReading("Kinetics", *pValue);
   return NO_VALID_READING;
 }
 
 void Kinetics::Deliver(const MeasureValue& value) {
   const MeasureValues values{value};
   m_Sink.Notify([&](IPhotometerSink& sink) { sink.OnResult(m_Request.m_dwRequestId, &values); });
-  const DWORD dwNow = GetTickCount();
-  m_State.Lock()->m_Status.dwLastActivityTick = dwNow;
-}
-
-bool Kinetics::CancelSeen() {
-  m_bCanceled = m_bCanceled || m_State.IsCancelled();
-  return m_bCanceled;
+  NoteActivity();
 }
 
 void Kinetics::Finish(LONG iResult) {

@@ -5,32 +5,18 @@
 /// before, however long the readings took.
 #pragma once
 
-#include "calibration/WavelengthModel.h"
-#include "optics/Detectors.h"
-#include "optics/OpticalUnit.h"
 #include "optics/ShutterReading.h"
 #include "photometer/Records.h"
-#include "procedures/EndSequence.h"
-#include "pumps/Pumps.h"
-#include "state/DeviceState.h"
-#include "state/HostSink.h"
+#include "procedures/SampleRun.h"
 
 namespace photometer {
 
 /// 0, E_POINTER or E_INVALIDARG.
 HRESULT ValidateKineticsRequest(const KineticsRequest* pRequest, const PhotometerParameters& params);
 
-class Kinetics {
+class Kinetics : private SampleRun {
  public:
-  Kinetics(DeviceState& state, HostSink& sink, OpticalUnit& unit, Detectors& detectors, const WavelengthModel& model,
-           Pumps& pumps, EndSequence& end)
-      : m_State(state),
-        m_Sink(sink),
-        m_Unit(unit),
-        m_Detectors(detectors),
-        m_Model(model),
-        m_Pumps(pumps),
-        m_End(end) {}
+  using SampleRun::SampleRun;
 
   /// Thread procedure.
   void Run();
@@ -52,16 +38,7 @@ class Kinetics {
   bool IntervalExceeded();
   void Deliver(const MeasureValue& value);
   double CycleMinutes() const;
-  bool CancelSeen();
   void Finish(LONG iResult);
-
-  DeviceState& m_State;
-  HostSink& m_Sink;
-  OpticalUnit& m_Unit;
-  Detectors& m_Detectors;
-  const WavelengthModel& m_Model;
-  Pumps& m_Pumps;
-  EndSequence& m_End;
 
   KineticsRequest m_Request{};
   PhotometerParameters m_Params{};
@@ -72,7 +49,6 @@ class Kinetics {
   DWORD m_dwCycleTick = 0;
   /// When the cycle was to start: a wait that ended late delays one cycle, and not all that follow.
   DWORD m_dwDueTick = 0;
-  bool m_bCanceled = false;
 };
 
 }  // namespace photometer

@@ -5,20 +5,16 @@
 
 #include "logging/LogFiles.h"
 #include "optics/InOrder.h"
+#include "optics/UnitValues.h"
 #include "procedures/PumpAndDelay.h"
 
 namespace photometer {
 
 namespace {
 
-constexpr DWORD MOVE_SPEED = 50;
-constexpr DWORD READING_AD_SPEED = 9;
 constexpr int READING_ATTEMPTS = 10;
 /// Ten attempts gave no light.
 constexpr LONG NO_VALID_READING = -3;
-
-constexpr DWORD HALOGEN_PATH = 1;
-constexpr DWORD DEUTERIUM_PATH = 2;
 
 bool IsWithin(double d, double dLowest, double dHighest) { return d >= dLowest && d <= dHighest; }
 
@@ -151,9 +147,7 @@ LONG Measure::TryReading(MeasureValue* pValue) {
   if (IsValid(reading)) {
     return 0;
   }
-  LogPhotometerF(FALSE, "[Measure] get invalid values...");
-  LogPhotometerF(FALSE, "[Measure] Pos= %d  WL= %.f  Value= %.3f  ValueRef= %.3f", static_cast<int>(pValue->dwPosition),
-                 pValue->dWavelength, pValue->dValue, pValue->dValueRef);
+  LogInvalidReading("Measure", *pValue);
   return NO_VALID_READING;
 }
 
@@ -168,13 +162,7 @@ void Measure::Deliver(std::size_t nIndex, const MeasureValues& values) {
   const DWORD dwId = m_Request.m_dwRequestId;
   m_Sink.Notify({[&](IPhotometerSink& sink) { sink.OnResult(dwId, &values); },
                  [&](IPhotometerSink& sink) { sink.OnNotify(dwId, NOTIFY_MEASURED, dwPercent); }});
-  const DWORD dwNow = GetTickCount();
-  m_State.Lock()->m_Status.dwLastActivityTick = dwNow;
-}
-
-bool Measure::CancelSeen() {
-  m_bCanceled = m_bCanceled || m_State.IsCancelled();
-  return m_bCanceled;
+  NoteActivity();
 }
 
 void Measure::Finish(LONG iResult) {

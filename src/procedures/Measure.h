@@ -6,31 +6,17 @@
 /// `OnResult` lives until the callback returns.
 #pragma once
 
-#include "calibration/WavelengthModel.h"
-#include "optics/Detectors.h"
-#include "optics/OpticalUnit.h"
 #include "optics/ShutterReading.h"
-#include "procedures/EndSequence.h"
-#include "pumps/Pumps.h"
-#include "state/DeviceState.h"
-#include "state/HostSink.h"
+#include "procedures/SampleRun.h"
 
 namespace photometer {
 
 /// 0, E_POINTER or E_INVALIDARG.
 HRESULT ValidateMeasureRequest(const MeasureRequest* pRequest, const PhotometerParameters& params);
 
-class Measure {
+class Measure : private SampleRun {
  public:
-  Measure(DeviceState& state, HostSink& sink, OpticalUnit& unit, Detectors& detectors, const WavelengthModel& model,
-          Pumps& pumps, EndSequence& end)
-      : m_State(state),
-        m_Sink(sink),
-        m_Unit(unit),
-        m_Detectors(detectors),
-        m_Model(model),
-        m_Pumps(pumps),
-        m_End(end) {}
+  using SampleRun::SampleRun;
 
   /// Thread procedure.
   void Run();
@@ -49,20 +35,10 @@ class Measure {
   LONG TryReading(MeasureValue* pValue);
   DWORD ReadTurbidity(double* pTurbidity);
   void Deliver(std::size_t nIndex, const MeasureValues& values);
-  bool CancelSeen();
   void Finish(LONG iResult);
-
-  DeviceState& m_State;
-  HostSink& m_Sink;
-  OpticalUnit& m_Unit;
-  Detectors& m_Detectors;
-  const WavelengthModel& m_Model;
-  Pumps& m_Pumps;
-  EndSequence& m_End;
 
   MeasureRequest m_Request{};
   PhotometerParameters m_Params{};
-  bool m_bCanceled = false;
 };
 
 }  // namespace photometer

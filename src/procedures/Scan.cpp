@@ -2,6 +2,7 @@
 
 #include "logging/LogFiles.h"
 #include "optics/InOrder.h"
+#include "optics/UnitValues.h"
 #include "procedures/Turbidity.h"
 
 namespace photometer {
@@ -14,12 +15,9 @@ constexpr LONG UNIT_ERROR = 324;
 constexpr LONG NOT_WRITTEN = 325;
 constexpr LONG CANCELLED = 326;
 
-constexpr DWORD MOVE_SPEED = 50;
 constexpr DWORD COARSE_SPEED = 240;
 constexpr DWORD FINE_SPEED = 2400;
 constexpr DWORD COARSE_LENGTH = 10;
-constexpr DWORD READING_AD_SPEED = 9;
-constexpr DWORD SCAN_AD_SPEED = 5;
 constexpr DWORD DEUTERIUM_LAMP = 2;
 
 /// Steps that a range is widened by at its end, so that its last wavelength has its point.
@@ -201,14 +199,9 @@ LONG Scan::CollectPoints(OpticalExchange& exchange, DWORD dwExpected) {
       return static_cast<LONG>(exchange.GiveUp(Backlog::Stream, SILENCE));
     }
     points.clear();
-    PointStream::Verdict verdict = stream.Take(bytes, &points);
-    verdict = exchange.Overflowed() ? PointStream::Verdict::TooMuch : verdict;
-    if (verdict == PointStream::Verdict::Complete) {
-      verdict = exchange.TakeStreamEnd(stream);
-    }
+    const PointStream::Verdict verdict = exchange.TakePoints(bytes, stream, &points);
     if (verdict == PointStream::Verdict::Error || verdict == PointStream::Verdict::TooMuch) {
-      return static_cast<LONG>(
-          exchange.GiveUp(Backlog::Stream, static_cast<DWORD>(Reject(verdict, stream, dwExpected))));
+      return Reject(verdict, stream, dwExpected);
     }
     for (const Reading& reading : points) {
       AppendPoint(reading);
@@ -287,19 +280,13 @@ void Scan::DeliverBatch() {
   const DWORD dwId = m_Request.m_dwRequestId;
   m_Sink.Notify([&](IPhotometerSink& sink) { sink.OnResult(dwId, &m_Batch); });
   m_Batch.clear();
-  const DWORD dwNow = GetTickCount();
-  m_State.Lock()->m_Status.dwLastActivityTick = dwNow;
+  NoteActivity();
 }
 
 // ---- end ----
 
 void Scan::NoteEnd() {
   m_State.Lock()->m_Cache[CacheEntry::MonochromatorPosition] = static_cast<LONG>(m_Plan.dwLast + 1);
-}
-
-bool Scan::CancelSeen() {
-  m_bCanceled = m_bCanceled || m_State.IsCancelled();
-  return m_bCanceled;
 }
 
 void Scan::Finish(LONG iResult) {

@@ -8,18 +8,12 @@
 
 #include <vector>
 
-#include "calibration/WavelengthModel.h"
-#include "optics/Detectors.h"
 #include "optics/OpticalLink.h"
-#include "optics/OpticalUnit.h"
 #include "optics/PointStream.h"
 #include "optics/ShutterReading.h"
 #include "photometer/Records.h"
-#include "procedures/EndSequence.h"
+#include "procedures/SampleRun.h"
 #include "procedures/ScanPlan.h"
-#include "pumps/Pumps.h"
-#include "state/DeviceState.h"
-#include "state/HostSink.h"
 
 namespace photometer {
 
@@ -29,18 +23,11 @@ bool HasScanWavelengths(const ScanRequest& request, const WavelengthModel& model
 /// A pump cycle ended early: the scan ends without an error of its own.
 bool IsPumpStopCode(DWORD dwResult);
 
-class Scan {
+class Scan : private SampleRun {
  public:
   Scan(DeviceState& state, HostSink& sink, OpticalLink& link, OpticalUnit& unit, Detectors& detectors,
        const WavelengthModel& model, Pumps& pumps, EndSequence& end)
-      : m_State(state),
-        m_Sink(sink),
-        m_Link(link),
-        m_Unit(unit),
-        m_Detectors(detectors),
-        m_Model(model),
-        m_Pumps(pumps),
-        m_End(end) {}
+      : SampleRun(state, sink, unit, detectors, model, pumps, end), m_Link(link) {}
 
   /// Thread procedure.
   void ScanProc();
@@ -66,18 +53,10 @@ class Scan {
   LONG AppendTurbidity();
   void DeliverBatch();
   void NoteEnd();
-  bool CancelSeen();
   void Finish(LONG iResult);
   void LogSegment(std::size_t nIndex) const;
 
-  DeviceState& m_State;
-  HostSink& m_Sink;
   OpticalLink& m_Link;
-  OpticalUnit& m_Unit;
-  Detectors& m_Detectors;
-  const WavelengthModel& m_Model;
-  Pumps& m_Pumps;
-  EndSequence& m_End;
 
   ScanRequest m_Request{};
   PhotometerParameters m_Params{};
@@ -88,7 +67,6 @@ class Scan {
   LONG m_iCuvetteSize = 0;
   Reading m_Dark;
   MeasureValues m_Batch;
-  bool m_bCanceled = false;
   /// The number of a cancel that came while the stream ran.
   LONG m_iCancelResult = 0;
 };

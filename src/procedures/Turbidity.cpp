@@ -2,6 +2,7 @@
 
 #include "logging/LogFiles.h"
 #include "optics/InOrder.h"
+#include "optics/UnitValues.h"
 
 namespace photometer {
 
@@ -11,7 +12,6 @@ namespace {
 constexpr DWORD START_PAUSE = 500;
 /// For the lamp of the turbidity channel, ms.
 constexpr DWORD SETTLE_PAUSE = 300;
-constexpr DWORD READING_AD_SPEED = 9;
 
 }  // namespace
 

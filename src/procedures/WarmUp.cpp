@@ -2,6 +2,7 @@
 
 #include "logging/LogFiles.h"
 #include "optics/InOrder.h"
+#include "optics/UnitValues.h"
 
 namespace photometer {
 
@@ -9,9 +10,6 @@ namespace {
 
 /// Where the monochromator waits while the lamp warms up, nm.
 constexpr double WARM_UP_WAVELENGTH = 190.0;
-constexpr DWORD MOVE_SPEED = 50;
-constexpr DWORD READING_AD_SPEED = 9;
-constexpr DWORD DEUTERIUM_PATH = 2;
 
 }  // namespace
 

@@ -282,9 +282,8 @@ TEST(OpticalLink, LateEndOfAStreamIsNotTakenForTheNext) {
       while (stream.Received() < 2) {
         std::string bytes;
         ASSERT_EQ(exchange.Receive(bytes), OpticalExchange::Arrival::Data);
-        stream.Take(bytes, &points);
+        EXPECT_NE(exchange.TakePoints(bytes, stream, &points), PointStream::Verdict::Error);
       }
-      EXPECT_EQ(exchange.TakeStreamEnd(stream), PointStream::Verdict::Complete);
       EXPECT_LE(optics.world.board.Now() - nStart, 3'100'000U) << "nobody waits for long";
     }
     EXPECT_EQ(optics.unit.SetGain(TRUE), 34U);
