@@ -1,5 +1,7 @@
 #include "BoardOptions.h"
 
+#include <cstdlib>
+
 #include <fmt/format.h>
 
 #include "../common/SampleName.h"
@@ -52,6 +54,14 @@ void BoardOptions::AddSampleTo(CLI::App& app) {
       ->type_name("NAME")
       ->default_str(sample)
       ->group(Simulation);
+}
+
+std::string BoardOptions::FilePath() const {
+  if (!boardFile.empty()) {
+    return boardFile;
+  }
+  const char* pPath = std::getenv("PHOTOMETER_BOARD");
+  return pPath == nullptr || *pPath == '\0' ? "/etc/photometer/board.toml" : pPath;
 }
 
 void BoardOptions::Check() const {

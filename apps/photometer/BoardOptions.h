@@ -12,7 +12,7 @@ namespace host {
 struct BoardOptions {
   /// A simulated instrument on the virtual board, else the real ports of the board file.
   bool bSimulate = false;
-  /// Empty: that of the environment variable PHOTOMETER_BOARD, else /etc/photometer/board.toml.
+  /// Empty: `FilePath` tells which.
   std::string boardFile;
   /// Host path of the transcript; empty: none.
   std::string traceFile;
@@ -35,6 +35,8 @@ struct BoardOptions {
   void AddTo(CLI::App& app);
   /// Only the sample.
   void AddSampleTo(CLI::App& app);
+  /// The board file that counts: the option's, else that of PHOTOMETER_BOARD, else /etc/photometer/board.toml.
+  [[nodiscard]] std::string FilePath() const;
   /// Throws `CLI::ValidationError` for options that do not go together or name nothing.
   void Check() const;
 };

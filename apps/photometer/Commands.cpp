@@ -1,8 +1,8 @@
 #include "Commands.h"
 
 #include <algorithm>
-#include <array>
 
+#include "BoardCheckCommand.h"
 #include "HolmiumScanCommand.h"
 #include "KineticsCommand.h"
 #include "MeasureCommand.h"
@@ -21,10 +21,8 @@ std::unique_ptr<Command> Make() {
   return std::make_unique<Kind>();
 }
 
-}  // namespace
-
-std::span<const CommandEntry> Commands() {
-  static const std::array entries = {
+std::vector<CommandEntry> MeasuringCommands() {
+  return {
       CommandEntry{
           "measure",
           "absorbances at chosen wavelengths",
@@ -52,6 +50,12 @@ std::span<const CommandEntry> Commands() {
                    Make<TurbidityCommand>,
                    "Tells the counts of the high and the low range; the turbidity calibration makes NTU of them.",
                    {"photometer turbidity --label tap"}},
+  };
+}
+
+/// Those for an empty holder.
+std::vector<CommandEntry> SelfTests() {
+  return {
       CommandEntry{"test wavelength",
                    "find and store the correction of the wavelength scale",
                    Make<WavelengthTestCommand>,
@@ -78,6 +82,33 @@ std::span<const CommandEntry> Commands() {
                    "peaks that are found in it. The cuvette holder must be empty.",
                    {"photometer scan-holmium --first 5100 --last 6400 --format csv"}},
   };
+}
+
+/// Those that are no run on the instrument.
+std::vector<CommandEntry> OtherCommands() {
+  return {
+      CommandEntry{"board check",
+                   "whether everything that the board file names can be used",
+                   Make<BoardCheckCommand>,
+                   "Opens ports, pins, folders and registry, tells what works and what does not, and how to mend it. "
+                   "Nothing is started.",
+                   {"photometer board check", "photometer board check /etc/photometer/board.toml"},
+                   false},
+  };
+}
+
+std::vector<CommandEntry> AllCommands() {
+  std::vector<CommandEntry> all;
+  for (const std::vector<CommandEntry>& some : {MeasuringCommands(), SelfTests(), OtherCommands()}) {
+    all.insert(all.end(), some.begin(), some.end());
+  }
+  return all;
+}
+
+}  // namespace
+
+std::span<const CommandEntry> Commands() {
+  static const std::vector<CommandEntry> entries = AllCommands();
   return entries;
 }
 

@@ -20,6 +20,8 @@ struct CommandEntry {
   std::string description = {};
   /// Calls that work as they stand, one after the other, also with `--simulate`.
   std::vector<std::string> examples = {};
+  /// May stand in a shell or script, on the instrument of that.
+  bool bJoins = true;
 };
 
 std::span<const CommandEntry> Commands();

@@ -23,11 +23,22 @@ constexpr std::array Entries = {
     ExitCodeEntry{ExitCode::NoCuvette, "no cuvette", "no cuvette was inserted in the time given"},
     ExitCodeEntry{ExitCode::OutputFailed, "output failed", "measured, but results, picture or trace were not written"},
     ExitCodeEntry{ExitCode::CheckFailed, "check failed", "a self-test ran to its end, and a value is beyond its limit"},
+    ExitCodeEntry{ExitCode::BoardFaulty, "board faulty", "\"board check\" found something that must be mended"},
 };
 
 }  // namespace
 
 std::span<const ExitCodeEntry> ExitCodes() { return Entries; }
+
+std::string ExitCodeText(ExitCode code) {
+  std::string text = fmt::format("exit code {}", static_cast<int>(code));
+  for (const ExitCodeEntry& entry : Entries) {
+    if (entry.code == code) {
+      text += fmt::format(", {}: {}", entry.name, entry.meaning);
+    }
+  }
+  return text;
+}
 
 std::string ExitCodeTable() {
   std::string table;

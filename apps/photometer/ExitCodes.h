@@ -18,7 +18,8 @@ enum class ExitCode : int {
   Refused = 14,
   NoCuvette = 15,
   OutputFailed = 16,
-  CheckFailed = 17
+  CheckFailed = 17,
+  BoardFaulty = 19
 };
 
 struct ExitCodeEntry {
@@ -29,6 +30,9 @@ struct ExitCodeEntry {
 
 /// All codes, lowest first.
 std::span<const ExitCodeEntry> ExitCodes();
+
+/// "exit code 12, cancelled: ..."
+std::string ExitCodeText(ExitCode code);
 
 /// The table as lines of text, each ended, for the help text.
 std::string ExitCodeTable();

@@ -1,14 +1,12 @@
 #include "HostBoard.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
 
 #include <fmt/format.h>
 
+#include "HostDevice.h"
 #include "platform/Platform.h"
 
 namespace host {
@@ -18,27 +16,6 @@ namespace layer = photometer::platform;
 namespace {
 
 constexpr const char16_t* OpticalPort = u"COM2:";
-
-std::string BoardFilePath(const BoardOptions& options) {
-  if (!options.boardFile.empty()) {
-    return options.boardFile;
-  }
-  const char* pPath = std::getenv("PHOTOMETER_BOARD");
-  return pPath == nullptr || *pPath == '\0' ? "/etc/photometer/board.toml" : pPath;
-}
-
-/// Why a device cannot be opened, as far as one can see from outside.
-std::string WhyNot(const std::string& device) {
-  if (access(device.c_str(), F_OK) != 0) {
-    return "there is no such device; plug the instrument in, or correct the path";
-  }
-  if (access(device.c_str(), R_OK | W_OK) != 0) {
-    return fmt::format("this user may not use it ({}); join the device's group, see ls -l {}", std::strerror(errno),
-                       device);
-  }
-  return fmt::format("it is in use by another program, or is no serial port; end the other program, see fuser {}",
-                     device);
-}
 
 }  // namespace
 
@@ -64,7 +41,7 @@ std::string HostBoard::OpenSimulated(const BoardOptions& options, const photomet
 }
 
 std::string HostBoard::OpenReal(const BoardOptions& options) {
-  const auto loaded = layer::BoardFile::Load(BoardFilePath(options));
+  const auto loaded = layer::BoardFile::Load(options.FilePath());
   if (const auto* pComplaint = std::get_if<std::string>(&loaded)) {
     return *pComplaint + (options.boardFile.empty() ? "; or give --board FILE, or --simulate" : "");
   }
@@ -73,7 +50,7 @@ std::string HostBoard::OpenReal(const BoardOptions& options) {
   if (!m_pPosixBoard->Problem().empty()) {
     return m_pPosixBoard->Problem();
   }
-  m_strDescription = BoardFilePath(options);
+  m_strDescription = options.FilePath();
   MakeCurrent(*m_pPosixBoard);
   return TryOpticalPort(file);
 }
@@ -103,7 +80,8 @@ std::string HostBoard::TryOpticalPort(const layer::BoardFile& file) {
   }
   const layer::HANDLE hPort = layer::CreateFileW(OpticalPort);
   if (hPort == layer::INVALID_HANDLE_VALUE) {
-    return file.Complaint("ports.COM2", fmt::format("{} cannot be opened: {}", port->device, WhyNot(port->device)));
+    return file.Complaint("ports.COM2",
+                          fmt::format("{} cannot be opened: {}", port->device, WhyDeviceFails(port->device)));
   }
   layer::CloseHandle(hPort);
   return {};
