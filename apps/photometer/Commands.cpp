@@ -7,6 +7,8 @@
 #include "KineticsCommand.h"
 #include "MeasureCommand.h"
 #include "ScanCommand.h"
+#include "ScriptCommand.h"
+#include "ShellCommand.h"
 #include "SystemCheckCommand.h"
 #include "TurbidityCommand.h"
 #include "WavelengthCheckCommand.h"
@@ -87,6 +89,25 @@ std::vector<CommandEntry> SelfTests() {
 /// Those that are no run on the instrument.
 std::vector<CommandEntry> OtherCommands() {
   return {
+      CommandEntry{
+          "shell",
+          "one start-up, then commands as they are typed",
+          Make<ShellCommand>,
+          "Keeps the instrument on between commands. The options of board and instrument are given here, once; "
+          "\"start-up\" starts the instrument up again, \"help\" lists the commands, \"quit\" or Ctrl-D "
+          "switches the instrument off. Ctrl-C cancels the command that runs. A command that failed does not "
+          "end the shell.",
+          {"photometer shell", "photometer shell --simulate"},
+          false},
+      CommandEntry{
+          "run",
+          "one start-up, then the commands of a script",
+          Make<ScriptCommand>,
+          "The script has one command a line, as in the shell, with quotes and # comments. It is checked whole "
+          "before the instrument is started; it ends with the first line that failed, unless --keep-going is "
+          "given, and with that line's exit code.",
+          {"photometer run morning.txt", "photometer run morning.txt --keep-going"},
+          false},
       CommandEntry{"board check",
                    "whether everything that the board file names can be used",
                    Make<BoardCheckCommand>,

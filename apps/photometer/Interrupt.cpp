@@ -11,7 +11,13 @@ namespace {
 std::atomic<Interrupt*> signalled{nullptr};
 static_assert(std::atomic<Interrupt*>::is_always_lock_free);
 
-extern "C" void OnSignal(int /*iSignal*/) { signalled.load()->Raise(); }
+extern "C" void OnSignal(int iSignal) {
+  if (iSignal == SIGINT) {
+    signalled.load()->Raise();
+  } else {
+    signalled.load()->RaiseEnd();
+  }
+}
 
 }  // namespace
 

@@ -72,7 +72,7 @@ std::string OptionText(const CLI::Option& option) {
     names += fmt::format("\\fB\\-\\-{}\\fR, ", Plain(name));
   }
   if (option.get_positional()) {
-    names += fmt::format("\\fI{}\\fR, ", Plain(option.get_name(true)));
+    names += fmt::format("\\fI{}\\fR, ", Plain(Upper(option.get_name(true))));
   }
   names.resize(names.size() - 2);
   // The type of a flag is a list of what may follow "=".
@@ -82,6 +82,16 @@ std::string OptionText(const CLI::Option& option) {
   const std::string standard = option.get_default_str();
   return Item(names,
               option.get_description() + (standard.empty() ? std::string() : fmt::format(" (default: {})", standard)));
+}
+
+/// What stands behind the command without a name.
+std::string Positionals(const CLI::App& app) {
+  std::string text;
+  for (const CLI::Option* pOption : app.get_options([](const CLI::Option* one) { return one->get_positional(); })) {
+    const std::string name = fmt::format("\\fI{}\\fR", Plain(Upper(pOption->get_name(true))));
+    text += pOption->get_required() ? " " + name : " [" + name + "]";
+  }
+  return text;
 }
 
 std::string OptionSections(const CLI::App& app) {
@@ -134,7 +144,7 @@ std::string ProgramManualPage() {
 std::string CommandManualPage(const CommandEntry& entry) {
   const CommandCall call(entry, nullptr);
   std::string text = Head(ManualPageName(entry), entry.summary);
-  text += fmt::format(".SH SYNOPSIS\n\\fB{}\\fR [\\fIOPTION\\fR]...\n", Plain(call.Name()));
+  text += fmt::format(".SH SYNOPSIS\n\\fB{}\\fR{} [\\fIOPTION\\fR]...\n", Plain(call.Name()), Positionals(call.App()));
   if (!entry.description.empty()) {
     text += ".SH DESCRIPTION\n" + Plain(entry.description) + "\n";
   }

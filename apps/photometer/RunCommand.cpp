@@ -41,6 +41,12 @@ std::string OutcomeWord(ExitCode code) {
   return "unknown";
 }
 
+/// The cuvette of the last run does not count: it is waited for until another one has taken its place.
+Outcome WaitForNewCuvette(Session& session, DWORD dwSeconds) {
+  const Outcome outcome = session.HoldsMeasuredCuvette() ? session.WaitForEmptyHolder(dwSeconds) : Outcome::Finished;
+  return outcome == Outcome::Finished ? session.WaitForCuvette(dwSeconds) : outcome;
+}
+
 ExitCode SayCancelled(Bench& bench) {
   bench.progress.Say("cancelled before the measurement");
   return ExitCode::Cancelled;
@@ -147,7 +153,11 @@ ExitCode RunCommand::StartUp(Bench& bench, Workplace& workplace) {
     return ExitCode::Success;
   }
   m_header.error = end.error;
-  return Conclude(end, "start-up", ExitCode::StartUpFailed, bench.progress);
+  const ExitCode code = Conclude(end, "start-up", ExitCode::StartUpFailed, bench.progress);
+  if (code != ExitCode::Success && HasJoined()) {
+    bench.progress.Say("\"start-up\" starts it up again");
+  }
+  return code;
 }
 
 ExitCode RunCommand::PrepareHolder(Bench& bench) const {
@@ -182,10 +192,13 @@ ExitCode RunCommand::InsertSample(Bench& bench) const {
     }
     return ExitCode::Success;
   } else {
-    progress.Say(fmt::format("please insert the cuvette within {} s", m_dwCuvetteWait));
+    const bool bChange = bench.session.HoldsMeasuredCuvette();
+    progress.Say(fmt::format("please {} the cuvette within {} s", bChange ? "change" : "insert", m_dwCuvetteWait));
   }
-  const DWORD dwSeconds = bench.board.Simulated() != nullptr ? SimulatedCuvetteWait : m_dwCuvetteWait;
-  const Outcome outcome = bench.session.WaitForCuvette(dwSeconds);
+  const bool bSimulated = bench.board.Simulated() != nullptr;
+  const DWORD dwSeconds = bSimulated ? SimulatedCuvetteWait : m_dwCuvetteWait;
+  const Outcome outcome =
+      bSimulated ? bench.session.WaitForCuvette(dwSeconds) : WaitForNewCuvette(bench.session, dwSeconds);
   if (outcome == Outcome::NoEnd) {
     progress.Say(fmt::format("no cuvette was inserted within {} s; nothing was measured", dwSeconds));
     return ExitCode::NoCuvette;

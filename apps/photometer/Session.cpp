@@ -108,6 +108,7 @@ RunEnd Session::Run(const StartOperation& start, const EventHandler& handler, En
   Handle(m_sink.Take(0), waiting);
   waiting = {};
   waiting.handler = handler;
+  m_bMeasured = true;
   const HRESULT hResult = start(*m_pDevice);
   if (hResult != photometer::S_OK) {
     return {Outcome::Refused, std::nullopt, hResult};
@@ -155,6 +156,7 @@ void Session::Handle(const std::vector<HostEvent>& events, Waiting& waiting) {
     if (waiting.handler) {
       waiting.handler(event);
     }
+    m_bMeasured = m_bMeasured && !std::holds_alternative<CuvetteChange>(event);
     const std::optional<DWORD> code = CodeOf(event);
     waiting.bCancelled = waiting.bCancelled || code == NOTIFY_CANCELLED;
     if (const auto* pError = std::get_if<InstrumentError>(&event)) {
@@ -185,6 +187,12 @@ void Session::FollowInterrupt(Waiting& waiting) {
 Outcome Session::WaitForCuvette(DWORD dwSeconds) { return WaitForHolder(true, dwSeconds); }
 
 Outcome Session::WaitForEmptyHolder(DWORD dwSeconds) { return WaitForHolder(false, dwSeconds); }
+
+bool Session::HoldsMeasuredCuvette() {
+  Waiting waiting;
+  Handle(m_sink.Take(0), waiting);
+  return m_bMeasured && m_pDevice->GetCuvetteSize() > 0;
+}
 
 Outcome Session::WaitForHolder(bool bCuvette, DWORD dwSeconds) {
   Waiting waiting;

@@ -70,6 +70,8 @@ class Session {
   Outcome WaitForCuvette(DWORD dwSeconds);
   /// The same until there is none.
   Outcome WaitForEmptyHolder(DWORD dwSeconds);
+  /// The cuvette in the holder is that of the last run: it has not been changed since.
+  bool HoldsMeasuredCuvette();
   /// Switches the instrument off. Harmless when repeated.
   void Shutdown();
   /// `StartUp` was called, and no shutdown since.
@@ -90,6 +92,7 @@ class Session {
   EventSink m_sink;
   photometer::IPhotometer* m_pDevice;
   bool m_bShutDown = true;
+  bool m_bMeasured = false;
 };
 
 }  // namespace host

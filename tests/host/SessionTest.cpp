@@ -134,6 +134,15 @@ TEST(Session, WaitsForACuvetteNoLongerThanTold) {
   bench.m_board.Simulated()->InsertSample("mixture");
   EXPECT_EQ(session.WaitForCuvette(3), Outcome::Finished);
   EXPECT_EQ(session.Device().GetCuvetteSize(), 10);
+  EXPECT_FALSE(session.HoldsMeasuredCuvette());
+  ASSERT_EQ(bench.Measure(session).outcome, Outcome::Finished);
+  EXPECT_TRUE(session.HoldsMeasuredCuvette());
+  EXPECT_EQ(session.WaitForEmptyHolder(3), Outcome::NoEnd);
+  bench.m_board.Simulated()->RemoveSample();
+  EXPECT_EQ(session.WaitForEmptyHolder(3), Outcome::Finished);
+  bench.m_board.Simulated()->InsertSample("blank");
+  EXPECT_EQ(session.WaitForCuvette(3), Outcome::Finished);
+  EXPECT_FALSE(session.HoldsMeasuredCuvette()) << "it is another one";
 }
 
 struct Spoken {

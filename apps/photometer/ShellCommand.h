@@ -1,0 +1,23 @@
+/// `photometer shell`: one start-up, then commands as a person types them.
+#pragma once
+
+#include "BoardOptions.h"
+#include "Command.h"
+#include "InstrumentOptions.h"
+
+namespace host {
+
+class ShellCommand final : public Command {
+ public:
+  void AddOptions(CLI::App& app) override;
+  void Check() override;
+  /// `Success` unless nothing could be started, the process was asked to end, or the board found a fault: a command
+  /// that failed does not end the shell.
+  ExitCode Run(Console& console) override;
+
+ private:
+  BoardOptions m_board;
+  InstrumentOptions m_instrument;
+};
+
+}  // namespace host
