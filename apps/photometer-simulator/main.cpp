@@ -15,6 +15,7 @@
 #include "FaultText.h"
 #include "PseudoTerminal.h"
 #include "RealTimeServer.h"
+#include "SimulatorPage.h"
 #include "StopSignals.h"
 
 namespace {
@@ -35,6 +36,7 @@ struct Options {
   bool bNoUV = false;
   bool bCommands = false;
   bool bKeep = false;
+  bool bManual = false;
 };
 
 void AddOptions(CLI::App& app, Options& options) {
@@ -61,6 +63,8 @@ void AddOptions(CLI::App& app, Options& options) {
   app.add_flag("--commands", options.bCommands,
                "Take commands from standard input: insert [NAME [SIZE]], remove, quit");
   app.add_flag("--keep", options.bKeep, "Leave the folder's contents when ending");
+  // For the build, which makes the manual page with it.
+  app.add_flag("--manual-page", options.bManual, "Print the manual page")->group("");
 }
 
 std::string AddFaults(const std::vector<std::string>& texts, simulator::FaultPlan& plan) {
@@ -111,6 +115,10 @@ int main(int argc, char** argv) {
   AddOptions(app, options);
   try {
     app.parse(argc, argv);
+    if (options.bManual) {
+      std::cout << serving::SimulatorPage(app);
+      return 0;
+    }
     const std::optional<simulator::Sample> sample = common::FindSample(options.sampleName);
     if (!sample) {
       return Complain(fmt::format("--sample: \"{}\" is none; give {}", options.sampleName, common::SampleNames));

@@ -1,0 +1,13 @@
+/// The manual page photometer-simulator(1).
+#pragma once
+
+#include <string>
+
+#include <CLI/CLI.hpp>
+
+namespace serving {
+
+/// The page in roff; the options are those of the program.
+std::string SimulatorPage(const CLI::App& app);
+
+}  // namespace serving
