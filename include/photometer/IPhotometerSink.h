@@ -23,7 +23,7 @@ class IPhotometerSink {
   /// completed, per cent; 17: finished (100); 18: cancelled (100); 1 to 12, 29, 33, 34, 39, 43: stages of start-up and
   /// wavelength test; 31 and 32: a cuvette has to be removed, and was.
   virtual void OnNotify(DWORD dwRequestId, DWORD dwCode, DWORD dwValue) = 0;
-  /// Results of a procedure.
+  /// Results of a procedure. A spectrum comes in portions, of which one may be empty.
   virtual void OnResult(DWORD dwRequestId, const MeasureValues* pValues) = 0;
   /// The inserted cuvette changed: 0 none, 10, 14, 20, 40 or 50.
   virtual void OnCuvetteChanged(LONG iCuvetteSize) = 0;
