@@ -2,7 +2,7 @@
 JOBS ?= $(shell nproc)
 FUZZ_SECONDS ?= 60
 
-.PHONY: demo test check format asan tsan asan-clang tsan-clang coverage bench fuzz install clean
+.PHONY: demo test check format asan tsan asan-clang tsan-clang coverage bench fuzz install package clean
 
 demo:
 	@tools/demo
@@ -61,6 +61,14 @@ install:
 	@cmake --preset release
 	@cmake --build --preset release -j $(JOBS)
 	@cmake --install build/release $(if $(PREFIX),--prefix "$(PREFIX)")
+
+package:
+	@tools/setup package
+	@cmake --preset package
+	@cmake --build --preset package -j $(JOBS)
+	@rm -f build/package/*.deb
+	@SOURCE_DATE_EPOCH=$${SOURCE_DATE_EPOCH:-$$(git log -1 --format=%ct 2>/dev/null || date +%s)} cpack --config build/package/CPackConfig.cmake -B build/package
+	@packaging/check_packages build/package
 
 clean:
 	rm -rf build

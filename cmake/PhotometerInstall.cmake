@@ -73,6 +73,7 @@ install(FILES "${CMAKE_BINARY_DIR}/photometer.pc" DESTINATION "${CMAKE_INSTALL_L
 # File formats; the pages of the programs are made by the programs, see apps/.
 file(GLOB pages CONFIGURE_DEPENDS "${CMAKE_SOURCE_DIR}/docs/man/*.5")
 install(FILES ${pages} DESTINATION "${CMAKE_INSTALL_MANDIR}/man5" COMPONENT tools)
-install(FILES docs/results.md docs/exit-codes.md DESTINATION "${DOCUMENT_FOLDER}" COMPONENT tools)
+install(FILES docs/results.md docs/exit-codes.md docs/board.example.toml docs/60-photometer.rules
+  DESTINATION "${DOCUMENT_FOLDER}" COMPONENT tools)
 install(FILES docs/host-guide.md docs/board-file.md DESTINATION "${DOCUMENT_FOLDER}" COMPONENT development)
 install(DIRECTORY examples DESTINATION "${DOCUMENT_FOLDER}" COMPONENT development)
