@@ -40,13 +40,22 @@ void SipperLine::SendFrame(Time at, std::string_view text, AnswerShaper& shaper)
   strFrame += text;
   strFrame += Etx;
   at += shaper.Delay(FaultKind::Late);
-  for (const AnswerShaper::Piece& piece : shaper.Shape(strFrame)) SendBytes(at + piece.delay, piece.strBytes);
-  for (const AnswerShaper::Piece& piece : shaper.Finish()) SendBytes(at + piece.delay, piece.strBytes);
+  if (at >= m_SplitFrom && at < m_SplitUntil) at = m_SplitUntil;
+  std::vector<AnswerShaper::Piece> pieces = shaper.Shape(strFrame);
+  for (AnswerShaper::Piece& piece : shaper.Finish()) pieces.push_back(std::move(piece));
+  for (AnswerShaper::Piece& piece : pieces) {
+    if (piece.delay > 0) {
+      m_SplitFrom = at;
+      m_SplitUntil = at + piece.delay + m_Pacer.Duration(piece.strBytes.size());
+    }
+    SendBytes(at + piece.delay, std::move(piece.strBytes));
+  }
 }
 
 void SipperLine::Clear() {
   m_Scheduled.clear();
   m_Pacer.Clear();
+  m_SplitUntil = 0;
   m_bInFrame = false;
   m_strFrame.clear();
 }

@@ -32,7 +32,7 @@ class SipperLine {
 
   /// The texts of the frames that these bytes complete. Bytes outside of frames are ignored.
   std::vector<std::string> TakeFrames(Time now, std::string_view bytes);
-  /// Sends a frame from `at` on, as the shaper's faults have it.
+  /// Sends a frame from `at` on, or behind one that has a pause then, as the shaper's faults have it.
   void SendFrame(Time at, std::string_view text, AnswerShaper& shaper);
   void SendFrame(Time at, std::string_view text);
   /// Sends bytes as they are.
@@ -56,6 +56,9 @@ class SipperLine {
   FaultPlan m_Faults;
   ByteFlood m_Flood;
   std::multimap<Time, std::string> m_Scheduled;
+  /// The last frame that is sent in pieces: no other one comes in between.
+  Time m_SplitFrom = 0;
+  Time m_SplitUntil = 0;
   std::vector<ReceivedFrame> m_Received;
   std::string m_strFrame;
   bool m_bInFrame = false;

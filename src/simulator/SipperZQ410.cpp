@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <optional>
 #include <utility>
 
 namespace simulator {
@@ -35,7 +36,8 @@ struct SipperZQ410::Rule {
   char letter;
   Time (*time)(const SipperZQ410& pump);
   std::string (*apply)(SipperZQ410& pump, const std::string& text);
-  bool bMayFail;
+  /// What is pumped meanwhile. It may fail.
+  std::optional<FlowCell::Inlet> inlet = {};
 };
 
 SipperZQ410::SipperZQ410(SipperZQ410Settings settings)
@@ -47,6 +49,7 @@ void SipperZQ410::SwitchPower(Time now, bool bOn) {
   if (bOn == m_bPowered) return;
   m_bPowered = bOn;
   m_Line.Clear();
+  if (m_pCell != nullptr) m_pCell->Stop(now);
   m_NextKeepAlive = bOn ? now + m_Settings.keepAlivePeriod : Never;
   if (!bOn) return;
   std::string strBanner(Banner);
@@ -81,19 +84,30 @@ void SipperZQ410::SendKeepAlives(Time now) {
   }
 }
 
+void SipperZQ410::PressKeyB(Time at) {
+  Run(at, CycleTime(), FlowCell::Inlet::Vessel);
+  m_Line.SendFrame(at + CycleTime(), "h1;b");
+}
+
+void SipperZQ410::Run(Time from, Time duration, FlowCell::Inlet inlet) {
+  if (m_pCell == nullptr) return;
+  m_pCell->Start(from, inlet);
+  m_pCell->Stop(from + duration);
+}
+
 // ---- commands ----
 
 void SipperZQ410::Accept(Time now, const std::string& text) {
   using Pump = SipperZQ410;
   static constexpr std::array<Rule, 5> Rules{{
-      {"Y;a", 'Y', nullptr, [](Pump& pump, const std::string&) { return ++pump.m_dwAnswered, std::string(); }, false},
+      {"Y;a", 'Y', nullptr, [](Pump& pump, const std::string&) { return ++pump.m_dwAnswered, std::string(); }},
       {"H;", 'H', nullptr,
-       [](Pump& pump, const std::string& strText) { return pump.SetParameters(strText), std::string("h;"); }, false},
-      {"V;a", 'V', nullptr, [](Pump& pump, const std::string&) { return "v;ZQ410;" + pump.m_Settings.version; }, false},
+       [](Pump& pump, const std::string& strText) { return pump.SetParameters(strText), std::string("h;"); }},
+      {"V;a", 'V', nullptr, [](Pump& pump, const std::string&) { return "v;ZQ410;" + pump.m_Settings.version; }},
       {"H1;a", '1', [](const Pump& pump) { return pump.CycleTime(); },
-       [](Pump& pump, const std::string&) { return ++pump.m_dwCycles, std::string("h1;b"); }, true},
+       [](Pump& pump, const std::string&) { return ++pump.m_dwCycles, std::string("h1;b"); }, FlowCell::Inlet::Vessel},
       {"H2;a", '2', [](const Pump& pump) { return pump.m_Settings.flushTime; },
-       [](Pump& pump, const std::string&) { return ++pump.m_dwFlushes, std::string("h2;b"); }, true},
+       [](Pump& pump, const std::string&) { return ++pump.m_dwFlushes, std::string("h2;b"); }, FlowCell::Inlet::Water},
   }};
   const auto pRule = std::ranges::find_if(Rules, [&](const Rule& rule) { return text.starts_with(rule.text); });
   if (pRule == Rules.end()) return;
@@ -102,7 +116,13 @@ void SipperZQ410::Accept(Time now, const std::string& text) {
   if (shaper.Has(FaultKind::Silence)) return;
   const Time time = m_Settings.answerTime + (pRule->time != nullptr ? pRule->time(*this) : 0);
   std::string strAnswer = pRule->apply(*this, text);
-  if (pRule->bMayFail && shaper.Has(FaultKind::Error)) strAnswer = Failed;
+  if (pRule->inlet) {
+    if (shaper.Has(FaultKind::Error)) {
+      strAnswer = Failed;
+    } else {
+      Run(now, time, *pRule->inlet);
+    }
+  }
   if (!strAnswer.empty()) m_Line.SendFrame(now + time, strAnswer, shaper);
 }
 

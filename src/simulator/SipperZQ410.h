@@ -16,6 +16,7 @@
 #include <cstdint>
 #include <string>
 
+#include "simulator/FlowCell.h"
 #include "simulator/SerialDevice.h"
 #include "simulator/SipperLine.h"
 
@@ -43,13 +44,15 @@ class SipperZQ410 final : public SerialDevice {
 
   // ---- the world around it ----
 
-  /// Off: everything is forgotten, and nothing is said. On: banner, then keep-alives.
+  /// What its cycles fill from the vessel, and its flushes with water; null: nothing. It must outlive the pump.
+  void ConnectTo(FlowCell* pCell) { m_pCell = pCell; }
+  /// Off: everything is forgotten, the pump stands, and nothing is said. On: banner, then keep-alives.
   void SwitchPower(Time now, bool bOn);
   /// The keep-alives stop after those until `at`, everything else works.
   void StopKeepAlive(Time at) { m_KeepAliveEnd = at; }
   /// A key of the pump. B runs a cycle that nobody asked for.
   void PressKeyA(Time at) { m_Line.SendFrame(at, "h1;a"); }
-  void PressKeyB(Time at) { m_Line.SendFrame(at + CycleTime(), "h1;b"); }
+  void PressKeyB(Time at);
   [[nodiscard]] SipperLine& Line() { return m_Line; }
 
   // ---- for tests ----
@@ -70,9 +73,11 @@ class SipperZQ410 final : public SerialDevice {
   void SetParameters(const std::string& text);
   [[nodiscard]] Time CycleTime() const;
   void SendKeepAlives(Time now);
+  void Run(Time from, Time duration, FlowCell::Inlet inlet);
 
   SipperZQ410Settings m_Settings;
   SipperLine m_Line;
+  FlowCell* m_pCell = nullptr;
   bool m_bPowered = false;
   Time m_NextKeepAlive = Never;
   Time m_KeepAliveEnd = Never;

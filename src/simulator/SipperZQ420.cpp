@@ -64,6 +64,7 @@ std::string SipperZQ420::Start(Time now, const Fault* pFault) {
   if (pFault == nullptr || pFault->count == std::size_t{HarmlessFault}) {
     m_Start = now;
     ++m_dwCycles;
+    if (m_pCell != nullptr) m_pCell->Start(now, FlowCell::Inlet::Vessel);
     if (m_iPumpingFault != 0) {
       m_Line.SendFrame(now + m_PumpingFaultDelay, "p;f;" + std::to_string(m_iPumpingFault));
       m_FaultEnd = m_iPumpingFault == HarmlessFault ? Never : now + m_PumpingFaultDelay;
@@ -75,6 +76,7 @@ std::string SipperZQ420::Start(Time now, const Fault* pFault) {
 void SipperZQ420::Stop(Time now) {
   if (!IsPumping()) return;
   m_RunTime += now - m_Start;
+  if (m_pCell != nullptr) m_pCell->Stop(now);
   m_Start = m_FaultEnd = Never;
 }
 

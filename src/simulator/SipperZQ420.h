@@ -16,6 +16,7 @@
 #include <cstdint>
 #include <string>
 
+#include "simulator/FlowCell.h"
 #include "simulator/SerialDevice.h"
 #include "simulator/SipperLine.h"
 
@@ -43,6 +44,8 @@ class SipperZQ420 final : public SerialDevice {
 
   // ---- the world around it ----
 
+  /// What it fills from the vessel while it runs; null: nothing. It must outlive the pump.
+  void ConnectTo(FlowCell* pCell) { m_pCell = pCell; }
   /// Off: everything is forgotten, the pump stands, and nothing is said.
   void SwitchPower(Time now, bool bOn);
   /// From now on each start is followed by the fault `p;f;N`, `delay` after it; 3, 5 and 6 end the pumping. 0: none.
@@ -68,6 +71,7 @@ class SipperZQ420 final : public SerialDevice {
 
   SipperZQ420Settings m_Settings;
   SipperLine m_Line;
+  FlowCell* m_pCell = nullptr;
   bool m_bPowered = false;
   Time m_Start = Never;
   Time m_RunTime;

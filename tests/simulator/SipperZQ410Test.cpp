@@ -82,5 +82,13 @@ TEST(SipperZQ410, WithoutPowerNothingIsSaid) {
   EXPECT_EQ(RunUntil(pump, 5 * Second + 10'000), "VELTRANOMETRIK ZQ-410\r\nV01.07\x02y;a\x03");
 }
 
+TEST(SipperZQ410, SaysNothingInTheMiddleOfAFrame) {
+  SipperZQ410 pump({.pumpTime = 1});
+  pump.Line().Faults().Add({.kind = FaultKind::Split, .letter = '1', .delay = 3 * Second / 2, .count = 2});
+  RunUntil(pump, Second / 2);
+  pump.Receive(Second / 2, "\x02H1;a\x03");
+  EXPECT_EQ(RunUntil(pump, 7 * Second / 2), "\x02y;a\x03\x02h1;b\x03\x02y;a\x03\x02y;a\x03");
+}
+
 }  // namespace
 }  // namespace simulator
