@@ -9,7 +9,7 @@
 
 #include <fmt/format.h>
 
-namespace serving {
+namespace common {
 
 namespace {
 
@@ -26,6 +26,33 @@ constexpr std::array Kinds = {
     KindName{"garbage", FaultKind::Garbage},   KindName{"split", FaultKind::Split},
     KindName{"surplus", FaultKind::Surplus},   KindName{"lost", FaultKind::Lost},
     KindName{"stale", FaultKind::StaleBefore},
+};
+
+/// A pump's fault that is none of a command.
+struct PumpFaultKind {
+  std::string_view name;
+  simulator::PumpKind pump;  ///< the only one that can have it; None: each
+  void (*apply)(simulator::Instrument& instrument, const simulator::Fault& values, simulator::Time now);
+};
+
+// Half of what the line carries: other bytes find their place in between.
+constexpr std::uint64_t FloodRate = 960;
+
+void Flood(simulator::Instrument& instrument, const simulator::Fault& values, simulator::Time now) {
+  const std::string pattern = values.bytes.empty() ? "~" : values.bytes;
+  instrument.PumpLine()->Flood().Start(now + values.delay, simulator::Never, FloodRate, pattern);
+}
+
+constexpr std::array PumpFaultKinds = {
+    PumpFaultKind{"keep-alive-stops", simulator::PumpKind::ZQ410,
+                  [](simulator::Instrument& instrument, const simulator::Fault& values, simulator::Time now) {
+                    instrument.zq410.StopKeepAlive(now + values.delay);
+                  }},
+    PumpFaultKind{"pumping", simulator::PumpKind::ZQ420,
+                  [](simulator::Instrument& instrument, const simulator::Fault& values, simulator::Time) {
+                    instrument.zq420.FailPumping(static_cast<int>(values.count), values.delay);
+                  }},
+    PumpFaultKind{"flood", simulator::PumpKind::None, Flood},
 };
 
 constexpr const char* Form = "write KIND:LETTER[:NTH][:NAME=VALUE], as late:a:2:delay=500";
@@ -94,4 +121,33 @@ std::variant<simulator::Fault, std::string> ParseFault(const std::string& text) 
   return fault;
 }
 
-}  // namespace serving
+std::string AddPumpFault(const std::string& text, simulator::Instrument& instrument, simulator::Time now) {
+  if (instrument.PumpLine() == nullptr) {
+    return "there is no pump that could have it; give --pump zq410 or zq420";
+  }
+  const std::vector<std::string> parts = SplitAtColons(text);
+  const auto kind = std::find_if(PumpFaultKinds.begin(), PumpFaultKinds.end(),
+                                 [&parts](const PumpFaultKind& one) { return one.name == parts[0]; });
+  if (kind == PumpFaultKinds.end()) {
+    const auto fault = ParseFault(text);
+    if (const auto* pComplaint = std::get_if<std::string>(&fault)) {
+      return *pComplaint + "; of a pump also keep-alive-stops, pumping, flood";
+    }
+    instrument.PumpLine()->Faults().Add(std::get<simulator::Fault>(fault));
+    return {};
+  }
+  if (kind->pump != simulator::PumpKind::None && kind->pump != instrument.pump) {
+    return fmt::format("\"{}\" is a fault of the other pump", kind->name);
+  }
+  simulator::Fault values;
+  for (std::size_t i = 1; i < parts.size(); ++i) {
+    if (!TakeValue(parts[i], values)) {
+      return fmt::format("\"{}\" cannot be used; write {}:NAME=VALUE with delay (ms), count or text", parts[i],
+                         parts[0]);
+    }
+  }
+  kind->apply(instrument, values, now);
+  return {};
+}
+
+}  // namespace common

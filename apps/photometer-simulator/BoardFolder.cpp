@@ -25,7 +25,7 @@ std::filesystem::path MakeTemporaryFolder() {
 
 }  // namespace
 
-BoardFolder::BoardFolder(const std::filesystem::path& folder, const std::string& device) {
+BoardFolder::BoardFolder(const std::filesystem::path& folder, const BoardPorts& ports) {
   if (folder.empty()) {
     m_folder = MakeTemporaryFolder();
     m_bMadeFolder = true;
@@ -49,11 +49,11 @@ BoardFolder::BoardFolder(const std::filesystem::path& folder, const std::string&
   WriteFile(BoardFile(), fmt::format("# A simulated instrument.\n"
                                      "root = \"root\"\n"
                                      "program = '\\Application\\photometer.exe'\n\n"
-                                     "[ports]\nCOM2 = \"{}\"\n\n"
+                                     "[ports]\nCOM1 = \"{}\"\nCOM2 = \"{}\"\nCOM6 = \"{}\"\n\n"
                                      "[pins]\nfolder = \"pins\"\n\n"
                                      "[registry]\nfile = \"registry.txt\"\n\n"
                                      "[debug]\noutput = \"off\"\n",
-                                     device));
+                                     ports.external, ports.optical, ports.sipper));
 }
 
 BoardFolder::~BoardFolder() {

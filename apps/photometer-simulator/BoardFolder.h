@@ -15,11 +15,18 @@
 
 namespace serving {
 
+/// Devices of the board's ports.
+struct BoardPorts {
+  std::string external;  ///< COM1
+  std::string optical;   ///< COM2
+  std::string sipper;    ///< COM6
+};
+
 class BoardFolder {
  public:
   /// Makes everything below the folder, which is made too when it is not there; an empty path: a new folder below the
   /// system's folder for temporary files. Throws `std::filesystem::filesystem_error` or `std::runtime_error`.
-  BoardFolder(const std::filesystem::path& folder, const std::string& device);
+  BoardFolder(const std::filesystem::path& folder, const BoardPorts& ports);
   /// Removes what it made, unless `Keep` was called; a folder that was there before stays.
   ~BoardFolder();
   BoardFolder(const BoardFolder&) = delete;

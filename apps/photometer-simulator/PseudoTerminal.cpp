@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <stdlib.h>
+#include <sys/ioctl.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -50,5 +51,12 @@ std::size_t PseudoTerminal::Write(std::string_view bytes) {
   const ssize_t nWritten = write(m_iMaster, bytes.data(), bytes.size());
   return nWritten > 0 ? static_cast<std::size_t>(nWritten) : 0;
 }
+
+std::size_t PseudoTerminal::Unread() const {
+  int iCount = 0;
+  return ioctl(m_iSlave, FIONREAD, &iCount) == 0 && iCount > 0 ? static_cast<std::size_t>(iCount) : 0;
+}
+
+void PseudoTerminal::DropUnread() { tcflush(m_iSlave, TCIFLUSH); }
 
 }  // namespace serving

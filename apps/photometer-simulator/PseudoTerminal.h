@@ -22,6 +22,10 @@ class PseudoTerminal {
   std::string Read();
   /// Hands bytes to the host as far as the line takes them without blocking; returns how many it took.
   std::size_t Write(std::string_view bytes);
+  /// Bytes that were handed over and that no host has read.
+  [[nodiscard]] std::size_t Unread() const;
+  /// Takes them back.
+  void DropUnread();
 
  private:
   int m_iMaster;

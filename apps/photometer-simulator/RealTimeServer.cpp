@@ -21,8 +21,10 @@ constexpr Time BlockTime = 1000;
 // The holder's switches chatter for less than this after a change.
 constexpr Time ChatterTime = 100'000;
 constexpr Time PinInterval = 1000;
-// Bytes that nobody reads are lost, as on a line without a listener.
-constexpr std::size_t OutputLimit = 65536;
+// The optical unit says only what it is asked, and a stream is read to its end.
+constexpr std::size_t OpticalLimit = 65536;
+// A pump goes on speaking when no host listens; its next host must not take that for news.
+constexpr std::size_t PumpLimit = 256;
 
 std::uint64_t Monotonic() {
   timespec now{};
@@ -32,14 +34,24 @@ std::uint64_t Monotonic() {
 
 }  // namespace
 
-RealTimeServer::RealTimeServer(simulator::Instrument& instrument, PseudoTerminal& line, BoardFolder& folder,
-                               double dSpeed)
-    : m_instrument(instrument), m_line(line), m_folder(folder), m_dSpeed(dSpeed), m_nStart(Monotonic()) {}
+RealTimeServer::RealTimeServer(simulator::Instrument& instrument, Lines& lines, BoardFolder& folder, double dSpeed)
+    : m_instrument(instrument),
+      m_Served{{{instrument.unit, lines.optical, OpticalLimit},
+                {instrument.AtExternalPort(), lines.external, PumpLimit},
+                {instrument.zq420, lines.sipper, PumpLimit}}},
+      m_folder(folder),
+      m_dSpeed(dSpeed),
+      m_nStart(Monotonic()) {}
 
 Time RealTimeServer::Now() const { return static_cast<Time>(static_cast<double>(Monotonic() - m_nStart) * m_dSpeed); }
 
 void RealTimeServer::Insert(int iSize, const simulator::Sample& sample, Time at) {
-  m_instrument.InsertCuvette(iSize, sample, at);
+  if (m_instrument.pump == simulator::PumpKind::None) {
+    m_instrument.InsertCuvette(iSize, sample, at);
+  } else {
+    m_instrument.InsertFlowCuvette(at);
+    m_instrument.flowCell.Offer(at, sample);
+  }
   WatchPins(at);
 }
 
@@ -61,14 +73,21 @@ void RealTimeServer::Serve(const StopSignals& signals) {
 }
 
 Time RealTimeServer::NextActivity() const {
-  const Time next = m_instrument.unit.NextActivity();
+  Time next = simulator::Never;
+  for (const Served& served : m_Served) {
+    next = std::min(next, served.device.NextActivity());
+  }
   return std::min(next == simulator::Never ? next : next + BlockTime, m_nNextPins);
 }
 
 void RealTimeServer::Wait(Time until, const sigset_t& unblocked) {
-  std::array<pollfd, 2> watched{};
-  watched[0] = {m_line.Descriptor(), static_cast<short>(m_strOutput.empty() ? POLLIN : POLLIN | POLLOUT), 0};
-  watched[1] = {m_iCommands, POLLIN, 0};  // a negative descriptor is passed over
+  std::array<pollfd, 4> watched{};
+  for (std::size_t i = 0; i < m_Served.size(); ++i) {
+    const bool bWaiting = !m_Served[i].strOutput.empty();
+    watched[i] = {m_Served[i].line.Descriptor(), static_cast<short>(bWaiting ? POLLIN | POLLOUT : POLLIN), 0};
+  }
+  pollfd& commands = watched.back();
+  commands = {m_iCommands, POLLIN, 0};  // a negative descriptor is passed over
   const Time now = Now();
   const double dMicroseconds = until > now ? static_cast<double>(until - now) / m_dSpeed : 0.0;
   timespec timeout{};
@@ -76,14 +95,16 @@ void RealTimeServer::Wait(Time until, const sigset_t& unblocked) {
   timeout.tv_nsec = static_cast<long>((dMicroseconds - static_cast<double>(timeout.tv_sec) * 1e6) * 1e3);
   const bool bForEver = until == simulator::Never;
   ppoll(watched.data(), watched.size(), bForEver ? nullptr : &timeout, &unblocked);
-  m_bCommandsReady = (watched[1].revents & (POLLIN | POLLHUP)) != 0;
+  m_bCommandsReady = (commands.revents & (POLLIN | POLLHUP)) != 0;
 }
 
 void RealTimeServer::Step(Time now) {
-  // Output first: what was complete before these bytes came must not be judged after them.
-  PassOutput(now);
-  if (const std::string bytes = m_line.Read(); !bytes.empty()) {
-    m_instrument.unit.Receive(now, bytes);
+  for (Served& served : m_Served) {
+    // Output first: what was complete before these bytes came must not be judged after them.
+    PassOutput(served, now);
+    if (const std::string bytes = served.line.Read(); !bytes.empty()) {
+      served.device.Receive(now, bytes);
+    }
   }
   if (m_bCommandsReady) {
     TakeCommands(now);
@@ -91,14 +112,17 @@ void RealTimeServer::Step(Time now) {
   WritePins(now);
 }
 
-void RealTimeServer::PassOutput(Time now) {
-  m_strOutput += m_instrument.unit.TakeOutput(now);
-  if (m_strOutput.empty()) {
+void RealTimeServer::PassOutput(Served& served, Time now) {
+  served.strOutput += served.device.TakeOutput(now);
+  if (served.strOutput.empty()) {
     return;
   }
-  m_strOutput.erase(0, m_line.Write(m_strOutput));
-  if (m_strOutput.size() > OutputLimit) {
-    m_strOutput.clear();
+  if (served.line.Unread() > served.nLimit) {
+    served.line.DropUnread();
+  }
+  served.strOutput.erase(0, served.line.Write(served.strOutput));
+  if (served.strOutput.size() > served.nLimit) {
+    served.strOutput.clear();
   }
 }
 
@@ -126,32 +150,64 @@ void RealTimeServer::TakeCommands(Time now) {
   }
   m_strCommands.append(buffer.data(), static_cast<std::size_t>(nRead));
   for (std::size_t nEnd = 0; (nEnd = m_strCommands.find('\n')) != std::string::npos;) {
-    Command(m_strCommands.substr(0, nEnd), now);
+    if (const std::string complaint = Command(m_strCommands.substr(0, nEnd), now); !complaint.empty()) {
+      std::cerr << complaint << "\n";
+    }
     m_strCommands.erase(0, nEnd + 1);
   }
 }
 
-void RealTimeServer::Command(const std::string& line, Time now) {
+std::string RealTimeServer::Command(const std::string& line, Time now) {
   std::istringstream words(line);
   std::string verb;
-  words >> verb;
-  if (verb == "insert") {
-    std::string name;
-    int iSize = 10;
-    words >> name >> iSize;
-    const auto sample = name.empty() ? std::optional(m_sample) : common::FindSample(name, now);
-    if (!sample) {
-      std::cerr << "there is no sample \"" << name << "\"; the samples are " << common::SampleNames << "\n";
-      return;
-    }
-    Insert(name.empty() ? 10 : iSize, *sample, now);
-  } else if (verb == "remove") {
-    Remove(now);
-  } else if (verb == "quit") {
-    m_bQuit = true;
-  } else if (!verb.empty()) {
-    std::cerr << "there is no command \"" << verb << "\"; the commands are insert [NAME [SIZE]], remove, quit\n";
+  std::string argument;
+  int iSize = 10;
+  words >> verb >> argument >> iSize;
+  if (verb.empty()) {
+    return {};
   }
+  if (verb == "insert") {
+    return InsertNamed(argument, argument.empty() ? 10 : iSize, now);
+  }
+  if (verb == "remove") {
+    Remove(now);
+    return {};
+  }
+  if (verb == "quit") {
+    m_bQuit = true;
+    return {};
+  }
+  if (verb == "say") {
+    m_instrument.echo.Say(now, line.substr(std::min(line.find("say") + 4, line.size())) + "\r\n");
+    return {};
+  }
+  return CommandPump(verb, argument, now);
+}
+
+std::string RealTimeServer::CommandPump(const std::string& verb, const std::string& argument, Time now) {
+  if (verb == "key" && argument == "a") {
+    m_instrument.zq410.PressKeyA(now);
+  } else if (verb == "key" && argument == "b") {
+    m_instrument.zq410.PressKeyB(now);
+  } else if (verb == "offer") {
+    const auto sample = common::FindSample(argument, now);
+    if (!sample) {
+      return "there is no sample \"" + argument + "\"; the samples are " + std::string(common::SampleNames);
+    }
+    m_instrument.flowCell.Offer(now, *sample);
+  } else {
+    return "there is no command \"" + verb + "\"; the commands are " + CommandForms;
+  }
+  return {};
+}
+
+std::string RealTimeServer::InsertNamed(const std::string& name, int iSize, Time now) {
+  const auto sample = name.empty() ? std::optional(m_sample) : common::FindSample(name, now);
+  if (!sample) {
+    return "there is no sample \"" + name + "\"; the samples are " + std::string(common::SampleNames);
+  }
+  Insert(iSize, *sample, now);
+  return {};
 }
 
 }  // namespace serving

@@ -1,5 +1,5 @@
-/// Serves an instrument's model in real time: bytes between a pseudo-terminal and the optical unit, the holder's
-/// switches into the pins' files, and a person's commands.
+/// Serves an instrument's model in real time: bytes between pseudo-terminals and what is at its three ports, the
+/// holder's switches into the pins' files, and a person's commands.
 ///
 /// Sleeps until the model has something to do, bytes arrive, or a signal comes; no thread, no polling.
 #pragma once
@@ -15,16 +15,24 @@
 
 namespace serving {
 
+/// The lines of the instrument's ports.
+struct Lines {
+  PseudoTerminal external;
+  PseudoTerminal optical;
+  PseudoTerminal sipper;
+};
+
 class RealTimeServer {
  public:
   /// `dSpeed`: how many times faster than real the model goes. All must outlive it.
-  RealTimeServer(simulator::Instrument& instrument, PseudoTerminal& line, BoardFolder& folder, double dSpeed);
+  RealTimeServer(simulator::Instrument& instrument, Lines& lines, BoardFolder& folder, double dSpeed);
 
   /// The model's time.
   [[nodiscard]] simulator::Time Now() const;
-  /// Carries out the lines that come from this descriptor: `insert [NAME [SIZE]]`, `remove`, `quit`.
+  /// Carries out the lines that come from this descriptor: see `CommandForms`.
   void TakeCommandsFrom(int iDescriptor) { m_iCommands = iDescriptor; }
-  /// A sample goes into the holder, in a cuvette of this size, mm.
+  /// A sample goes into the holder, in a cuvette of this size, mm; with a pump, the flow cuvette goes into the holder,
+  /// and its tube into the sample.
   void Insert(int iSize, const simulator::Sample& sample, simulator::Time at);
 
   /// What `insert` without a name puts in.
@@ -33,19 +41,37 @@ class RealTimeServer {
   /// Serves until a signal to end has come, or `quit` is commanded.
   void Serve(const StopSignals& signals);
 
+  /// The commands for a person.
+  static constexpr const char* CommandForms =
+      "insert [NAME [SIZE]], remove, offer NAME (another sample at the pump's tube), key a|b (of the ZQ-410), say TEXT "
+      "(the device at the external port), quit";
+
  private:
+  /// A device at a port.
+  struct Served {
+    simulator::SerialDevice& device;
+    PseudoTerminal& line;
+    /// More bytes than this that no host reads are lost, as on a line without a listener.
+    std::size_t nLimit;
+    /// What the line has not taken yet.
+    std::string strOutput = {};
+  };
+
   [[nodiscard]] simulator::Time NextActivity() const;
   void Wait(simulator::Time until, const sigset_t& unblocked);
   void Step(simulator::Time now);
-  void PassOutput(simulator::Time now);
+  static void PassOutput(Served& served, simulator::Time now);
   void WritePins(simulator::Time now);
   void TakeCommands(simulator::Time now);
-  void Command(const std::string& line, simulator::Time now);
+  /// Returns what is wrong; empty: done.
+  std::string Command(const std::string& line, simulator::Time now);
+  std::string CommandPump(const std::string& verb, const std::string& argument, simulator::Time now);
+  std::string InsertNamed(const std::string& name, int iSize, simulator::Time now);
   void Remove(simulator::Time at);
   void WatchPins(simulator::Time from);
 
   simulator::Instrument& m_instrument;
-  PseudoTerminal& m_line;
+  std::array<Served, 3> m_Served;
   BoardFolder& m_folder;
   double m_dSpeed;
   simulator::Sample m_sample;
@@ -53,8 +79,6 @@ class RealTimeServer {
   std::uint64_t m_nStart;
   int m_iCommands = -1;
   std::string m_strCommands;
-  /// What the line has not taken yet.
-  std::string m_strOutput;
   /// Levels in the files; when to look at the switches next, and until when they may move.
   std::array<std::uint32_t, simulator::CuvetteHolder::PinCount> m_Levels{};
   simulator::Time m_nNextPins = simulator::Never;

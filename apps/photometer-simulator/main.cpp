@@ -10,10 +10,10 @@
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
+#include "../common/FaultText.h"
+#include "../common/PumpName.h"
 #include "../common/SampleName.h"
 #include "BoardFolder.h"
-#include "FaultText.h"
-#include "PseudoTerminal.h"
 #include "RealTimeServer.h"
 #include "SimulatorPage.h"
 #include "StopSignals.h"
@@ -30,6 +30,8 @@ struct Options {
   std::string sampleName = "mixture";
   std::string noise = "on";
   std::vector<std::string> faults;
+  std::string pumpName = "none";
+  std::vector<std::string> pumpFaults;
   std::optional<double> cuvetteAfter;
   int cuvetteSize = 10;
   double speed = 1;
@@ -55,25 +57,35 @@ void AddOptions(CLI::App& app, Options& options) {
   app.add_option("--seed", options.unit.seed, "Seed of the noise");
   app.add_option("--noise", options.noise, "Noise of the detectors: on or off")->check(CLI::IsMember({"on", "off"}));
   app.add_option("--fault", options.faults, "Fault of the line, KIND:LETTER[:NTH][:NAME=VALUE], as late:a:2:delay=500");
+  app.add_option("--pump", options.pumpName, "Sipper pump that draws the sample")
+      ->check(CLI::IsMember(common::PumpNames()));
+  app.add_option("--pump-fault", options.pumpFaults,
+                 "Fault of the pump, KIND:LETTER[:NTH][:NAME=VALUE], keep-alive-stops, pumping or flood");
   app.add_option("--lamp", options.unit.faults.halogenLevel, "Share of the halogen lamp's light; 0: dead")
       ->check(CLI::Range(0.0, 1.0));
   app.add_option("--speed", options.speed, "How many times faster than real the instrument is")
       ->check(CLI::Range(0.1, 100.0));
   app.add_flag("--no-uv", options.bNoUV, "An instrument without deuterium lamp");
   app.add_flag("--commands", options.bCommands,
-               "Take commands from standard input: insert [NAME [SIZE]], remove, quit");
+               fmt::format("Take commands from standard input: {}", serving::RealTimeServer::CommandForms));
   app.add_flag("--keep", options.bKeep, "Leave the folder's contents when ending");
   // For the build, which makes the manual page with it.
   app.add_flag("--manual-page", options.bManual, "Print the manual page")->group("");
 }
 
-std::string AddFaults(const std::vector<std::string>& texts, simulator::FaultPlan& plan) {
-  for (const std::string& text : texts) {
-    const auto fault = serving::ParseFault(text);
+/// What is wrong with the faults; empty: the instrument has them.
+std::string AddFaults(const Options& options, simulator::Instrument& instrument) {
+  for (const std::string& text : options.faults) {
+    const auto fault = common::ParseFault(text);
     if (const auto* pComplaint = std::get_if<std::string>(&fault)) {
-      return *pComplaint;
+      return "--fault: " + *pComplaint;
     }
-    plan.Add(std::get<simulator::Fault>(fault));
+    instrument.unit.WireFaults().Add(std::get<simulator::Fault>(fault));
+  }
+  for (const std::string& text : options.pumpFaults) {
+    if (const std::string complaint = common::AddPumpFault(text, instrument, 0); !complaint.empty()) {
+      return "--pump-fault: " + complaint;
+    }
   }
   return {};
 }
@@ -86,9 +98,9 @@ int Complain(const std::string& text) {
 
 int Serve(const Options& options, simulator::Instrument& instrument, const simulator::Sample& sample) {
   const serving::StopSignals signals;
-  serving::PseudoTerminal line;
-  serving::BoardFolder folder(options.folder, line.Path());
-  serving::RealTimeServer server(instrument, line, folder, options.speed);
+  serving::Lines lines;
+  serving::BoardFolder folder(options.folder, {lines.external.Path(), lines.optical.Path(), lines.sipper.Path()});
+  serving::RealTimeServer server(instrument, lines, folder, options.speed);
   server.SetSample(sample);
   if (options.bKeep) {
     folder.Keep();
@@ -99,9 +111,12 @@ int Serve(const Options& options, simulator::Instrument& instrument, const simul
   if (options.bCommands) {
     server.TakeCommandsFrom(STDIN_FILENO);
   }
-  std::cout << "board: " << folder.BoardFile().string() << "\nport: " << line.Path()
+  std::cout << "board: " << folder.BoardFile().string() << "\nport: " << lines.optical.Path()
+            << "\nexternal-port: " << lines.external.Path() << "\nsipper-port: " << lines.sipper.Path()
             << "\nfolder: " << folder.Folder().string() << "\nUse it with: photometer measure --board "
-            << folder.BoardFile().string() << " --wavelengths 436,525\nCtrl-C ends it.\n"
+            << folder.BoardFile().string() << " --wavelengths 436,525"
+            << (instrument.pump == simulator::PumpKind::None ? "" : " --pump " + options.pumpName)
+            << "\nCtrl-C ends it.\n"
             << std::flush;
   server.Serve(signals);
   return 0;
@@ -110,7 +125,7 @@ int Serve(const Options& options, simulator::Instrument& instrument, const simul
 }  // namespace
 
 int main(int argc, char** argv) {
-  CLI::App app("Serves a simulated photometer on a pseudo-terminal in real time", "photometer-simulator");
+  CLI::App app("Serves a simulated photometer on pseudo-terminals in real time", "photometer-simulator");
   Options options;
   AddOptions(app, options);
   try {
@@ -125,9 +140,9 @@ int main(int argc, char** argv) {
     }
     options.unit.bUV = !options.bNoUV;
     options.unit.noiseLevel = options.noise == "on" ? 1.0 : 0.0;
-    simulator::Instrument instrument(options.unit, BounceMilliseconds);
-    if (const std::string complaint = AddFaults(options.faults, instrument.unit.WireFaults()); !complaint.empty()) {
-      return Complain("--fault: " + complaint);
+    simulator::Instrument instrument(options.unit, BounceMilliseconds, common::FindPump(options.pumpName));
+    if (const std::string complaint = AddFaults(options, instrument); !complaint.empty()) {
+      return Complain(complaint);
     }
     return Serve(options, instrument, *sample);
   } catch (const CLI::CallForHelp&) {

@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include "FaultText.h"
+#include "../../apps/common/FaultText.h"
 #include "Progress.h"
 #include "ReportFormat.h"
 
@@ -128,19 +128,19 @@ TEST(Progress, EstimatesTheTimeLeftFromThePaceSoFar) {
 }
 
 TEST(FaultText, TakesKindCommandAndValues) {
-  const auto parsed = serving::ParseFault("late:a:2:delay=500");
+  const auto parsed = common::ParseFault("late:a:2:delay=500");
   ASSERT_TRUE(std::holds_alternative<simulator::Fault>(parsed));
   const auto& fault = std::get<simulator::Fault>(parsed);
   EXPECT_EQ(fault.kind, simulator::FaultKind::Late);
   EXPECT_EQ(fault.letter, 'a');
   EXPECT_EQ(fault.nth, 2U);
   EXPECT_EQ(fault.delay, 500'000U);
-  const auto any = serving::ParseFault("lost:*:*:first=1:count=2");
+  const auto any = common::ParseFault("lost:*:*:first=1:count=2");
   ASSERT_TRUE(std::holds_alternative<simulator::Fault>(any));
   EXPECT_EQ(std::get<simulator::Fault>(any).letter, 0);
   for (const char* text :
        {"", "late", "late:", "late:ab", "late:a:x", "late:a:1:delay=", "late:a:1:dealy=3", "fire:a"}) {
-    EXPECT_TRUE(std::holds_alternative<std::string>(serving::ParseFault(text))) << text;
+    EXPECT_TRUE(std::holds_alternative<std::string>(common::ParseFault(text))) << text;
   }
 }
 
