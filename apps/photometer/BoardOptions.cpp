@@ -4,6 +4,7 @@
 
 #include <fmt/format.h>
 
+#include "../common/FaultText.h"
 #include "../common/SampleName.h"
 #include "DefectName.h"
 #include "NumberOption.h"
@@ -44,7 +45,11 @@ void BoardOptions::AddTo(CLI::App& app) {
   AddRealOption(app, "--stray-light", strayLight, 0.0, 0.1, "Share of its light that passes beside the sample");
   app.add_option("--defect", defects, fmt::format("What breaks in it after the start-up: {}", DefectNames))
       ->type_name("NAME");
-  for (const char* name : {"--seed", "--speed", "--offset", "--stray-light", "--defect"}) {
+  app.add_option(
+         "--pump-fault", pumpFaults,
+         "Fault of its pump after the start-up: KIND:LETTER[:NTH][:NAME=VALUE], keep-alive-stops, pumping, flood")
+      ->type_name("FAULT");
+  for (const char* name : {"--seed", "--speed", "--offset", "--stray-light", "--defect", "--pump-fault"}) {
     app.get_option(name)->group(Simulation);
   }
 }
@@ -76,6 +81,15 @@ void BoardOptions::Check() const {
   }
   if (!common::FindSample(sample)) {
     throw CLI::ValidationError("--sample", fmt::format("\"{}\" is no sample; give {}", sample, common::SampleNames));
+  }
+}
+
+void BoardOptions::CheckPumpFaults(std::uint32_t dwOperatingMode) const {
+  simulator::Instrument instrument({}, 0, static_cast<simulator::PumpKind>(dwOperatingMode));
+  for (const std::string& fault : pumpFaults) {
+    if (const std::string complaint = common::AddPumpFault(fault, instrument, 0); !complaint.empty()) {
+      throw CLI::ValidationError("--pump-fault", complaint);
+    }
   }
 }
 

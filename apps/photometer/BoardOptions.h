@@ -31,6 +31,8 @@ struct BoardOptions {
 
   /// What breaks after the start-up, as in DefectName.h.
   std::vector<std::string> defects;
+  /// Faults of the attached pump from then on, as in FaultText.h.
+  std::vector<std::string> pumpFaults;
 
   void AddTo(CLI::App& app);
   /// Only the sample.
@@ -39,6 +41,8 @@ struct BoardOptions {
   [[nodiscard]] std::string FilePath() const;
   /// Throws `CLI::ValidationError` for options that do not go together or name nothing.
   void Check() const;
+  /// The same for the faults of a pump of this operating mode.
+  void CheckPumpFaults(std::uint32_t dwOperatingMode) const;
 };
 
 }  // namespace host

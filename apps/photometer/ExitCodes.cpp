@@ -23,6 +23,7 @@ constexpr std::array Entries = {
     ExitCodeEntry{ExitCode::NoCuvette, "no cuvette", "no cuvette was inserted in the time given"},
     ExitCodeEntry{ExitCode::OutputFailed, "output failed", "measured, but results, picture or trace were not written"},
     ExitCodeEntry{ExitCode::CheckFailed, "check failed", "a self-test ran to its end, and a value is beyond its limit"},
+    ExitCodeEntry{ExitCode::NoPump, "no pump", "the sipper pump of --pump did not answer; nothing was measured"},
     ExitCodeEntry{ExitCode::BoardFaulty, "board faulty", "\"board check\" found something that must be mended"},
 };
 

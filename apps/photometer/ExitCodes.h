@@ -19,6 +19,7 @@ enum class ExitCode : int {
   NoCuvette = 15,
   OutputFailed = 16,
   CheckFailed = 17,
+  NoPump = 18,
   BoardFaulty = 19
 };
 

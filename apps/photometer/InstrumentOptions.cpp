@@ -4,6 +4,7 @@
 
 #include <fmt/format.h>
 
+#include "../common/PumpName.h"
 #include "NumberOption.h"
 #include "WavelengthList.h"
 #include "photometer/Settings.h"
@@ -79,19 +80,24 @@ void InstrumentOptions::AddTo(CLI::App& app) {
   AddIntegerOption(app, "--baud-rate", m_Params.dwBaudRate, DWORD{300}, DWORD{115200}, "External port: baud");
   AddIntegerOption(app, "--data-bits", m_Params.dwByteSize, DWORD{5}, DWORD{8}, "External port: data bits");
   app.add_option("--parity", m_strParity, "External port: parity")->check(CLI::IsMember({"none", "odd", "even"}));
-  AddIntegerOption(app, "--operating-mode", m_Params.dwOperatingMode, DWORD{0}, DWORD{2},
-                   "0: pass-through, 1: pump ZQ-410, 2: pump ZQ-420");
+  app.add_option("--pump", m_strPump,
+                 "Sipper pump that draws the sample: zq410 on the external port, zq420 on its own; without one the "
+                 "external port serves another device")
+      ->check(CLI::IsMember(common::PumpNames()).description(""))
+      ->type_name("none|zq410|zq420")
+      ->default_str(m_strPump);
   AddIntegerOption(app, "--pump-time", m_Params.PumpTime, DWORD{0}, DWORD{999}, "Pump time, s");
   AddIntegerOption(app, "--pump-parameter", m_Params.PumpParam2, DWORD{0}, DWORD{999}, "Second pump parameter");
   AddIntegerOption(app, "--settling-time", m_Params.DelayTime, DWORD{0}, LongestTime, "Wait after pumping, s");
-  for (const char* name : {"--baud-rate", "--data-bits", "--parity", "--operating-mode", "--pump-time",
-                           "--pump-parameter", "--settling-time"}) {
+  for (const char* name :
+       {"--baud-rate", "--data-bits", "--parity", "--pump", "--pump-time", "--pump-parameter", "--settling-time"}) {
     app.get_option(name)->group(Pump);
   }
 }
 
 void InstrumentOptions::Check() {
   m_Params.bUV = m_bUV ? photometer::TRUE : photometer::FALSE;
+  m_Params.dwOperatingMode = static_cast<DWORD>(common::FindPump(m_strPump));
   m_Params.dwParity = ParityCode(m_strParity);
   if (!m_strZeros.empty()) {
     m_Calibration.ZeroWavelengths =
@@ -111,6 +117,18 @@ void InstrumentOptions::AddZero(double dWavelength) {
       std::find(zeros.begin(), zeros.end(), dWavelength) == zeros.end()) {
     zeros.push_back(dWavelength);
   }
+}
+
+const char* InstrumentOptions::PumpText() const {
+  switch (common::FindPump(m_strPump)) {
+    case simulator::PumpKind::ZQ410:
+      return "ZQ-410";
+    case simulator::PumpKind::ZQ420:
+      return "ZQ-420";
+    case simulator::PumpKind::None:
+      break;
+  }
+  return nullptr;
 }
 
 double InstrumentOptions::LowestWavelength() const { return m_Params.bUV != 0 ? m_Params.UVMin : m_Params.HalogenMin; }

@@ -31,6 +31,8 @@ class InstrumentOptions {
   [[nodiscard]] const std::vector<double>& Peaks() const { return m_peaks; }
   /// Below this wavelength, nm, the deuterium lamp serves.
   [[nodiscard]] double SwitchingPoint() const { return m_Calibration.LampSwitchingPoint; }
+  /// The attached pump as a person calls it; null: none.
+  [[nodiscard]] const char* PumpText() const;
   /// Range of every wavelength that is measured, nm.
   [[nodiscard]] double LowestWavelength() const;
   [[nodiscard]] double HighestWavelength() const;
@@ -42,6 +44,7 @@ class InstrumentOptions {
   bool m_bUV = true;
   std::string m_strZeros;
   std::string m_strParity = "none";
+  std::string m_strPump = "none";
 };
 
 /// The wavelengths of an option's text, within the range; throws `CLI::ValidationError` otherwise.

@@ -12,7 +12,7 @@ namespace host {
 
 class KineticsCommand final : public RunCommand {
  public:
-  KineticsCommand() : RunCommand("kinetics", Holder::Sample) {}
+  KineticsCommand() : RunCommand("kinetics", Holder::DrawnSample) {}
 
  private:
   struct Cycle {

@@ -13,7 +13,7 @@ namespace host {
 
 class MeasureCommand final : public RunCommand {
  public:
-  MeasureCommand() : RunCommand("measure", Holder::Sample) {}
+  MeasureCommand() : RunCommand("measure", Holder::DrawnSample) {}
 
  private:
   void AddOwnOptions(CLI::App& app) override;

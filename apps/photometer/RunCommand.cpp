@@ -4,6 +4,7 @@
 
 #include "Conclusion.h"
 #include "NumberOption.h"
+#include "PumpIntake.h"
 #include "platform/Platform.h"
 
 namespace host {
@@ -62,7 +63,7 @@ void RunCommand::Join(Workplace& workplace) {
 
 void RunCommand::AddOptions(CLI::App& app) {
   AddOwnOptions(app);
-  if (m_holder == Holder::Sample) {
+  if (m_holder != Holder::Empty) {
     AddIntegerOption(app, "--wait-for-cuvette", m_dwCuvetteWait, DWORD{0}, DWORD{86400},
                      "Wait at most so long, s, for a cuvette after the start-up; 0: measure at once");
   }
@@ -70,7 +71,7 @@ void RunCommand::AddOptions(CLI::App& app) {
   if (!HasJoined()) {
     m_instrument.AddTo(app);
     m_board.AddTo(app);
-  } else if (m_board.bSimulate && m_holder == Holder::Sample) {
+  } else if (m_board.bSimulate && m_holder != Holder::Empty) {
     m_board.AddSampleTo(app);
   }
 }
@@ -79,7 +80,13 @@ void RunCommand::Check() {
   Prepare();
   m_board.Check();
   m_instrument.Check();
+  m_board.CheckPumpFaults(m_instrument.Parameters().dwOperatingMode);
   CheckOwn();
+  if (DrawsSample()) {
+    AddSetting("pump", m_instrument.PumpText());
+    AddSetting("pump_time_s", fmt::format("{}", m_instrument.Parameters().PumpTime));
+    AddSetting("settling_time_s", fmt::format("{}", m_instrument.Parameters().DelayTime));
+  }
   m_results.Check();
 }
 
@@ -124,7 +131,7 @@ ExitCode RunCommand::WriteResults(Console& console, ExitCode code) {
 ExitCode RunCommand::Perform(Console& console, Workplace& workplace) {
   m_header.strInstrument = workplace.Description();
   m_header.strSample = m_results.Label();
-  if (m_header.strSample.empty() && m_board.bSimulate && m_holder == Holder::Sample) {
+  if (m_header.strSample.empty() && m_board.bSimulate && m_holder != Holder::Empty) {
     m_header.strSample = m_board.sample;
   }
   if (!workplace.MakeSession(console)) {
@@ -161,11 +168,16 @@ ExitCode RunCommand::StartUp(Bench& bench, Workplace& workplace) {
 }
 
 ExitCode RunCommand::PrepareHolder(Bench& bench) const {
-  if (m_holder == Holder::Sample) {
-    return InsertSample(bench);
+  if (m_holder == Holder::Empty) {
+    // A start-up of its own has just asked for the empty holder.
+    return HasJoined() ? EmptyHolder(bench) : ExitCode::Success;
   }
-  // A start-up of its own has just asked for the empty holder.
-  return HasJoined() ? EmptyHolder(bench) : ExitCode::Success;
+  const ExitCode code = InsertSample(bench);
+  if (code != ExitCode::Success || !DrawsSample()) {
+    return code;
+  }
+  return HasFlowCuvette(bench.session, bench.progress) ? ConnectPump(m_instrument, bench.session, bench.progress)
+                                                       : ExitCode::NoCuvette;
 }
 
 ExitCode RunCommand::EmptyHolder(Bench& bench) const {
@@ -184,21 +196,23 @@ ExitCode RunCommand::EmptyHolder(Bench& bench) const {
 
 ExitCode RunCommand::InsertSample(Bench& bench) const {
   Progress& progress = bench.progress;
-  if (bench.board.Simulated() != nullptr) {
-    bench.board.Simulated()->InsertSample(m_board.sample);
+  if (SimulatedInstrument* pSimulated = bench.board.Simulated()) {
+    DrawsSample() ? pSimulated->OfferSample(m_board.sample) : pSimulated->InsertSample(m_board.sample);
   } else if (m_dwCuvetteWait == 0) {
-    if (bench.session.Device().GetCuvetteState() <= 0) {
+    if (!DrawsSample() && bench.session.Device().GetCuvetteState() <= 0) {
       progress.Say("no cuvette is inserted: the empty holder is measured (--wait-for-cuvette SECONDS waits for one)");
     }
     return ExitCode::Success;
   } else {
-    const bool bChange = bench.session.HoldsMeasuredCuvette();
-    progress.Say(fmt::format("please {} the cuvette within {} s", bChange ? "change" : "insert", m_dwCuvetteWait));
+    const bool bChange = !DrawsSample() && bench.session.HoldsMeasuredCuvette();
+    progress.Say(fmt::format("please {} the {} within {} s", bChange ? "change" : "insert",
+                             DrawsSample() ? "flow cuvette" : "cuvette", m_dwCuvetteWait));
   }
   const bool bSimulated = bench.board.Simulated() != nullptr;
   const DWORD dwSeconds = bSimulated ? SimulatedCuvetteWait : m_dwCuvetteWait;
-  const Outcome outcome =
-      bSimulated ? bench.session.WaitForCuvette(dwSeconds) : WaitForNewCuvette(bench.session, dwSeconds);
+  // A flow cuvette stays in the holder: the pump brings the next sample.
+  const Outcome outcome = bSimulated || DrawsSample() ? bench.session.WaitForCuvette(dwSeconds)
+                                                      : WaitForNewCuvette(bench.session, dwSeconds);
   if (outcome == Outcome::NoEnd) {
     progress.Say(fmt::format("no cuvette was inserted within {} s; nothing was measured", dwSeconds));
     return ExitCode::NoCuvette;
@@ -213,6 +227,14 @@ ExitCode RunCommand::RunOperation(Bench& bench, const char* what, const StartOpe
                                   const EventHandler& handler, EndNotice notice) {
   const RunEnd end = bench.session.Run(start, handler, notice);
   m_header.error = end.error;
+  if (end.outcome == Outcome::NoEnd && DrawsSample() && bench.session.IsOn()) {
+    // Of all ends this is the one that the device does not tell.
+    bench.progress.Say(
+        fmt::format("{} failed: the pump {} did not finish its cycle, nothing was measured; "
+                    "Photometer.log of the instrument has the number",
+                    what, m_instrument.PumpText()));
+    return ExitCode::InstrumentError;
+  }
   return Conclude(end, what, ExitCode::InstrumentError, bench.progress);
 }
 

@@ -25,8 +25,8 @@ class RunCommand : public Command {
   ExitCode Run(Console& console) final;
 
  protected:
-  /// What the holder must have during the run.
-  enum class Holder { Sample, Empty };
+  /// What the holder must have during the run. `DrawnSample`: with a pump attached, the run draws the sample itself.
+  enum class Holder { Sample, DrawnSample, Empty };
 
   /// `kind` names the results.
   RunCommand(std::string kind, Holder holder) : m_holder(holder) { m_header.strKind = std::move(kind); }
@@ -71,6 +71,7 @@ class RunCommand : public Command {
   ExitCode PrepareHolder(Bench& bench) const;
   ExitCode InsertSample(Bench& bench) const;
   ExitCode EmptyHolder(Bench& bench) const;
+  [[nodiscard]] bool DrawsSample() const { return m_holder == Holder::DrawnSample && m_instrument.PumpText(); }
   ExitCode WriteResults(Console& console, ExitCode code);
 
   Holder m_holder;

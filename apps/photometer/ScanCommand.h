@@ -13,7 +13,7 @@ namespace host {
 
 class ScanCommand final : public RunCommand {
  public:
-  ScanCommand() : RunCommand("scan", Holder::Sample) {}
+  ScanCommand() : RunCommand("scan", Holder::DrawnSample) {}
 
  private:
   void AddOwnOptions(CLI::App& app) override;

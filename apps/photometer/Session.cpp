@@ -184,9 +184,13 @@ void Session::FollowInterrupt(Waiting& waiting) {
   waiting.iRequests = iRequests;
 }
 
-Outcome Session::WaitForCuvette(DWORD dwSeconds) { return WaitForHolder(true, dwSeconds); }
+Outcome Session::WaitForCuvette(DWORD dwSeconds) {
+  return WaitUntil([](photometer::IPhotometer& device) { return device.GetCuvetteSize() > 0; }, dwSeconds);
+}
 
-Outcome Session::WaitForEmptyHolder(DWORD dwSeconds) { return WaitForHolder(false, dwSeconds); }
+Outcome Session::WaitForEmptyHolder(DWORD dwSeconds) {
+  return WaitUntil([](photometer::IPhotometer& device) { return device.GetCuvetteSize() <= 0; }, dwSeconds);
+}
 
 bool Session::HoldsMeasuredCuvette() {
   Waiting waiting;
@@ -194,11 +198,11 @@ bool Session::HoldsMeasuredCuvette() {
   return m_bMeasured && m_pDevice->GetCuvetteSize() > 0;
 }
 
-Outcome Session::WaitForHolder(bool bCuvette, DWORD dwSeconds) {
+Outcome Session::WaitUntil(const std::function<bool(photometer::IPhotometer&)>& isReached, DWORD dwSeconds) {
   Waiting waiting;
   waiting.ExpectEnd();
   while (m_interrupt.Count() == 0) {
-    if ((m_pDevice->GetCuvetteSize() > 0) == bCuvette) {
+    if (isReached(*m_pDevice)) {
       return Outcome::Finished;
     }
     if (waiting.Late(dwSeconds * 1000)) {

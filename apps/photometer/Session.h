@@ -66,7 +66,9 @@ class Session {
   /// Calls a start operation, hands every event of the run to the handler, and waits for the end of the run. A person's
   /// first request cancels the run, a second one shuts the device down at once.
   RunEnd Run(const StartOperation& start, const EventHandler& handler, EndNotice notice = EndNotice::BeforeIdle);
-  /// Waits at most so long, s, until a cuvette is in the holder. `NoEnd`: there was none in that time.
+  /// Waits at most so long, s, until the device is in a state. `NoEnd`: it was not in that time.
+  Outcome WaitUntil(const std::function<bool(photometer::IPhotometer&)>& isReached, DWORD dwSeconds);
+  /// The same for a cuvette in the holder.
   Outcome WaitForCuvette(DWORD dwSeconds);
   /// The same until there is none.
   Outcome WaitForEmptyHolder(DWORD dwSeconds);
@@ -81,7 +83,6 @@ class Session {
   struct Waiting;
   void Handle(const std::vector<HostEvent>& events, Waiting& waiting);
   bool IsBusy();
-  Outcome WaitForHolder(bool bCuvette, DWORD dwSeconds);
   RunEnd WaitForStartUp(photometer::platform::HANDLE hStarter, const std::atomic<HRESULT>& hResult);
   void FollowInterrupt(Waiting& waiting);
   /// Waits until the run is over. Something is returned when it was ended by a shutdown.

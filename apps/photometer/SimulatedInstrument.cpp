@@ -1,5 +1,6 @@
 #include "SimulatedInstrument.h"
 
+#include "../common/FaultText.h"
 #include "../common/SampleName.h"
 #include "DefectName.h"
 
@@ -33,9 +34,13 @@ photometer::platform::VirtualBoardOptions BoardSettings(const BoardOptions& opti
 
 SimulatedInstrument::SimulatedInstrument(const BoardOptions& options, const photometer::PhotometerParameters& params)
     : m_defects(options.defects),
-      m_instrument(UnitSettings(options, params), BounceMilliseconds),
+      m_pumpFaults(options.pumpFaults),
+      m_instrument(UnitSettings(options, params), BounceMilliseconds,
+                   static_cast<simulator::PumpKind>(params.dwOperatingMode)),
       m_board(BoardSettings(options)) {
   m_board.PlugPort(u"COM2:", m_instrument.unit, true);
+  m_board.PlugPort(u"COM1:", m_instrument.AtExternalPort());
+  m_board.PlugPort(u"COM6:", m_instrument.zq420);
   m_board.PlugPins(&m_instrument.holder);
   for (const char16_t* folder : {u"\\NANDFlash\\Logging", u"\\SDMemory", u"\\Application"}) {
     m_board.MakeFolder(folder);
@@ -50,12 +55,24 @@ void SimulatedInstrument::BreakParts() {
     AddDefect(defect, faults);
   }
   m_instrument.unit.SetFaults(faults);
+  for (const std::string& fault : m_pumpFaults) {
+    common::AddPumpFault(fault, m_instrument, m_board.Now());
+  }
+}
+
+const simulator::Sample& SimulatedInstrument::MakeSample(const std::string& sample) {
+  // A reaction begins when the sample is made.
+  m_sample = common::FindSample(sample, m_board.Now()).value_or(simulator::Sample::Blank());
+  return m_sample;
 }
 
 void SimulatedInstrument::InsertSample(const std::string& sample) {
-  // A reaction begins when the sample goes in.
-  m_sample = common::FindSample(sample, m_board.Now()).value_or(simulator::Sample::Blank());
-  m_instrument.InsertCuvette(CuvetteSize, m_sample, m_board.Now());
+  m_instrument.InsertCuvette(CuvetteSize, MakeSample(sample), m_board.Now());
+}
+
+void SimulatedInstrument::OfferSample(const std::string& sample) {
+  m_instrument.InsertFlowCuvette(m_board.Now());
+  m_instrument.flowCell.Offer(m_board.Now(), MakeSample(sample));
 }
 
 double SimulatedInstrument::TrueAbsorbance(photometer::DWORD dwPosition) const {

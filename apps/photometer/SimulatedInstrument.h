@@ -1,4 +1,5 @@
-/// A whole simulated instrument on the virtual board: optical unit, cuvette holder, folders and lamp counters.
+/// A whole simulated instrument on the virtual board: optical unit, cuvette holder, what is attached to the two other
+/// ports, folders and lamp counters.
 ///
 /// Everything runs on the thread that makes it.
 #pragma once
@@ -15,7 +16,8 @@ namespace host {
 
 class SimulatedInstrument {
  public:
-  /// The parameters are those that the device will be given: the model follows the same polynomial.
+  /// The parameters are those that the device will be given: the model follows the same polynomial, and has the pump of
+  /// their operating mode.
   SimulatedInstrument(const BoardOptions& options, const photometer::PhotometerParameters& params);
 
   photometer::platform::VirtualBoard& Board() { return m_board; }
@@ -24,6 +26,8 @@ class SimulatedInstrument {
   void BreakParts();
   /// A cuvette with the sample (as in SampleName.h) goes into the holder now, in the place of one that is there.
   void InsertSample(const std::string& sample);
+  /// The flow cuvette goes into the holder, full of water, and the tube of its pump into the sample.
+  void OfferSample(const std::string& sample);
   void RemoveSample() { m_instrument.RemoveCuvette(m_board.Now()); }
   /// Absorbance of the sample at the wavelength that comes through at a position of the monochromator. Positions are
   /// 0.08 nm apart, and the absorbance of a band's slope changes on the way to the nearest one.
@@ -32,7 +36,11 @@ class SimulatedInstrument {
   [[nodiscard]] std::vector<std::string> Faults() const;
 
  private:
+  /// The sample, from now on.
+  const simulator::Sample& MakeSample(const std::string& sample);
+
   std::vector<std::string> m_defects;
+  std::vector<std::string> m_pumpFaults;
   simulator::Sample m_sample;
   simulator::Instrument m_instrument;
   photometer::platform::VirtualBoard m_board;
