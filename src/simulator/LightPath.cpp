@@ -1,8 +1,10 @@
 #include "simulator/LightPath.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstddef>
+#include <numbers>
 
 namespace simulator {
 
@@ -11,8 +13,10 @@ namespace {
 constexpr double SampleOptics = 0.92;
 constexpr double ReferenceOptics = 0.85;
 constexpr double SecondOrder = 0.2;
-/// nm, beyond which a baffle catches the second order: no filter could pass 550 nm and hold it back at 1100 nm.
-constexpr double LastSecondOrder = 1030.0;
+/// Over this range, nm, the grating turns the second order behind a baffle: no filter could pass 550 nm and hold it
+/// back at 1100 nm. The baffle's edge crosses a beam that is as wide as the grating, so that the order ends gradually.
+constexpr double BaffleBegins = 930.0;
+constexpr double BaffleEnds = 1060.0;
 constexpr double ShortestWavelength = 185.0;  // nm, below which air and windows absorb everything
 constexpr double LongestWavelength = 1150.0;  // nm, beyond which the detectors see nothing
 constexpr double HalogenCounts = 0.9e8;       // at 900 nm, for a response of 1
@@ -48,6 +52,13 @@ double ResponseAt(double wavelength) {
   const ResponsePoint& high = Response[i];
   const double share = (wavelength - low.wavelength) / (high.wavelength - low.wavelength);
   return low.response + share * (high.response - low.response);
+}
+
+/// The share of the second order that passes the baffle: the part of a round beam that lies beside a straight edge,
+/// close to the half period of a cosine.
+double BesideBaffle(double wavelength) {
+  const double share = std::clamp((wavelength - BaffleBegins) / (BaffleEnds - BaffleBegins), 0.0, 1.0);
+  return 0.5 + 0.5 * std::cos(std::numbers::pi * share);
 }
 
 }  // namespace
@@ -105,7 +116,7 @@ LightPath::Beam LightPath::MakeBeam(int iPath, double wavelength) const {
   Beam beam;
   beam.wavelength = wavelength;
   beam.first = Intensity(iPath, wavelength);
-  if (wavelength <= LastSecondOrder) beam.second = SecondOrder * Intensity(iPath, wavelength / 2.0);
+  beam.second = SecondOrder * BesideBaffle(wavelength) * Intensity(iPath, wavelength / 2.0);
   beam.firstFiltered = beam.first * m_Filters.Transmission(wavelength);
   beam.secondFiltered = beam.second == 0.0 ? 0.0 : beam.second * m_Filters.Transmission(wavelength / 2.0);
   return beam;

@@ -4,9 +4,9 @@
 ///   reference = 0.85 · b · (I(w) · (1 + s) + I2)
 ///
 /// with w the wavelength, b the lamp's brightness, I its spectrum times the response of grating and detector in counts
-/// at normal gain, I2 = 0.2 · I(w/2) the light of second order (none beyond 1030 nm), F the filter's and T the sample's
-/// transmission, and s the share of stray light. The reference beam branches off before the filter wheel and does not
-/// pass the cuvette.
+/// at normal gain, I2 = 0.2 · B(w) · I(w/2) the light of second order, of which a baffle lets pass B, all up to 930 nm
+/// and none from 1060 nm on, F the filter's and T the sample's transmission, and s the share of stray light. The
+/// reference beam branches off before the filter wheel and does not pass the cuvette.
 #pragma once
 
 #include "simulator/FilterWheel.h"

@@ -155,6 +155,18 @@ TEST(LightPath, ShowsEachFaultInTheAbsorbance) {
   }
 }
 
+TEST(LightPath, RatioOfTheBeamsHasNoStepBehindOneFilter) {
+  Bench bench({.noiseLevel = 0.0});
+  bench.PrepareHalogen(700);
+  Counts before = bench.Measure();
+  for (int wavelength = 701; wavelength <= 1100; ++wavelength) {
+    bench.Set({"M" + std::to_string(TablePosition(wavelength))});
+    const Counts counts = bench.Measure();
+    EXPECT_LT(std::fabs(Absorbance(counts, before)), 0.002) << wavelength;
+    before = counts;
+  }
+}
+
 TEST(LightPath, IsWeakWithAWeakLamp) {
   Bench sound({.noiseLevel = 0.0});
   Bench weak({.noiseLevel = 0.0, .faults = {.halogenLevel = 0.01}});
