@@ -5,8 +5,11 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <charconv>
 #include <iostream>
-#include <sstream>
+#include <optional>
+
+#include <fmt/format.h>
 
 #include "../common/SampleName.h"
 
@@ -32,6 +35,10 @@ std::uint64_t Monotonic() {
   return static_cast<std::uint64_t>(now.tv_sec) * 1'000'000 + static_cast<std::uint64_t>(now.tv_nsec) / 1000;
 }
 
+std::string NoSample(const std::string& name) {
+  return fmt::format("there is no sample \"{}\"; the samples are {}", name, common::SampleNames);
+}
+
 }  // namespace
 
 RealTimeServer::RealTimeServer(simulator::Instrument& instrument, Lines& lines, BoardFolder& folder, double dSpeed)
@@ -43,7 +50,9 @@ RealTimeServer::RealTimeServer(simulator::Instrument& instrument, Lines& lines, 
       m_dSpeed(dSpeed),
       m_nStart(Monotonic()) {}
 
-Time RealTimeServer::Now() const { return static_cast<Time>(static_cast<double>(Monotonic() - m_nStart) * m_dSpeed); }
+Time RealTimeServer::Now() const {
+  return m_Start + static_cast<Time>(static_cast<double>(Monotonic() - m_nStart) * m_dSpeed);
+}
 
 void RealTimeServer::Insert(int iSize, const simulator::Sample& sample, Time at) {
   if (m_instrument.pump == simulator::PumpKind::None) {
@@ -52,11 +61,6 @@ void RealTimeServer::Insert(int iSize, const simulator::Sample& sample, Time at)
     m_instrument.InsertFlowCuvette(at);
     m_instrument.flowCell.Offer(at, sample);
   }
-  WatchPins(at);
-}
-
-void RealTimeServer::Remove(Time at) {
-  m_instrument.RemoveCuvette(at);
   WatchPins(at);
 }
 
@@ -157,56 +161,101 @@ void RealTimeServer::TakeCommands(Time now) {
   }
 }
 
+const std::array<RealTimeServer::Verb, 8> RealTimeServer::Verbs = {{{"insert", &RealTimeServer::Insert},
+                                                                    {"remove", &RealTimeServer::Remove},
+                                                                    {"offer", &RealTimeServer::Offer},
+                                                                    {"key", &RealTimeServer::PressKey},
+                                                                    {"say", &RealTimeServer::Say},
+                                                                    {"speed", &RealTimeServer::SetSpeed},
+                                                                    {"state", &RealTimeServer::PrintState},
+                                                                    {"quit", &RealTimeServer::Quit}}};
+
 std::string RealTimeServer::Command(const std::string& line, Time now) {
   std::istringstream words(line);
-  std::string verb;
-  std::string argument;
-  int iSize = 10;
-  words >> verb >> argument >> iSize;
-  if (verb.empty()) {
-    return {};
+  std::string name;
+  words >> name;
+  const auto verb = std::find_if(Verbs.begin(), Verbs.end(), [&name](const Verb& one) { return one.name == name; });
+  if (verb != Verbs.end()) {
+    return (this->*verb->act)(words, now);
   }
-  if (verb == "insert") {
-    return InsertNamed(argument, argument.empty() ? 10 : iSize, now);
-  }
-  if (verb == "remove") {
-    Remove(now);
-    return {};
-  }
-  if (verb == "quit") {
-    m_bQuit = true;
-    return {};
-  }
-  if (verb == "say") {
-    m_instrument.echo.Say(now, line.substr(std::min(line.find("say") + 4, line.size())) + "\r\n");
-    return {};
-  }
-  return CommandPump(verb, argument, now);
+  return name.empty() ? name : fmt::format("there is no command \"{}\"; the commands are {}", name, CommandForms);
 }
 
-std::string RealTimeServer::CommandPump(const std::string& verb, const std::string& argument, Time now) {
-  if (verb == "key" && argument == "a") {
-    m_instrument.zq410.PressKeyA(now);
-  } else if (verb == "key" && argument == "b") {
-    m_instrument.zq410.PressKeyB(now);
-  } else if (verb == "offer") {
-    const auto sample = common::FindSample(argument, now);
-    if (!sample) {
-      return "there is no sample \"" + argument + "\"; the samples are " + std::string(common::SampleNames);
-    }
-    m_instrument.flowCell.Offer(now, *sample);
-  } else {
-    return "there is no command \"" + verb + "\"; the commands are " + CommandForms;
+std::string RealTimeServer::Insert(std::istringstream& words, Time now) {
+  std::string name;
+  int iSize = 10;
+  words >> name;
+  if (!(words >> iSize)) {
+    iSize = 10;
   }
+  const auto sample = name.empty() ? std::optional(m_sample) : common::FindSample(name, now);
+  if (!sample) {
+    return NoSample(name);
+  }
+  Insert(iSize, *sample, now);
   return {};
 }
 
-std::string RealTimeServer::InsertNamed(const std::string& name, int iSize, Time now) {
-  const auto sample = name.empty() ? std::optional(m_sample) : common::FindSample(name, now);
+std::string RealTimeServer::Remove(std::istringstream& /*words*/, Time now) {
+  m_instrument.RemoveCuvette(now);
+  WatchPins(now);
+  return {};
+}
+
+std::string RealTimeServer::Offer(std::istringstream& words, Time now) {
+  std::string name;
+  words >> name;
+  const auto sample = common::FindSample(name, now);
   if (!sample) {
-    return "there is no sample \"" + name + "\"; the samples are " + std::string(common::SampleNames);
+    return NoSample(name);
   }
-  Insert(iSize, *sample, now);
+  m_instrument.flowCell.Offer(now, *sample);
+  return {};
+}
+
+std::string RealTimeServer::PressKey(std::istringstream& words, Time now) {
+  std::string key;
+  words >> key;
+  if (m_instrument.pump != simulator::PumpKind::ZQ410 || (key != "a" && key != "b")) {
+    return "there is no such key; with --pump zq410 there are a and b";
+  }
+  key == "a" ? m_instrument.zq410.PressKeyA(now) : m_instrument.zq410.PressKeyB(now);
+  return {};
+}
+
+std::string RealTimeServer::Say(std::istringstream& words, Time now) {
+  std::string text;
+  std::getline(words >> std::ws, text);
+  m_instrument.echo.Say(now, text + "\r\n");
+  return {};
+}
+
+std::string RealTimeServer::SetSpeed(std::istringstream& words, Time /*now*/) {
+  std::string text;
+  words >> text;
+  double dSpeed = 0;
+  const auto [pStop, error] = std::from_chars(text.data(), text.data() + text.size(), dSpeed);
+  if (error != std::errc() || pStop != text.data() + text.size() || !(dSpeed >= SlowestSpeed) ||
+      dSpeed > HighestSpeed) {
+    return fmt::format("\"{}\" is no speed; give {} to {}", text, SlowestSpeed, HighestSpeed);
+  }
+  m_Start = Now();
+  m_nStart = Monotonic();
+  m_dSpeed = dSpeed;
+  return {};
+}
+
+std::string RealTimeServer::PrintState(std::istringstream& /*words*/, Time /*now*/) {
+  const simulator::OpticalUnitState state = m_instrument.unit.State();
+  std::cout << fmt::format("state: halogen {} deuterium {} mirror {} fan {} filter {} shutter {} position {}\n",
+                           state.halogen, state.bDeuterium ? 1 : 0, state.mirror, state.fan, state.filter,
+                           state.bShutterClosed ? 1 : 0, state.position)
+            << std::flush;
+  return {};
+}
+
+std::string RealTimeServer::Quit(std::istringstream& /*words*/, Time /*now*/) {
+  m_bQuit = true;
   return {};
 }
 

@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cstdint>
+#include <sstream>
 #include <string>
 
 #include "BoardFolder.h"
@@ -41,10 +42,13 @@ class RealTimeServer {
   /// Serves until a signal to end has come, or `quit` is commanded.
   void Serve(const StopSignals& signals);
 
+  /// Range of the speed.
+  static constexpr double SlowestSpeed = 0.1;
+  static constexpr double HighestSpeed = 100;
   /// The commands for a person.
   static constexpr const char* CommandForms =
       "insert [NAME [SIZE]], remove, offer NAME (another sample at the pump's tube), key a|b (of the ZQ-410), say TEXT "
-      "(the device at the external port), quit";
+      "(the device at the external port), speed N, state (of the optical unit), quit";
 
  private:
   /// A device at a port.
@@ -63,11 +67,23 @@ class RealTimeServer {
   static void PassOutput(Served& served, simulator::Time now);
   void WritePins(simulator::Time now);
   void TakeCommands(simulator::Time now);
-  /// Returns what is wrong; empty: done.
+
+  /// What a person says behind the command's name; returns what is wrong, empty: done.
+  using Action = std::string (RealTimeServer::*)(std::istringstream& words, simulator::Time now);
+  struct Verb {
+    const char* name;
+    Action act;
+  };
+  static const std::array<Verb, 8> Verbs;
   std::string Command(const std::string& line, simulator::Time now);
-  std::string CommandPump(const std::string& verb, const std::string& argument, simulator::Time now);
-  std::string InsertNamed(const std::string& name, int iSize, simulator::Time now);
-  void Remove(simulator::Time at);
+  std::string Insert(std::istringstream& words, simulator::Time now);
+  std::string Offer(std::istringstream& words, simulator::Time now);
+  std::string PressKey(std::istringstream& words, simulator::Time now);
+  std::string Say(std::istringstream& words, simulator::Time now);
+  std::string SetSpeed(std::istringstream& words, simulator::Time now);
+  std::string PrintState(std::istringstream& words, simulator::Time now);
+  std::string Remove(std::istringstream& words, simulator::Time now);
+  std::string Quit(std::istringstream& words, simulator::Time now);
   void WatchPins(simulator::Time from);
 
   simulator::Instrument& m_instrument;
@@ -75,7 +91,8 @@ class RealTimeServer {
   BoardFolder& m_folder;
   double m_dSpeed;
   simulator::Sample m_sample;
-  /// System's monotonic time at the model's time 0, µs.
+  /// The model's time when it was last given a speed, and the system's monotonic time then, µs.
+  simulator::Time m_Start = 0;
   std::uint64_t m_nStart;
   int m_iCommands = -1;
   std::string m_strCommands;

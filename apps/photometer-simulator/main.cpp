@@ -64,7 +64,7 @@ void AddOptions(CLI::App& app, Options& options) {
   app.add_option("--lamp", options.unit.faults.halogenLevel, "Share of the halogen lamp's light; 0: dead")
       ->check(CLI::Range(0.0, 1.0));
   app.add_option("--speed", options.speed, "How many times faster than real the instrument is")
-      ->check(CLI::Range(0.1, 100.0));
+      ->check(CLI::Range(serving::RealTimeServer::SlowestSpeed, serving::RealTimeServer::HighestSpeed));
   app.add_flag("--no-uv", options.bNoUV, "An instrument without deuterium lamp");
   app.add_flag("--commands", options.bCommands,
                fmt::format("Take commands from standard input: {}", serving::RealTimeServer::CommandForms));
