@@ -1,5 +1,8 @@
 #include "Session.h"
 
+#include <algorithm>
+#include <array>
+
 namespace host {
 
 namespace layer = photometer::platform;
@@ -13,6 +16,10 @@ constexpr DWORD SliceMilliseconds = 50;
 constexpr DWORD EndLimitMilliseconds = 190'000;
 // The start-up clears busy first and tells its end then.
 constexpr DWORD EndNoticeMilliseconds = 3'000;
+
+// Notifications that tell the end of a run.
+constexpr std::array EndCodes = {NOTIFY_FINISHED, NOTIFY_CANCELLED, NOTIFY_START_UP_ENDED, NOTIFY_TEST_PASSED,
+                                 NOTIFY_TEST_FAILED};
 
 }  // namespace
 
@@ -163,8 +170,7 @@ void Session::Handle(const std::vector<HostEvent>& events, Waiting& waiting) {
       waiting.error = pError->iNumber;
       waiting.ExpectEnd();
     }
-    if (code == NOTIFY_FINISHED || code == NOTIFY_CANCELLED || code == NOTIFY_START_UP_ENDED ||
-        code == NOTIFY_TEST_PASSED || code == NOTIFY_TEST_FAILED) {
+    if (code && std::find(EndCodes.begin(), EndCodes.end(), *code) != EndCodes.end()) {
       waiting.bEndTold = true;
       waiting.ExpectEnd();
     }
