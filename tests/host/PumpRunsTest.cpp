@@ -26,7 +26,7 @@ Spoken Speak(std::vector<std::string> arguments, const std::vector<std::string>&
   arguments.insert(arguments.end(), {"--simulate", "--stray-light", "0", "--sample", "red:0.8", "--format", "json"});
   std::ostringstream results;
   std::ostringstream messages;
-  const Interrupt interrupt;
+  Interrupt interrupt;
   Console console{results, messages, false, interrupt};
   const ExitCode code = RunCommandLine(arguments, console);
   return {code, results.str(), messages.str()};
