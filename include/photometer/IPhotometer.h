@@ -99,7 +99,8 @@ class IPhotometer {
   virtual HRESULT GetWavelengthCalibration(double dWavelength, WavelengthCalibrationEntry* pEntry) = 0;
   /// Replaces the zero values. 0; E_FAIL when not initialised; E_POINTER. State lock.
   virtual HRESULT SetWavelengthCalibrations(const std::vector<WavelengthCalibrationEntry>* pEntries) = 0;
-  /// Sends bytes to the optical unit, after a running exchange. 0; E_FAIL during the start-up; E_POINTER. State lock.
+  /// Sends bytes to the optical unit, after a running exchange; the next one waits for the answers to the commands in
+  /// them. 0; E_FAIL during the start-up; E_POINTER. State lock. While the device is shut down they are dropped.
   virtual HRESULT WriteOpticalPort(const BYTE* pData, DWORD dwLength) = 0;
   /// Sends bytes to the external port. 0, also for no bytes; E_FAIL during the start-up; E_POINTER. State lock.
   virtual HRESULT WriteExternalPort(const BYTE* pData, DWORD dwLength) = 0;

@@ -10,13 +10,8 @@ constexpr DWORD BASE_TURBIDITY = 160;
 
 constexpr std::size_t AD_VALUE_BYTES = 3 * READING_BYTES;
 constexpr std::size_t TURBIDITY_BYTES = 96;
-/// Behind the last point of a scan.
-constexpr std::size_t SCAN_END_BYTES = 3;
-
 /// Longest command text, bytes.
 constexpr std::size_t COMMAND_LIMIT = 16;
-
-DWORD WithBase(DWORD dwBase, DWORD dwCause) { return dwCause == 0 ? 0 : dwBase + dwCause; }
 
 }  // namespace
 
@@ -24,7 +19,7 @@ DWORD Detectors::GetADValue(double* pSample, double* pReference) {
   m_State.SetLastCommand("GetADValue");
   std::string answer;
   if (const DWORD dwCause = ReadAnswer("$a3\r", AD_VALUE_BYTES, answer); dwCause != 0) {
-    return WithBase(BASE_AD_VALUE, dwCause);
+    return BASE_AD_VALUE + dwCause;
   }
   const Reading reading = AverageReading(answer);
   if (pSample != nullptr) {
@@ -42,7 +37,7 @@ DWORD Detectors::Scan(DWORD dwLastPosition, double* pSample, double* pReference,
   const std::string strCommand = FormatText(COMMAND_LIMIT, "$s%d\r", static_cast<int>(dwLastPosition + 1));
   std::string answer;
   if (const DWORD dwCause = ReadScan(strCommand, dwCount, answer); dwCause != 0) {
-    return WithBase(BASE_SCAN, dwCause);
+    return BASE_SCAN + dwCause;
   }
   for (std::size_t i = 0; i < dwCount; ++i) {
     const Reading reading = DecodeReading(answer, i * READING_BYTES);
@@ -62,7 +57,7 @@ DWORD Detectors::GetTurbidity(double* pValue) {
   m_State.SetLastCommand("GetTurbidity");
   std::string answer;
   if (const DWORD dwCause = ReadAnswer("$t\r", TURBIDITY_BYTES, answer); dwCause != 0) {
-    return WithBase(BASE_TURBIDITY, dwCause);
+    return BASE_TURBIDITY + dwCause;
   }
   if (pValue != nullptr) {
     *pValue = DecodeTurbidity(answer);
@@ -91,7 +86,7 @@ DWORD Detectors::ReadScan(const std::string& strCommand, DWORD dwCount, std::str
   if (!exchange.Send(strCommand)) {
     return CAUSE_WRITE;
   }
-  const std::size_t nLength = dwCount * READING_BYTES + SCAN_END_BYTES;
+  const std::size_t nLength = dwCount * READING_BYTES + PointStream::END_BYTES;
   answer.reserve(nLength);
   while (answer.size() != nLength) {
     const std::size_t nSearched = answer.size();

@@ -130,7 +130,9 @@ DWORD OpticalUnit::Execute(const OpticalCommand& command, LONG iValue, LONG iCom
   }
   {
     const auto state = m_State.Lock();
-    if (state->m_Cache[command.entry] == iCompared) {
+    const LONG iCached = state->m_Cache[command.entry];
+    // Position −1 can be asked for, and cannot be told from an unknown one: it is always sent.
+    if (iCached == iCompared && iCached != UNKNOWN) {
       return 0;
     }
   }

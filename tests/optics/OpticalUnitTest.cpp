@@ -161,6 +161,12 @@ TEST(OpticalUnit, MirrorIsNotThereWithoutDeuteriumPath) {
   EXPECT_EQ(optics.Cached(CacheEntry::Mirror), UNKNOWN);
 }
 
+TEST(OpticalUnit, PositionMinusOneIsNotTakenForTheUnknownOne) {
+  Optics optics;
+  EXPECT_EQ(optics.unit.MoveMonochromator(-1), 0U);
+  EXPECT_EQ(optics.device.Commands(), Commands{"$M-1"});
+}
+
 TEST(OpticalUnit, TurbidityGainIsComparedAsGiven) {
   Optics optics;
   EXPECT_EQ(optics.unit.SetTurbidityGain(5), 0U);
