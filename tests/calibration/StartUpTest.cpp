@@ -20,7 +20,6 @@ using namespace platform;  // NOLINT(google-build-using-namespace)
 
 using Texts = std::vector<std::string>;
 
-constexpr std::uint64_t SECOND = 1'000'000;
 constexpr const char* FAILED_WITHOUT_OFFSET = "OnNotify(0, 12, 4294967294)";
 
 /// One zero value with the high gain, one with the normal gain.
@@ -123,8 +122,8 @@ TEST(StartUp, DoesAllThisInThisOrder) {
                                                 "[InitProc] LAMP Test finished...  OK",
                                                 "[InitProc] Starting WAVELENGTH Test... ",
                                                 "[InitProc] Find Peak at Index 27 [361.03 nm]  =>  iOffset= 4",
-                                                "[InitProc] range offset OK =>  set current m_iPositionOffset= 4 "
-                                                "(old Position= 0)",
+                                                ("[InitProc] range offset OK =>  set current m_iPositionOffset= 4 "
+                                                 "(old Position= 0)"),
                                                 "[InitProc] WAVELENGTH Test finished... ",
                                                 "[InitProc] Starting ZERO MEASUREMENT...",
                                                 "[InitProc] ZERO MEASUREMENT finished...",

@@ -32,7 +32,7 @@ std::string Joined(const std::vector<std::string>& texts) {
 
 }  // namespace
 
-World::World(WorldOptions options)
+World::World(const WorldOptions& options)
     : m_pDevice(options.pDevice != nullptr ? options.pDevice : &unit),
       unit(options.unit),
       holder({options.unit.seed, options.unit.bUV, 0}),

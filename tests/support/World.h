@@ -39,7 +39,7 @@ class World {
   simulator::SerialDevice* m_pDevice;
 
  public:
-  explicit World(WorldOptions options = {});
+  explicit World(const WorldOptions& options = {});
   /// Nothing of the library may be alive.
   ~World();
   World(const World&) = delete;
