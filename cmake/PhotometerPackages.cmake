@@ -1,6 +1,6 @@
 # The Debian packages, one for each component of the installation.
 #
-# The programs need more than the library does (fmt, perhaps others), so they have a package of their own: on an
+# The programs need more than the library does (fmt, libedit), so they have a package of their own: on an
 # instrument with its own host, libphotometer1 alone suffices, and it depends on nothing but libc and libstdc++. The
 # manual pages of the files go with the programs: they have the same names in each version of the library, which could
 # otherwise not be installed beside the next one.
