@@ -1,8 +1,10 @@
 # The everyday commands, over the CMake presets.
 JOBS ?= $(shell nproc)
 FUZZ_SECONDS ?= 60
+# Without end, unless it is said how long.
+SOAK_SECONDS ?= 1000000000
 
-.PHONY: demo test check format asan tsan asan-clang tsan-clang coverage bench fuzz install package clean
+.PHONY: demo test check format explore soak asan tsan asan-clang tsan-clang coverage bench fuzz install package clean
 
 demo:
 	@tools/demo
@@ -23,6 +25,23 @@ check:
 format:
 	@tools/setup check
 	tools/check_format --fix
+
+explore soak: build-explore
+
+explore:
+	@tools/explore $(JOBS)
+
+# Other seeds each day; a finding is counted, recorded and does not end it.
+soak:
+	@mkdir -p build/soak
+	@build/release/bin/photometer-explore --seeds $$(date +%s)000 --seconds $(SOAK_SECONDS) --keep-going \
+	  --jobs $(JOBS) --folder build/soak
+
+.PHONY: build-explore
+build-explore:
+	@tools/setup
+	@cmake --preset release
+	@cmake --build --preset release -j $(JOBS) --target program-photometer-explore
 
 asan tsan:
 	@tools/setup

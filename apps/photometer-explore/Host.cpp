@@ -105,7 +105,7 @@ void Host::PlacePoints() {
 
 void Host::RunCallback(std::uint64_t nNumber) {
   const auto [first, last] = m_callbackSteps.equal_range(nNumber);
-  if (first == last) {
+  if (first == last || m_bProgrammeEnded) {
     return;
   }
   m_dwCallbackThread = platform::GetCurrentThreadId();

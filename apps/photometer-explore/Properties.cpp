@@ -68,7 +68,7 @@ unsigned EndOf(const ProcedureRun& run, const EndRule& rule) {
   const std::size_t nCancelled = run.Notified(Cancelled);
   const std::size_t nErrors = run.Called("OnError");
   unsigned nEnd = (nFinished > 0 ? F : 0) | (nCancelled > 0 ? C : 0) | (nErrors > 0 ? E : 0);
-  nEnd |= run.PumpFailures() > 0 ? P : 0;
+  nEnd |= run.PumpFailures() + run.Called("OnPumpError") > 0 ? P : 0;
   // A pump that was cancelled, or whose failure was an error, ends the run by that.
   if ((nEnd & (F | E)) == 0 && (nEnd & C) != 0) {
     nEnd &= ~P;
