@@ -53,7 +53,7 @@ Found NumbersOfTheSources() {
   Found constants;
   AddMatches(R"(constexpr (?:DWORD|LONG) (\w+) = (-?\d+);)", sources, constants);
   const std::regex measure(
-      "LIMIT|PAUSE|DELAY|SPEED|STEP|TIME|TICK|PER_SECOND|POSITION|BLOCK|RATE|BASE|RAW_WRITE|LARGEST|QUIET");
+      "LIMIT|PAUSE|DELAY|LOOK|SPEED|STEP|TIME|TICK|PER_SECOND|POSITION|BLOCK|RATE|BASE|RAW_WRITE|LARGEST|QUIET");
   for (const auto& [iNumber, place] : constants) {
     if ((iNumber < -1 || iNumber >= 100 || place.ends_with("NOT_LIT")) && !std::regex_search(place, measure)) {
       numbers.emplace(iNumber, place);

@@ -122,7 +122,7 @@ TEST(PumpRuns, APumpThatIsNotThereIsWaitedForInVainAndForAShortTime) {
     ASSERT_EQ(board.Open(options, withoutPump), "");
     std::ostringstream messages;
     Progress progress(messages, false);
-    const Interrupt interrupt;
+    Interrupt interrupt;
     {
       Session session(progress, interrupt, nullptr);
       ASSERT_EQ(session.StartUp(instrument.Parameters(), instrument.Calibration()).outcome, Outcome::Finished);
