@@ -107,4 +107,60 @@ photometer::DWORD EventSink::QueryCuvetteWait() {
   return 0;
 }
 
+void EventSink::OnExternalPortData(const char* pData, DWORD dwLength, std::string* /*pReply*/) {
+  const std::string bytes(pData, dwLength);
+  Note("OnExternalPortData " + layer::Printable(bytes));
+  Keep(ExternalData{bytes});
+}
+
+void EventSink::OnWavelengthCheckDue() {
+  Note("OnWavelengthCheckDue");
+  Keep(Signal::CheckDue);
+}
+
+void EventSink::OnSipperKeyA() {
+  Note("OnSipperKeyA");
+  Keep(PumpKey{'A'});
+}
+
+void EventSink::OnSipperKeyB() {
+  Note("OnSipperKeyB");
+  Keep(PumpKey{'B'});
+}
+
+void EventSink::OnSipperPortLost() {
+  Note("OnSipperPortLost");
+  Keep(Signal::PumpPortLost);
+}
+
+void EventSink::OnSipperCycleDone() {
+  Note("OnSipperCycleDone");
+  Keep(Signal::PumpCycleDone);
+}
+
+void EventSink::OnSipperInfoChanged() {
+  Note("OnSipperInfoChanged");
+  Keep(Signal::PumpInfoChanged);
+}
+
+void EventSink::OnSipperConnectionChanged(BOOL bConnected) {
+  Note(fmt::format("OnSipperConnectionChanged {}", bConnected));
+  Keep(PumpConnection{bConnected != 0});
+}
+
+void EventSink::OnFlushCompleted() {
+  Note("OnFlushCompleted");
+  Keep(Signal::FlushCompleted);
+}
+
+void EventSink::OnUVLampReady(BOOL bReady) {
+  Note(fmt::format("OnUVLampReady {}", bReady));
+  Keep(LampChange{bReady != 0});
+}
+
+void EventSink::GetUVLampWarmUpTime(DWORD* pSeconds) {
+  *pSeconds = m_dwLampWarmUpTime;
+  Note(fmt::format("GetUVLampWarmUpTime {}", *pSeconds));
+}
+
 }  // namespace host

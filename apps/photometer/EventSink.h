@@ -4,6 +4,7 @@
 /// same code waits in virtual time too. A board must be set before it is made and until it is destroyed.
 #pragma once
 
+#include <atomic>
 #include <string>
 #include <vector>
 
@@ -26,6 +27,8 @@ class EventSink final : public photometer::EmptySink {
 
   /// Waits at most so long, ms, for something to be there, and takes all of it, oldest first.
   std::vector<HostEvent> Take(DWORD dwMilliseconds);
+  /// Warm-up time of the deuterium lamp's sessions, s; 0: the device's own.
+  void SetLampWarmUpTime(DWORD dwSeconds) { m_dwLampWarmUpTime = dwSeconds; }
 
   void OnNotify(DWORD dwRequestId, DWORD dwCode, DWORD dwValue) override;
   void OnResult(DWORD dwRequestId, const photometer::MeasureValues* pValues) override;
@@ -38,6 +41,17 @@ class EventSink final : public photometer::EmptySink {
   void OnLampSwitching(BOOL bSwitching) override;
   void OnWarmUpCountdown(DWORD dwSeconds) override;
   photometer::DWORD QueryCuvetteWait() override;
+  void OnExternalPortData(const char* pData, DWORD dwLength, std::string* pReply) override;
+  void OnWavelengthCheckDue() override;
+  void OnSipperKeyA() override;
+  void OnSipperKeyB() override;
+  void OnSipperPortLost() override;
+  void OnSipperCycleDone() override;
+  void OnSipperInfoChanged() override;
+  void OnSipperConnectionChanged(BOOL bConnected) override;
+  void OnFlushCompleted() override;
+  void OnUVLampReady(BOOL bReady) override;
+  void GetUVLampWarmUpTime(DWORD* pSeconds) override;
 
  private:
   void Keep(HostEvent event);
@@ -48,6 +62,7 @@ class EventSink final : public photometer::EmptySink {
   photometer::platform::HANDLE m_hKept;
   photometer::platform::CRITICAL_SECTION m_csEvents;
   std::vector<HostEvent> m_Events;
+  std::atomic<DWORD> m_dwLampWarmUpTime{0};
 };
 
 }  // namespace host

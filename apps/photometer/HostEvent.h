@@ -41,7 +41,26 @@ struct SystemCheckChange {
   photometer::SystemCheckStatus status;
 };
 
-using HostEvent = std::variant<Notification, Results, InstrumentError, CuvetteChange, Countdown, SystemCheckChange>;
+struct PumpConnection {
+  bool bConnected;
+};
+/// A key of the pump ZQ-410: 'A', or 'B' behind a cycle that it has run by itself.
+struct PumpKey {
+  char key;
+};
+/// Bytes from the device at the external port.
+struct ExternalData {
+  std::string bytes;
+};
+/// The deuterium lamp: a session's has warmed up, or the instrument has switched it off.
+struct LampChange {
+  bool bReady;
+};
+/// What has no values.
+enum class Signal { CheckDue, PumpPortLost, PumpCycleDone, PumpInfoChanged, FlushCompleted };
+
+using HostEvent = std::variant<Notification, Results, InstrumentError, CuvetteChange, Countdown, SystemCheckChange,
+                               PumpConnection, PumpKey, ExternalData, LampChange, Signal>;
 
 /// Codes of `Notification` that the program acts on.
 inline constexpr DWORD NOTIFY_FINISHED = 17;

@@ -7,7 +7,7 @@
 #include <fmt/format.h>
 
 #include "Duration.h"
-#include "ErrorTexts.h"
+#include "EventText.h"
 
 namespace host {
 
@@ -53,10 +53,8 @@ void Progress::Show(const HostEvent& event) {
     ShowNotification(*pNotification);
   } else if (const auto* pCountdown = std::get_if<Countdown>(&event)) {
     ShowCountdown(*pCountdown);
-  } else if (const auto* pError = std::get_if<InstrumentError>(&event)) {
-    Say(ExplainError(pError->iNumber));
-  } else if (const auto* pChange = std::get_if<CuvetteChange>(&event)) {
-    Say(pChange->iCuvetteSize > 0 ? fmt::format("cuvette inserted: {} mm", pChange->iCuvetteSize) : "no cuvette");
+  } else if (const auto text = DescribeEvent(event); text && !std::holds_alternative<ExternalData>(event)) {
+    Say(text->strWords);
   }
 }
 
