@@ -3,6 +3,8 @@
 #include <fmt/format.h>
 
 #include "Conclusion.h"
+#include "ErrorTexts.h"
+#include "LogTail.h"
 #include "NumberOption.h"
 #include "PumpIntake.h"
 #include "platform/Platform.h"
@@ -225,15 +227,18 @@ ExitCode RunCommand::InsertSample(Bench& bench) const {
 
 ExitCode RunCommand::RunOperation(Bench& bench, const char* what, const StartOperation& start,
                                   const EventHandler& handler, EndNotice notice) {
+  const LogTail log;
   const RunEnd end = bench.session.Run(start, handler, notice);
   m_header.error = end.error;
-  if (end.outcome == Outcome::NoEnd && DrawsSample() && bench.session.IsOn()) {
-    // Of all ends this is the one that the device does not tell.
-    bench.progress.Say(
-        fmt::format("{} failed: the pump {} did not finish its cycle, nothing was measured; "
-                    "Photometer.log of the instrument has the number",
-                    what, m_instrument.PumpText()));
-    return ExitCode::InstrumentError;
+  if (end.outcome == Outcome::NoEnd && bench.session.IsOn()) {
+    // Of all ends a failed pump cycle is the one that the device tells in its log alone.
+    m_header.error = log.PumpError();
+    const std::string why = DrawsSample() ? fmt::format("the pump {} did not finish its cycle", m_instrument.PumpText())
+                                          : "no reason is known";
+    bench.progress.Say(fmt::format("{} ended without telling how: {}. Photometer.log of the instrument:\n{}{}", what,
+                                   why, log.LastLines(),
+                                   m_header.error ? ExplainError(*m_header.error) : "the log tells no number"));
+    return ExitCode::NoEnd;
   }
   return Conclude(end, what, ExitCode::InstrumentError, bench.progress);
 }

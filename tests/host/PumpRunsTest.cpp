@@ -70,10 +70,10 @@ TEST(PumpRuns, AFailedCycleEndsTheRunWithoutAMeasurement) {
     ExitCode code;
     const char* message;
   } cases[] = {
-      {"zq410", "error:1", ExitCode::InstrumentError, "ZQ-410 did not finish its cycle"},
-      {"zq410", "silence:1", ExitCode::InstrumentError, "ZQ-410 did not finish its cycle"},
-      {"zq410", "garbage:1:text=xyz", ExitCode::InstrumentError, "ZQ-410 did not finish its cycle"},
-      {"zq410", "keep-alive-stops", ExitCode::InstrumentError, "ZQ-410 did not finish its cycle"},
+      {"zq410", "error:1", ExitCode::NoEnd, "ZQ-410 did not finish its cycle"},
+      {"zq410", "silence:1", ExitCode::NoEnd, "ZQ-410 did not finish its cycle"},
+      {"zq410", "garbage:1:text=xyz", ExitCode::NoEnd, "ZQ-410 did not finish its cycle"},
+      {"zq410", "keep-alive-stops", ExitCode::NoEnd, "ZQ-410 did not finish its cycle"},
       {"zq410", "flood", ExitCode::InstrumentError, "error 533"},
       {"zq410", "split:1:count=2:delay=500", ExitCode::Success, "finished"},
       {"zq410", "split:H:count=1:delay=2000", ExitCode::Success, "finished"},
