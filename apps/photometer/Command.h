@@ -7,6 +7,7 @@
 #include <CLI/CLI.hpp>
 
 #include "ExitCodes.h"
+#include "Input.h"
 #include "Interrupt.h"
 
 namespace host {
@@ -24,6 +25,8 @@ struct Console {
   Interrupt& interrupt;
   /// The instrument that commands join; null: each has one of its own.
   Workplace* pWorkplace = nullptr;
+  /// Null: nobody types.
+  Input* pInput = nullptr;
 };
 
 class Command {

@@ -3,14 +3,20 @@
 #include <algorithm>
 
 #include "BoardCheckCommand.h"
+#include "ExternalCommand.h"
+#include "FlushCommand.h"
 #include "HolmiumScanCommand.h"
+#include "InfoCommand.h"
 #include "KineticsCommand.h"
+#include "LampCommand.h"
 #include "MeasureCommand.h"
+#include "PumpCommand.h"
 #include "ScanCommand.h"
 #include "ScriptCommand.h"
 #include "ShellCommand.h"
 #include "SystemCheckCommand.h"
 #include "TurbidityCommand.h"
+#include "WatchCommand.h"
 #include "WavelengthCheckCommand.h"
 #include "WavelengthTestCommand.h"
 
@@ -86,6 +92,52 @@ std::vector<CommandEntry> SelfTests() {
   };
 }
 
+/// Around pump, lamp, external port and events.
+std::vector<CommandEntry> AttendedCommands() {
+  return {
+      CommandEntry{
+          "pump",
+          "what the sipper pump tells, its parameters, a cycle",
+          Make<PumpCommand>,
+          "Tells version, state and data of the attached pump. --set gives the ZQ-410 other parameters and waits "
+          "for its acknowledgement; --step runs a cycle as before a measurement, with a flow cuvette in the "
+          "holder.",
+          {"photometer pump --pump zq420", "photometer pump --pump zq410 --set 7,120 --step"}},
+      CommandEntry{"flush",
+                   "rinse the flow cuvette with the sipper pump",
+                   Make<FlushCommand>,
+                   "Waits for the end of the flush. Ctrl-C stops a ZQ-420; a ZQ-410 goes on to its end.",
+                   {"photometer flush --pump zq410", "photometer flush --pump zq420 --time 20s"}},
+      CommandEntry{
+          "lamp uv",
+          "switch the deuterium lamp on or off",
+          Make<LampCommand>,
+          "Lights the lamp, waits for its warm-up, and stays until it is off. With a session it burns for ten "
+          "hours at most, else until it has been idle for --uv-session-time. The end of the program switches it "
+          "off; in a shell it stays on.",
+          {"photometer lamp uv on --session 7 --for 2h", "photometer lamp uv off"}},
+      CommandEntry{
+          "external",
+          "a terminal on the external port",
+          Make<ExternalCommand>,
+          "Shows what arrives and sends what is typed, until the end of the input or Ctrl-C. Bytes that do not "
+          "print are written \\xNN, in both directions.",
+          {"photometer external --baud-rate 9600 --line-end crlf"}},
+      CommandEntry{
+          "watch",
+          "tell what happens, as it happens",
+          Make<WatchCommand>,
+          "Writes a line for each event: cuvette, pump connected or lost, its keys, lamp, reminders, errors; until "
+          "--for has passed or Ctrl-C.",
+          {"photometer watch --pump zq410 --for 2min --format json"}},
+      CommandEntry{"info",
+                   "versions, lamp hours, pump, cuvette, status",
+                   Make<InfoCommand>,
+                   "Also of an instrument that did not pass its start-up.",
+                   {"photometer info", "photometer info --pump zq420 --format json"}},
+  };
+}
+
 /// Those that are no run on the instrument.
 std::vector<CommandEntry> OtherCommands() {
   return {
@@ -120,7 +172,8 @@ std::vector<CommandEntry> OtherCommands() {
 
 std::vector<CommandEntry> AllCommands() {
   std::vector<CommandEntry> all;
-  for (const std::vector<CommandEntry>& some : {MeasuringCommands(), SelfTests(), OtherCommands()}) {
+  for (const std::vector<CommandEntry>& some :
+       {MeasuringCommands(), SelfTests(), AttendedCommands(), OtherCommands()}) {
     all.insert(all.end(), some.begin(), some.end());
   }
   return all;

@@ -21,6 +21,22 @@ std::string Shortest(DWORD dwSeconds) {
   return dwSeconds % Hour == 0 ? fmt::format("{}h", dwSeconds / Hour) : fmt::format("{}min", dwSeconds / Minute);
 }
 
+/// `Value`: a time, or one that need not be given.
+template <typename Value>
+CLI::Option* AddOption(CLI::App& app, const std::string& name, Value& value, DWORD dwLowest, DWORD dwHighest,
+                       DWORD dwUnit, const std::string& help) {
+  const auto take = [name, &value, dwLowest, dwHighest, dwUnit](const std::string& text) {
+    const std::optional<DWORD> duration = ParseDuration(text);
+    if (!duration || *duration < dwLowest || *duration > dwHighest || *duration % dwUnit != 0) {
+      throw CLI::ValidationError(name, fmt::format("\"{}\" cannot be used; give {} from {} to {}, as 30s, 5min or 2h",
+                                                   text, dwUnit == Minute ? "whole minutes" : "whole seconds",
+                                                   Shortest(dwLowest), Shortest(dwHighest)));
+    }
+    value = *duration;
+  };
+  return app.add_option_function<std::string>(name, take, help)->type_name("TIME");
+}
+
 }  // namespace
 
 std::optional<DWORD> ParseDuration(std::string_view text) {
@@ -47,16 +63,12 @@ std::string FormatDuration(DWORD dwSeconds) {
 
 void AddDurationOption(CLI::App& app, const std::string& name, DWORD& dwSeconds, DWORD dwLowest, DWORD dwHighest,
                        DWORD dwUnit, const std::string& help) {
-  const auto take = [name, &dwSeconds, dwLowest, dwHighest, dwUnit](const std::string& text) {
-    const std::optional<DWORD> duration = ParseDuration(text);
-    if (!duration || *duration < dwLowest || *duration > dwHighest || *duration % dwUnit != 0) {
-      throw CLI::ValidationError(name, fmt::format("\"{}\" cannot be used; give {} from {} to {}, as 30s, 5min or 2h",
-                                                   text, dwUnit == Minute ? "whole minutes" : "whole seconds",
-                                                   Shortest(dwLowest), Shortest(dwHighest)));
-    }
-    dwSeconds = *duration;
-  };
-  app.add_option_function<std::string>(name, take, help)->type_name("TIME")->default_str(Shortest(dwSeconds));
+  AddOption(app, name, dwSeconds, dwLowest, dwHighest, dwUnit, help)->default_str(Shortest(dwSeconds));
+}
+
+void AddDurationOption(CLI::App& app, const std::string& name, std::optional<DWORD>& dwSeconds, DWORD dwLowest,
+                       DWORD dwHighest, DWORD dwUnit, const std::string& help) {
+  AddOption(app, name, dwSeconds, dwLowest, dwHighest, dwUnit, help);
 }
 
 }  // namespace host

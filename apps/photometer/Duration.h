@@ -21,5 +21,9 @@ std::string FormatDuration(photometer::DWORD dwSeconds);
 /// `CLI::ValidationError` that names the option, the value and what is possible.
 void AddDurationOption(CLI::App& app, const std::string& name, photometer::DWORD& dwSeconds, photometer::DWORD dwLowest,
                        photometer::DWORD dwHighest, photometer::DWORD dwUnit, const std::string& help);
+/// The same for a time that need not be given.
+void AddDurationOption(CLI::App& app, const std::string& name, std::optional<photometer::DWORD>& dwSeconds,
+                       photometer::DWORD dwLowest, photometer::DWORD dwHighest, photometer::DWORD dwUnit,
+                       const std::string& help);
 
 }  // namespace host

@@ -1,5 +1,6 @@
 #include "EventSink.h"
 
+#include <iterator>
 #include <utility>
 
 #include <fmt/format.h>
@@ -7,6 +8,13 @@
 namespace host {
 
 namespace layer = photometer::platform;
+
+namespace {
+
+// Nobody may take what is told while a shell waits for a line; a run's events are taken at once.
+constexpr std::ptrdiff_t MostEvents = 10'000;
+
+}  // namespace
 
 EventSink::EventSink(layer::Transcript* pTranscript)
     : m_pTranscript(pTranscript), m_hKept(layer::CreateEventW(photometer::FALSE, photometer::FALSE, nullptr)) {
@@ -31,6 +39,9 @@ std::vector<HostEvent> EventSink::Take(DWORD dwMilliseconds) {
 
 void EventSink::Keep(HostEvent event) {
   layer::EnterCriticalSection(&m_csEvents);
+  if (std::ssize(m_Events) >= MostEvents) {
+    m_Events.erase(m_Events.begin(), m_Events.begin() + MostEvents / 2);
+  }
   m_Events.push_back(std::move(event));
   layer::LeaveCriticalSection(&m_csEvents);
   layer::SetEvent(m_hKept);

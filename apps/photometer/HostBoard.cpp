@@ -15,7 +15,7 @@ namespace layer = photometer::platform;
 
 namespace {
 
-constexpr const char16_t* OpticalPort = u"COM2:";
+constexpr BoardPort OpticalPort{u"COM2:", "COM2", "the optical unit"};
 
 }  // namespace
 
@@ -25,8 +25,9 @@ HostBoard::~HostBoard() {
   }
 }
 
-std::string HostBoard::Open(const BoardOptions& options, const photometer::PhotometerParameters& params) {
-  std::string complaint = options.bSimulate ? OpenSimulated(options, params) : OpenReal(options);
+std::string HostBoard::Open(const BoardOptions& options, const photometer::PhotometerParameters& params,
+                            const std::optional<BoardPort>& port) {
+  std::string complaint = options.bSimulate ? OpenSimulated(options, params) : OpenReal(options, port);
   if (complaint.empty() && !options.traceFile.empty()) {
     complaint = OpenTrace(options.traceFile);
   }
@@ -40,7 +41,7 @@ std::string HostBoard::OpenSimulated(const BoardOptions& options, const photomet
   return {};
 }
 
-std::string HostBoard::OpenReal(const BoardOptions& options) {
+std::string HostBoard::OpenReal(const BoardOptions& options, const std::optional<BoardPort>& port) {
   const auto loaded = layer::BoardFile::Load(options.FilePath());
   if (const auto* pComplaint = std::get_if<std::string>(&loaded)) {
     return *pComplaint + (options.boardFile.empty() ? "; or give --board FILE, or --simulate" : "");
@@ -52,7 +53,8 @@ std::string HostBoard::OpenReal(const BoardOptions& options) {
   }
   m_strDescription = options.FilePath();
   MakeCurrent(*m_pPosixBoard);
-  return TryOpticalPort(file);
+  const std::string complaint = TryPort(file, OpticalPort);
+  return complaint.empty() && port ? TryPort(file, *port) : complaint;
 }
 
 std::string HostBoard::OpenTrace(const std::string& path) {
@@ -72,16 +74,17 @@ void HostBoard::MakeCurrent(layer::Board& board) {
   m_bCurrent = true;
 }
 
-std::string HostBoard::TryOpticalPort(const layer::BoardFile& file) {
-  const auto port = std::find_if(file.ports.begin(), file.ports.end(),
-                                 [](const layer::SerialPortEntry& entry) { return entry.name == OpticalPort; });
-  if (port == file.ports.end()) {
-    return file.Complaint("ports.COM2", "is missing; give the device of the optical unit, as COM2 = \"/dev/ttyUSB0\"");
+std::string HostBoard::TryPort(const layer::BoardFile& file, const BoardPort& port) {
+  const std::string key = std::string("ports.") + port.key;
+  const auto entry = std::find_if(file.ports.begin(), file.ports.end(),
+                                  [&port](const layer::SerialPortEntry& one) { return one.name == port.name; });
+  if (entry == file.ports.end()) {
+    return file.Complaint(
+        key, fmt::format("is missing; give the device of {}, as {} = \"/dev/ttyUSB0\"", port.what, port.key));
   }
-  const layer::HANDLE hPort = layer::CreateFileW(OpticalPort);
+  const layer::HANDLE hPort = layer::CreateFileW(port.name);
   if (hPort == layer::INVALID_HANDLE_VALUE) {
-    return file.Complaint("ports.COM2",
-                          fmt::format("{} cannot be opened: {}", port->device, WhyDeviceFails(port->device)));
+    return file.Complaint(key, fmt::format("{} cannot be opened: {}", entry->device, WhyDeviceFails(entry->device)));
   }
   layer::CloseHandle(hPort);
   return {};

@@ -4,6 +4,7 @@
 
 #include <fstream>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -14,6 +15,17 @@
 
 namespace host {
 
+/// A serial port beside the optical unit's.
+struct BoardPort {
+  /// For the layer.
+  const char16_t* name;
+  /// In the board file.
+  const char* key;
+  const char* what;
+};
+inline constexpr BoardPort ExternalPort{u"COM1:", "COM1", "the external port"};
+inline constexpr BoardPort SipperPort{u"COM6:", "COM6", "the pump ZQ-420"};
+
 class HostBoard {
  public:
   HostBoard() = default;
@@ -22,9 +34,10 @@ class HostBoard {
   HostBoard(const HostBoard&) = delete;
   HostBoard& operator=(const HostBoard&) = delete;
 
-  /// Makes the board and tries the optical unit's port. Returns what is wrong: what, where and what to do; empty when
-  /// the board stands.
-  std::string Open(const BoardOptions& options, const photometer::PhotometerParameters& params);
+  /// Makes the board and tries the optical unit's port and, if it is given, another one. Returns what is wrong: what,
+  /// where and what to do; empty when the board stands.
+  std::string Open(const BoardOptions& options, const photometer::PhotometerParameters& params,
+                   const std::optional<BoardPort>& port = std::nullopt);
 
   /// "simulated" with what was asked for, or the board file.
   [[nodiscard]] const std::string& Description() const { return m_strDescription; }
@@ -39,10 +52,10 @@ class HostBoard {
 
  private:
   std::string OpenSimulated(const BoardOptions& options, const photometer::PhotometerParameters& params);
-  std::string OpenReal(const BoardOptions& options);
+  std::string OpenReal(const BoardOptions& options, const std::optional<BoardPort>& port);
   std::string OpenTrace(const std::string& path);
   void MakeCurrent(photometer::platform::Board& board);
-  std::string TryOpticalPort(const photometer::platform::BoardFile& file);
+  static std::string TryPort(const photometer::platform::BoardFile& file, const BoardPort& port);
 
   std::string m_strDescription;
   std::ofstream m_trace;

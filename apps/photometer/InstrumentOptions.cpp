@@ -111,6 +111,11 @@ void InstrumentOptions::ProposeZeros(const std::vector<double>& wavelengths) {
   }
 }
 
+void InstrumentOptions::SetPumpParameters(DWORD dwPumpTime, DWORD dwPumpParam2) {
+  m_Params.PumpTime = dwPumpTime;
+  m_Params.PumpParam2 = dwPumpParam2;
+}
+
 void InstrumentOptions::AddZero(double dWavelength) {
   std::vector<double>& zeros = m_Calibration.ZeroWavelengths;
   if (m_strZeros.empty() && dWavelength >= SwitchingPoint() &&

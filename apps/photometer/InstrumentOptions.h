@@ -11,6 +11,10 @@
 
 namespace host {
 
+/// Operating modes of the device.
+inline constexpr photometer::DWORD ModeZQ410 = 1;
+inline constexpr photometer::DWORD ModeZQ420 = 2;
+
 class InstrumentOptions {
  public:
   InstrumentOptions();
@@ -21,6 +25,8 @@ class InstrumentOptions {
 
   /// The wavelengths of the zero measurement, if the command line gives none.
   void ProposeZeros(const std::vector<double>& wavelengths);
+
+  void SetPumpParameters(photometer::DWORD dwPumpTime, photometer::DWORD dwPumpParam2);
 
   /// Measures a zero value there too, if it is not below the switching point and the command line gives no zeros.
   void AddZero(double dWavelength);
@@ -33,6 +39,7 @@ class InstrumentOptions {
   [[nodiscard]] double SwitchingPoint() const { return m_Calibration.LampSwitchingPoint; }
   /// The attached pump as a person calls it; null: none.
   [[nodiscard]] const char* PumpText() const;
+  [[nodiscard]] bool HasZQ420() const { return m_Params.dwOperatingMode == ModeZQ420; }
   /// Range of every wavelength that is measured, nm.
   [[nodiscard]] double LowestWavelength() const;
   [[nodiscard]] double HighestWavelength() const;

@@ -8,7 +8,6 @@ namespace {
 
 // A ZQ-410 says that it is there each second, a ZQ-420 answers at once.
 constexpr DWORD ConnectionLimit = 10;  // s
-constexpr DWORD ModeZQ420 = 2;
 /// No flow cuvette has this size, mm.
 constexpr LONG SizeWithoutFlow = 14;
 
@@ -41,7 +40,7 @@ bool HasFlowCuvette(Session& session, Progress& progress) {
 }
 
 ExitCode ConnectPump(const InstrumentOptions& instrument, Session& session, Progress& progress) {
-  const bool bZQ420 = instrument.Parameters().dwOperatingMode == ModeZQ420;
+  const bool bZQ420 = instrument.HasZQ420();
   switch (WaitForPump(session, bZQ420)) {
     case Outcome::Finished:
       progress.Say(fmt::format("pump {} is connected: it pumps for {} s, the sample settles for {} s",

@@ -27,15 +27,24 @@ void CheckFile(const char* option, const std::string& path, bool bForce) {
 }  // namespace
 
 void ResultOptions::AddTo(CLI::App& app) {
-  app.add_option("--format", m_strFormat, "Form of the results (default: by the output file's ending, else table)")
-      ->check(CLI::IsMember(FormatNames).description(""))
-      ->type_name("table|csv|json");
+  AddFormat(app, "Form of the results (default: by the output file's ending, else table)");
   app.add_option("--output", m_strOutputFile, "Write the results to a file, whole or not at all")->type_name("FILE");
   app.add_flag("--force", m_bForce, "Replace files that are there already");
   app.add_option("--label", m_strLabel, "Name of the sample in results and pictures")->type_name("TEXT");
-  for (const char* name : {"--format", "--output", "--force", "--label"}) {
+  for (const char* name : {"--output", "--force", "--label"}) {
     app.get_option(name)->group(Group);
   }
+}
+
+void ResultOptions::AddFormatTo(CLI::App& app) {
+  AddFormat(app, "Form of the lines, which are written as they come (default: table)");
+}
+
+void ResultOptions::AddFormat(CLI::App& app, const std::string& help) {
+  app.add_option("--format", m_strFormat, help)
+      ->check(CLI::IsMember(FormatNames).description(""))
+      ->type_name("table|csv|json")
+      ->group(Group);
 }
 
 void ResultOptions::AddPlotTo(CLI::App& app) {

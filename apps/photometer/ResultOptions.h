@@ -14,6 +14,8 @@ namespace host {
 class ResultOptions {
  public:
   void AddTo(CLI::App& app);
+  /// For lines that are written while things happen.
+  void AddFormatTo(CLI::App& app);
   /// For results that can be drawn.
   void AddPlotTo(CLI::App& app);
   /// Throws `CLI::ValidationError` for a file that must not or cannot be written.
@@ -31,6 +33,8 @@ class ResultOptions {
   bool WritePlot(const Plot& plot, Console& console) const;
 
  private:
+  void AddFormat(CLI::App& app, const std::string& help);
+
   OutputFormat m_format = OutputFormat::Table;
   std::string m_strFormat;
   std::string m_strOutputFile;

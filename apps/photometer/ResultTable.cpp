@@ -12,7 +12,8 @@ using nlohmann::ordered_json;
 
 std::string CellText(const ResultCell& cell, const ResultColumn& column, const std::string& nothing) {
   if (const auto* pNumber = std::get_if<double>(&cell)) {
-    return fmt::format("{:.{}f}", *pNumber, column.iDecimals);
+    return column.iDecimals == AllDecimals ? fmt::format("{}", *pNumber)
+                                           : fmt::format("{:.{}f}", *pNumber, column.iDecimals);
   }
   const auto* pText = std::get_if<std::string>(&cell);
   return pText == nullptr || pText->empty() ? nothing : *pText;

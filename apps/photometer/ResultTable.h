@@ -10,12 +10,15 @@
 
 namespace host {
 
+/// As many decimals as the number has.
+inline constexpr int AllDecimals = -1;
+
 struct ResultColumn {
   /// For programs, with the unit: "wavelength_nm".
   std::string strName;
   /// For people: "nm".
   std::string strHeading;
-  /// Decimals in table and CSV; JSON has every digit.
+  /// Decimals in table and CSV, or `AllDecimals`; JSON has every digit.
   int iDecimals = 0;
 };
 

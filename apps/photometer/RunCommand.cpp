@@ -4,6 +4,7 @@
 
 #include "Conclusion.h"
 #include "ErrorTexts.h"
+#include "LocalTime.h"
 #include "LogTail.h"
 #include "NumberOption.h"
 #include "PumpIntake.h"
@@ -20,15 +21,9 @@ constexpr DWORD RemovalWait = 60;           // s
 
 std::string FirmwareText(photometer::IPhotometer& device) {
   const photometer::DeviceStatus status = device.GetStatus();
-  const std::string text = photometer::platform::ToUtf8(status.szFirmwareVersion);
-  return text.substr(0, text.find_first_of("\r\n"));
-}
-
-std::string LocalTimeText() {
-  photometer::platform::SYSTEMTIME time{};
-  photometer::platform::GetLocalTime(&time);
-  return fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}", time.wYear, time.wMonth, time.wDay, time.wHour,
-                     time.wMinute, time.wSecond);
+  std::string text = photometer::platform::ToUtf8(status.szFirmwareVersion);
+  text = text.substr(0, text.find_first_of("\r\n"));
+  return text.substr(0, text.find_last_not_of(' ') + 1);
 }
 
 std::string OutcomeWord(ExitCode code) {
@@ -65,15 +60,19 @@ void RunCommand::Join(Workplace& workplace) {
 
 void RunCommand::AddOptions(CLI::App& app) {
   AddOwnOptions(app);
-  if (m_holder != Holder::Empty) {
+  if (TakesSample()) {
     AddIntegerOption(app, "--wait-for-cuvette", m_dwCuvetteWait, DWORD{0}, DWORD{86400},
                      "Wait at most so long, s, for a cuvette after the start-up; 0: measure at once");
   }
-  m_results.AddTo(app);
+  if (IsLive()) {
+    m_results.AddFormatTo(app);
+  } else {
+    m_results.AddTo(app);
+  }
   if (!HasJoined()) {
     m_instrument.AddTo(app);
     m_board.AddTo(app);
-  } else if (m_board.bSimulate && m_holder != Holder::Empty) {
+  } else if (m_board.bSimulate && TakesSample()) {
     m_board.AddSampleTo(app);
   }
 }
@@ -92,6 +91,13 @@ void RunCommand::Check() {
   m_results.Check();
 }
 
+void RunCommand::KeepPumpParameters(DWORD dwPumpTime, DWORD dwPumpParam2) {
+  m_instrument.SetPumpParameters(dwPumpTime, dwPumpParam2);
+  if (HasJoined()) {
+    m_pWorkplace->SetPumpParameters(dwPumpTime, dwPumpParam2);
+  }
+}
+
 void RunCommand::NeedZero(double dWavelength) {
   m_instrument.AddZero(dWavelength);
   if (HasJoined()) {
@@ -104,7 +110,7 @@ ExitCode RunCommand::Run(Console& console) {
     return WriteResults(console, Perform(console, *m_pWorkplace));
   }
   Workplace own(m_board, m_instrument);
-  if (const std::string complaint = own.Open(); !complaint.empty()) {
+  if (const std::string complaint = own.Open(NeededPort()); !complaint.empty()) {
     console.messages << complaint;
     return ExitCode::BadInput;
   }
@@ -117,7 +123,7 @@ ExitCode RunCommand::Run(Console& console) {
 ExitCode RunCommand::WriteResults(Console& console, ExitCode code) {
   m_header.strOutcome = OutcomeWord(code);
   bool bWritten = true;
-  if (HasResults() || m_results.Format() == OutputFormat::Json) {
+  if (!IsLive() && (HasResults() || m_results.Format() == OutputFormat::Json)) {
     bWritten = m_results.WriteResults(Results(), console);
   }
   if (const std::optional<Plot> plot = Picture(); plot && m_results.WantsPlot()) {
@@ -133,7 +139,7 @@ ExitCode RunCommand::WriteResults(Console& console, ExitCode code) {
 ExitCode RunCommand::Perform(Console& console, Workplace& workplace) {
   m_header.strInstrument = workplace.Description();
   m_header.strSample = m_results.Label();
-  if (m_header.strSample.empty() && m_board.bSimulate && m_holder != Holder::Empty) {
+  if (m_header.strSample.empty() && m_board.bSimulate && TakesSample()) {
     m_header.strSample = m_board.sample;
   }
   if (!workplace.MakeSession(console)) {
@@ -146,6 +152,7 @@ ExitCode RunCommand::Perform(Console& console, Workplace& workplace) {
     code = PrepareHolder(bench);
   }
   if (code == ExitCode::Success) {
+    bench.session.TellNews();
     code = Operate(bench);
   }
   bench.progress.EndRun();
@@ -157,8 +164,9 @@ ExitCode RunCommand::StartUp(Bench& bench, Workplace& workplace) {
   const bool bStayOn = HasJoined() || GoesOnAfterFailedStartUp();
   const RunEnd end = workplace.StartUp(bStayOn ? AfterFailure::StayOn : AfterFailure::ShutDown);
   m_header.strFirmware = FirmwareText(bench.session.Device());
+  m_startUpError = end.error;
   if (end.outcome == Outcome::Failed && GoesOnAfterFailedStartUp()) {
-    bench.progress.Say("the start-up was not passed; the test goes on all the same");
+    bench.progress.Say(fmt::format("the start-up was not passed; \"{}\" goes on all the same", m_header.strKind));
     return ExitCode::Success;
   }
   m_header.error = end.error;
@@ -174,7 +182,7 @@ ExitCode RunCommand::PrepareHolder(Bench& bench) const {
     // A start-up of its own has just asked for the empty holder.
     return HasJoined() ? EmptyHolder(bench) : ExitCode::Success;
   }
-  const ExitCode code = InsertSample(bench);
+  const ExitCode code = TakesSample() ? InsertSample(bench) : ExitCode::Success;
   if (code != ExitCode::Success || !DrawsSample()) {
     return code;
   }
@@ -241,6 +249,18 @@ ExitCode RunCommand::RunOperation(Bench& bench, const char* what, const StartOpe
     return ExitCode::NoEnd;
   }
   return Conclude(end, what, ExitCode::InstrumentError, bench.progress);
+}
+
+ExitCode RunCommand::Refuse(Bench& bench, const char* what, HRESULT hResult) {
+  return Conclude({Outcome::Refused, std::nullopt, hResult}, what, ExitCode::InstrumentError, bench.progress);
+}
+
+ExitCode RunCommand::ConcludeAttended(Bench& bench, const char* what, Outcome outcome, const std::string& failure) {
+  if (outcome == Outcome::Finished) {
+    bench.progress.Say(failure);
+    return ExitCode::InstrumentError;
+  }
+  return Conclude({outcome, std::nullopt, photometer::S_OK}, what, ExitCode::InstrumentError, bench.progress);
 }
 
 std::string RunCommand::Subtitle() const {

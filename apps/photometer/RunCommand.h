@@ -26,7 +26,8 @@ class RunCommand : public Command {
 
  protected:
   /// What the holder must have during the run. `DrawnSample`: with a pump attached, the run draws the sample itself.
-  enum class Holder { Sample, DrawnSample, Empty };
+  /// `AsItIs`: it does not matter.
+  enum class Holder { Sample, DrawnSample, Empty, AsItIs };
 
   /// `kind` names the results.
   RunCommand(std::string kind, Holder holder) : m_holder(holder) { m_header.strKind = std::move(kind); }
@@ -38,6 +39,10 @@ class RunCommand : public Command {
   virtual void CheckOwn() = 0;
   /// After the start-up, with the holder as wanted.
   virtual ExitCode Operate(Bench& bench) = 0;
+  /// A port that the command cannot do without, beside the optical unit's.
+  [[nodiscard]] virtual std::optional<BoardPort> NeededPort() const { return std::nullopt; }
+  /// The command writes lines while it runs, and no results at its end.
+  [[nodiscard]] virtual bool IsLive() const { return false; }
   /// The results as text; the header is complete.
   [[nodiscard]] virtual std::string Results() const = 0;
   [[nodiscard]] virtual bool HasResults() const = 0;
@@ -51,9 +56,18 @@ class RunCommand : public Command {
   /// Starts a run and waits for its end, with a message when that is no good one.
   ExitCode RunOperation(Bench& bench, const char* what, const StartOperation& start, const EventHandler& handler,
                         EndNotice notice = EndNotice::BeforeIdle);
+  /// What it means when the device does not accept a start, with a message.
+  static ExitCode Refuse(Bench& bench, const char* what, HRESULT hResult);
+  /// What an end that is no good one means for something that was attended to, with a message; `failure` says it for
+  /// `Finished`.
+  static ExitCode ConcludeAttended(Bench& bench, const char* what, Outcome outcome, const std::string& failure);
+  /// No sample is needed after all.
+  void LeaveHolder() { m_holder = Holder::AsItIs; }
   void AddSetting(const std::string& name, const std::string& value) { m_header.settings.emplace_back(name, value); }
   /// The command works on an instrument that is there already, with the options that this was started with.
   [[nodiscard]] bool HasJoined() const { return m_pWorkplace != nullptr; }
+  /// The device has been given other pump parameters, which hold from now on.
+  void KeepPumpParameters(DWORD dwPumpTime, DWORD dwPumpParam2);
   /// A zero value is to be measured there by the next start-up, as `InstrumentOptions::AddZero` says.
   void NeedZero(double dWavelength);
   /// Sample, date and instrument, for a picture.
@@ -63,6 +77,8 @@ class RunCommand : public Command {
   InstrumentOptions m_instrument;
   ResultOptions m_results;
   ResultHeader m_header;
+  /// The error of a start-up that was not passed.
+  std::optional<LONG> m_startUpError;
 
  private:
   /// Start-up, sample, run. What was delivered is kept, whatever the end.
@@ -71,6 +87,7 @@ class RunCommand : public Command {
   ExitCode PrepareHolder(Bench& bench) const;
   ExitCode InsertSample(Bench& bench) const;
   ExitCode EmptyHolder(Bench& bench) const;
+  [[nodiscard]] bool TakesSample() const { return m_holder == Holder::Sample || m_holder == Holder::DrawnSample; }
   [[nodiscard]] bool DrawsSample() const { return m_holder == Holder::DrawnSample && m_instrument.PumpText(); }
   ExitCode WriteResults(Console& console, ExitCode code);
 

@@ -190,6 +190,45 @@ void Session::FollowInterrupt(Waiting& waiting) {
   waiting.iRequests = iRequests;
 }
 
+Outcome Session::Listen(const EventHandler& handler, const std::function<bool()>& goesOn,
+                        std::optional<DWORD> dwSeconds, int iRequests) {
+  const DWORD dwStart = layer::GetTickCount();
+  const auto hear = [this, &handler](const std::vector<HostEvent>& events) {
+    for (const HostEvent& event : events) {
+      m_bMeasured = m_bMeasured && !std::holds_alternative<CuvetteChange>(event);
+      handler(event);
+    }
+  };
+  while (m_interrupt.Count() <= iRequests) {
+    if (!goesOn()) {
+      return Outcome::Finished;
+    }
+    const DWORD dwPassed = layer::GetTickCount() - dwStart;
+    if (dwSeconds && dwPassed >= *dwSeconds * 1000) {
+      return Outcome::NoEnd;
+    }
+    hear(m_sink.Take(dwSeconds ? std::min(SliceMilliseconds, *dwSeconds * 1000 - dwPassed) : SliceMilliseconds));
+  }
+  return Outcome::Cancelled;
+}
+
+Outcome Session::Attend(const Attendance& attendance) {
+  const auto goesOn = [&attendance] { return !attendance.isOver(); };
+  Outcome outcome = Listen(attendance.handler, goesOn, attendance.dwSeconds);
+  if (outcome == Outcome::Cancelled) {
+    m_progress.Say("ending it; once more shuts the instrument down at once");
+    attendance.cancel();
+    outcome = Listen(attendance.handler, goesOn, attendance.dwSeconds, 1);
+    outcome = outcome == Outcome::Finished ? Outcome::Cancelled : outcome;
+    if (goesOn()) {
+      Shutdown();
+    }
+  } else if (outcome == Outcome::NoEnd) {
+    Shutdown();
+  }
+  return outcome;
+}
+
 Outcome Session::WaitForCuvette(DWORD dwSeconds) {
   return WaitUntil([](photometer::IPhotometer& device) { return device.GetCuvetteSize() > 0; }, dwSeconds);
 }
@@ -198,9 +237,13 @@ Outcome Session::WaitForEmptyHolder(DWORD dwSeconds) {
   return WaitUntil([](photometer::IPhotometer& device) { return device.GetCuvetteSize() <= 0; }, dwSeconds);
 }
 
-bool Session::HoldsMeasuredCuvette() {
+void Session::TellNews() {
   Waiting waiting;
   Handle(m_sink.Take(0), waiting);
+}
+
+bool Session::HoldsMeasuredCuvette() {
+  TellNews();
   return m_bMeasured && m_pDevice->GetCuvetteSize() > 0;
 }
 

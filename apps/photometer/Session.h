@@ -47,6 +47,17 @@ enum class EndNotice { BeforeIdle, AfterIdle };
 using StartOperation = std::function<HRESULT(photometer::IPhotometer&)>;
 using EventHandler = std::function<void(const HostEvent&)>;
 
+/// How something is waited for that is no run.
+struct Attendance {
+  /// Of every event.
+  EventHandler handler;
+  std::function<bool()> isOver;
+  /// Ends it before its time, at a person's first request.
+  std::function<void()> cancel;
+  /// After which it should have ended by itself.
+  DWORD dwSeconds;
+};
+
 class Session {
  public:
   /// All must outlive it; the transcript may be null.
@@ -74,6 +85,17 @@ class Session {
   Outcome WaitForEmptyHolder(DWORD dwSeconds);
   /// The cuvette in the holder is that of the last run: it has not been changed since.
   bool HoldsMeasuredCuvette();
+  /// Shows what has been told and belongs to no run.
+  void TellNews();
+  /// Hands each event to the handler and asks after each slice whether to go on: `Finished` when not, `NoEnd` when the
+  /// time, s, is over (nothing: there is no limit), `Cancelled` when a person has asked more than `iRequests` times to
+  /// end it. Shows nothing and ends nothing.
+  Outcome Listen(const EventHandler& handler, const std::function<bool()>& goesOn, std::optional<DWORD> dwSeconds,
+                 int iRequests = 0);
+  /// Waits for the end of what has been started. `NoEnd` and a second request of a person end it by a shutdown.
+  Outcome Attend(const Attendance& attendance);
+  /// Warm-up time of the deuterium lamp's sessions, s.
+  void SetLampWarmUpTime(DWORD dwSeconds) { m_sink.SetLampWarmUpTime(dwSeconds); }
   /// Switches the instrument off. Harmless when repeated.
   void Shutdown();
   /// `StartUp` was called, and no shutdown since.

@@ -76,6 +76,8 @@ ExitCode ShellCommand::Run(Console& console) {
   const std::unique_ptr<LineReader> pReader = MakeLineReader(console.interrupt, complete);
   Console joined = console;
   joined.pWorkplace = &workplace;
+  // What is piped in is lines of the shell, to the last.
+  joined.pInput = pReader->HasTerminal() ? console.pInput : nullptr;
   StartUpAgain(joined);
   if (pReader->HasTerminal()) {
     console.messages << "\"help\" lists the commands, \"quit\" switches the instrument off\n" << std::flush;

@@ -10,6 +10,9 @@ namespace {
 
 constexpr int CuvetteSize = 10;
 constexpr std::uint32_t BounceMilliseconds = 8;
+// Its lamps are not new: 412.5 h and 96.25 h.
+constexpr photometer::DWORD HalogenSeconds = 1'485'000;
+constexpr photometer::DWORD DeuteriumSeconds = 346'500;
 constexpr const char16_t* LampCounterKey = u"\\Veltranometrik";
 
 simulator::OpticalUnitSettings UnitSettings(const BoardOptions& options,
@@ -45,8 +48,8 @@ SimulatedInstrument::SimulatedInstrument(const BoardOptions& options, const phot
   for (const char16_t* folder : {u"\\NANDFlash\\Logging", u"\\SDMemory", u"\\Application"}) {
     m_board.MakeFolder(folder);
   }
-  m_board.SetRegistryValue(LampCounterKey, u"HalLamp", 0);
-  m_board.SetRegistryValue(LampCounterKey, u"UVLamp", 0);
+  m_board.SetRegistryValue(LampCounterKey, u"HalLamp", HalogenSeconds);
+  m_board.SetRegistryValue(LampCounterKey, u"UVLamp", DeuteriumSeconds);
 }
 
 void SimulatedInstrument::BreakParts() {

@@ -22,6 +22,8 @@ class SimulatedInstrument {
 
   photometer::platform::VirtualBoard& Board() { return m_board; }
   simulator::Instrument& Model() { return m_instrument; }
+  /// µs.
+  [[nodiscard]] simulator::Time Now() const { return m_board.Now(); }
   /// The defects that the options ask for appear now: an instrument that has them from the beginning does not start up.
   void BreakParts();
   /// A cuvette with the sample (as in SampleName.h) goes into the holder now, in the place of one that is there.

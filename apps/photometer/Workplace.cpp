@@ -4,8 +4,8 @@
 
 namespace host {
 
-std::string Workplace::Open() {
-  const std::string complaint = m_board.Open(m_boardOptions, m_instrumentOptions.Parameters());
+std::string Workplace::Open(const std::optional<BoardPort>& port) {
+  const std::string complaint = m_board.Open(m_boardOptions, m_instrumentOptions.Parameters(), port);
   return complaint.empty() ? complaint : "photometer: " + complaint + "\nNothing was started.\n";
 }
 

@@ -30,8 +30,9 @@ class Workplace {
   Workplace(BoardOptions board, InstrumentOptions instrument)
       : m_boardOptions(std::move(board)), m_instrumentOptions(std::move(instrument)) {}
 
-  /// Makes the board. Returns what is wrong, with "nothing was started"; empty when it stands.
-  std::string Open();
+  /// Makes the board, which must have this port, if one is given, beside the optical unit's. Returns what is wrong,
+  /// with "nothing was started"; empty when it stands.
+  std::string Open(const std::optional<BoardPort>& port = std::nullopt);
   /// Makes the device, if that has not been done. False, with a message: there is none.
   bool MakeSession(Console& console);
   /// Only after `MakeSession`.
@@ -47,6 +48,10 @@ class Workplace {
   [[nodiscard]] const InstrumentOptions& Instrument() const { return m_instrumentOptions; }
   /// As `InstrumentOptions::AddZero`, for the next start-up.
   void AddZero(double dWavelength) { m_instrumentOptions.AddZero(dWavelength); }
+  /// What the device has been given.
+  void SetPumpParameters(photometer::DWORD dwPumpTime, photometer::DWORD dwPumpParam2) {
+    m_instrumentOptions.SetPumpParameters(dwPumpTime, dwPumpParam2);
+  }
   /// Board, for the results.
   [[nodiscard]] const std::string& Description() const { return m_board.Description(); }
 

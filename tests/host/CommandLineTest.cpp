@@ -93,6 +93,25 @@ TEST(CommandLine, RefusesBadInputAndSaysWhatIsWrong) {
       {{"check", "system", "--simulate", "--peak", "nan"}, {"--peak", "\"nan\""}},
       {{"scan-holmium", "--simulate", "--first", "5000", "--last", "5000"}, {"--first", "5000 is not below"}},
       {{"scan-holmium", "--simulate", "--last", "15001"}, {"--last", "15001", "to 15000"}},
+      {{"watch", "--simulate"}, {"--for", "is missing", "--speed 1"}},
+      {{"watch", "--simulate", "--for", "90"}, {"--for", "\"90\"", "as 30s"}},
+      {{"watch", "--simulate", "--for", "1min", "--happens", "insert"}, {"\"insert\" does not begin with a time"}},
+      {{"watch", "--simulate", "--for", "1min", "--happens", "5s:fall"}, {"there is no \"fall\"", "unplug-pump"}},
+      {{"watch", "--simulate", "--for", "1min", "--happens", "5s:key-a"}, {"\"key-a\" cannot happen", "--pump"}},
+      {{"watch", "--for", "1min", "--happens", "5s:insert"}, {"--happens", "--simulate"}},
+      {{"lamp", "on", "--simulate"}, {"there is no command \"lamp on\""}},
+      {{"lamp", "uv", "--simulate"}, {"lamp uv", "add on or off"}},
+      {{"lamp", "uv", "dim", "--simulate"}, {"\"dim\"", "say on or off"}},
+      {{"lamp", "uv", "on", "--simulate", "--no-uv"}, {"--no-uv", "no such lamp"}},
+      {{"lamp", "uv", "off", "--simulate", "--for", "1h"}, {"off", "--for"}},
+      {{"lamp", "uv", "on", "--simulate", "--warm-up", "1min"}, {"--warm-up", "--session"}},
+      {{"lamp", "uv", "on", "--simulate", "--session", "-1"}, {"--session", "\"-1\""}},
+      {{"flush", "--simulate"}, {"--pump", "is missing", "zq410 or zq420"}},
+      {{"flush", "--simulate", "--pump", "zq410", "--time", "5s"}, {"--time", "ZQ-410"}},
+      {{"pump", "--simulate", "--pump", "zq410", "--set", "7"}, {"--set", "\"7\"", "as 7,120"}},
+      {{"pump", "--simulate", "--pump", "zq410", "--set", "7,1000"}, {"--set", "from 0 to 999"}},
+      {{"external", "--simulate", "--pump", "zq410"}, {"--pump", "zq410"}},
+      {{"external", "--simulate", "--baud-rate", "299"}, {"--baud-rate", "\"299\"", "from 300"}},
   };
   for (const auto& one : cases) {
     ExpectRefused(one.arguments, one.parts);
@@ -117,6 +136,7 @@ TEST(CommandLine, RefusesBoardsThatCannotBeUsed) {
   refuse({board + ":4", "ports.COM2", "/dev/nothing-here cannot be opened", "no such device"});
 
   write("root = \"root\"\n[ports]\nCOM2 = \"" + line.Path() + "\"\n");
+  ExpectRefused({"external", "--board", board}, {board, "ports.COM1", "is missing", "the external port"});
   const int iOther = open(line.Path().c_str(), O_RDWR | O_NOCTTY);
   ASSERT_EQ(flock(iOther, LOCK_EX), 0);
   refuse({board + ":3", line.Path() + " cannot be opened", "in use by another program"});

@@ -1,0 +1,26 @@
+/// Bytes of a line as a person sees and types them: printing ASCII as it is, everything else as \xNN.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace host {
+
+/// The bytes that a text stands for: each \xNN is one byte, everything else stands for itself.
+std::string BytesOf(std::string_view text);
+
+/// Makes lines of what arrives in blocks of any size. A line ends behind a line feed, which is shown.
+class ArrivingLines {
+ public:
+  /// Takes a block; returns the lines that it completes, each as text and ended.
+  std::string Take(std::string_view bytes);
+  /// The line that has begun, as text and ended; empty without one.
+  std::string TakeRest();
+  [[nodiscard]] bool HasRest() const { return !m_strBegun.empty(); }
+
+ private:
+  /// Bytes.
+  std::string m_strBegun;
+};
+
+}  // namespace host
