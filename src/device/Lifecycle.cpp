@@ -29,34 +29,39 @@ std::string OneLine(std::string text) {
 
 }  // namespace
 
+Lifecycle::Turns::Turns() : hTurn(CreateEventW(FALSE, FALSE, nullptr)) {}
+
+Lifecycle::Turns::~Turns() {
+  if (hTurn != 0) {
+    CloseHandle(hTurn);
+  }
+}
+
+void Lifecycle::Turns::GiveBack() {
+  bTaken = false;
+  SetEvent(hTurn);
+}
+
 /// The turn, for as long as it lives.
 class Lifecycle::Turn {
  public:
-  explicit Turn(Lifecycle& lifecycle) : m_Lifecycle(lifecycle) {
-    while (m_Lifecycle.m_bTurnTaken.exchange(true)) {
-      if (WaitForSingleObject(m_Lifecycle.m_hTurn, TURN_LOOK) == WAIT_FAILED) {
+  explicit Turn(std::shared_ptr<Turns> pTurns) : m_pTurns(std::move(pTurns)) {
+    while (m_pTurns->bTaken.exchange(true)) {
+      if (WaitForSingleObject(m_pTurns->hTurn, TURN_LOOK) == WAIT_FAILED) {
         Sleep(TURN_LOOK);
       }
     }
   }
-  ~Turn() { m_Lifecycle.GiveTurnBack(); }
+  ~Turn() { m_pTurns->GiveBack(); }
   Turn(const Turn&) = delete;
   Turn& operator=(const Turn&) = delete;
 
  private:
-  Lifecycle& m_Lifecycle;
+  std::shared_ptr<Turns> m_pTurns;
 };
 
 Lifecycle::Lifecycle(std::shared_ptr<Instrument> pInstrument)
-    : m_pInstrument(std::move(pInstrument)),
-      m_Instrument(*m_pInstrument),
-      m_hTurn(CreateEventW(FALSE, FALSE, nullptr)) {}
-
-Lifecycle::~Lifecycle() {
-  if (m_hTurn != 0) {
-    CloseHandle(m_hTurn);
-  }
-}
+    : m_pInstrument(std::move(pInstrument)), m_Instrument(*m_pInstrument), m_pTurns(std::make_shared<Turns>()) {}
 
 // ---- up ----
 
@@ -64,7 +69,7 @@ HRESULT Lifecycle::Initialize(const PhotometerParameters* pParams, const Calibra
   if (m_Instrument.sink.IsInsideCallback()) {
     return E_FAIL;
   }
-  const Turn turn(*this);
+  const Turn turn(m_pTurns);
   {
     const auto state = m_Instrument.state.Lock();
     if (state->m_Status.bInitialized) {
@@ -202,7 +207,7 @@ HRESULT Lifecycle::Shutdown() {
   const bool bSwitchOffAgain = StopAndSwitchOff();
   const DWORD dwStart = GetTickCount();
   {
-    const Turn turn(*this);
+    const Turn turn(m_pTurns);
     TakeDown(bSwitchOffAgain, dwStart);
     --m_iShutdowns;
   }
@@ -210,33 +215,29 @@ HRESULT Lifecycle::Shutdown() {
 }
 
 LONG Lifecycle::OpenSipperPort() {
+  const std::shared_ptr<Turns> pTurns = m_pTurns;
   if (!TakeTurnUnlessStopped()) {
     return 0;
   }
   const bool bMayOpen = m_bUp && !m_Instrument.state.IsStopping();
   const LONG lResult = bMayOpen ? m_Instrument.sipperPort.OpenSipperPort() : 0;
-  GiveTurnBack();
+  pTurns->GiveBack();
   return lResult;
 }
 
 bool Lifecycle::TakeTurnUnlessStopped() {
   // A callback may call this while `Shutdown` has the turn and waits for the callback's thread: the stop ends the wait.
-  const std::array<HANDLE, 2> handles{m_hTurn, m_Instrument.state.StopEvent()};
+  const std::array<HANDLE, 2> handles{m_pTurns->hTurn, m_Instrument.state.StopEvent()};
   if (!m_bUp || handles[1] == 0) {
     return false;
   }
-  while (m_bTurnTaken.exchange(true)) {
+  while (m_pTurns->bTaken.exchange(true)) {
     const DWORD dwResult = WaitForMultipleObjects(2, handles.data(), TURN_LOOK);
     if (m_Instrument.state.IsStopping() || (dwResult != WAIT_OBJECT_0 && dwResult != WAIT_TIMEOUT)) {
       return false;
     }
   }
   return true;
-}
-
-void Lifecycle::GiveTurnBack() {
-  m_bTurnTaken = false;
-  SetEvent(m_hTurn);
 }
 
 void Lifecycle::ShutdownForRelease() {

@@ -14,12 +14,11 @@ namespace photometer {
 class Lifecycle {
  public:
   explicit Lifecycle(std::shared_ptr<Instrument> pInstrument);
-  ~Lifecycle();
   Lifecycle(const Lifecycle&) = delete;
   Lifecycle& operator=(const Lifecycle&) = delete;
 
   /// The turns can be taken: an event could be had.
-  [[nodiscard]] bool IsUsable() const { return m_hTurn != 0; }
+  [[nodiscard]] bool IsUsable() const { return m_pTurns->hTurn != 0; }
 
   HRESULT Initialize(const PhotometerParameters* pParams, const CalibrationData* pCalib);
   HRESULT Shutdown();
@@ -29,6 +28,18 @@ class Lifecycle {
   void ShutdownForRelease();
 
  private:
+  /// Whoever gives his turn back may find the object gone as soon as it is free: he keeps this himself.
+  struct Turns {
+    Turns();
+    ~Turns();
+    Turns(const Turns&) = delete;
+    Turns& operator=(const Turns&) = delete;
+    void GiveBack();
+
+    std::atomic<bool> bTaken{false};
+    /// Auto-reset; signalled when the turn is given back.
+    HANDLE hTurn;
+  };
   class Turn;
 
   /// Ends what an earlier `Initialize` left. False: one of its threads does not end.
@@ -53,13 +64,10 @@ class Lifecycle {
 
   /// False: the device is not up, or stops, and the turn was not taken.
   bool TakeTurnUnlessStopped();
-  void GiveTurnBack();
 
   std::shared_ptr<Instrument> m_pInstrument;
   Instrument& m_Instrument;
-  /// Somebody has the turn. The event, auto-reset, is signalled when it is given back.
-  std::atomic<bool> m_bTurnTaken{false};
-  HANDLE m_hTurn;
+  std::shared_ptr<Turns> m_pTurns;
   /// Calls of `Shutdown` that have begun and not ended.
   std::atomic<int> m_iShutdowns{0};
   /// `Initialize` has acquired something since the last `Shutdown`.
