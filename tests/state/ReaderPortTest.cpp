@@ -45,16 +45,20 @@ class Bench {
   Bench(const Bench&) = delete;
   Bench& operator=(const Bench&) = delete;
 
-  BOOL Open(std::function<void()> onBlock = [] {}) {
+  BOOL Open(const std::function<void()>& onBlock = [] {}) {
     PortReader reader{.name = "reader", .onBlock = nullptr, .onEnd = nullptr};
     reader.onBlock = [this, onBlock](std::string_view bytes) {
-      calls.emplace_back(bytes);
+      Note(std::string(bytes));
       nHeard = world.board.Now();
       onBlock();
     };
-    reader.onLost = [this] { calls.emplace_back("lost"); };
-    reader.onEnd = [this](bool bLost) { calls.emplace_back(bLost ? "end, lost" : "end"); };
+    reader.onLost = [this] { Note("lost"); };
+    reader.onEnd = [this](bool bLost) { Note(bLost ? "end, lost" : "end"); };
     return port.Open(SETTINGS, std::move(reader));
+  }
+  std::vector<std::string> Calls() {
+    const auto guarded = state.Lock();
+    return m_Calls;
   }
   void Stop() {
     state.RaiseStop();
@@ -68,14 +72,22 @@ class Bench {
   FailingReads reads{world.tracing.GetSerialPorts()};
 
  private:
+  void Note(const std::string& call) {
+    const auto guarded = state.Lock();
+    m_Calls.push_back(call);
+  }
+
   ForwardingBoard m_Board{world.tracing};
 
  public:
   DeviceState state;
   WorkerThreads threads{state};
   ReaderPort port{state, threads, World::PORT};
-  std::vector<std::string> calls;
-  std::uint64_t nHeard = 0;
+  std::atomic<std::uint64_t> nHeard = 0;
+
+ private:
+  /// Guarded by the state lock.
+  std::vector<std::string> m_Calls;
 };
 
 TEST(ReaderPort, FailedReadsAreRepeatedAfterAPause) {
@@ -88,10 +100,10 @@ TEST(ReaderPort, FailedReadsAreRepeatedAfterAPause) {
     bench.device.Emit(0, "bytes");
     Sleep(1000);
     if (iFailing < 3) {
-      EXPECT_EQ(bench.calls, std::vector<std::string>{"bytes"});
+      EXPECT_EQ(bench.Calls(), std::vector<std::string>{"bytes"});
       EXPECT_EQ((bench.nHeard - nStart) / 100'000, static_cast<std::uint64_t>(iFailing));
     } else {
-      EXPECT_EQ(bench.calls, (std::vector<std::string>{"lost", "end, lost"}));
+      EXPECT_EQ(bench.Calls(), (std::vector<std::string>{"lost", "end, lost"}));
       EXPECT_TRUE(bench.port.IsLost());
     }
   }
@@ -101,7 +113,7 @@ TEST(ReaderPort, HandleStaysOpenWhileAWriteUsesIt) {
   Bench bench;
   ASSERT_TRUE(bench.Open());
   bench.world.ports.beforeWrite = [](std::string_view) { Sleep(50); };
-  BOOL bWritten = FALSE;
+  std::atomic<BOOL> bWritten = FALSE;
   ASSERT_TRUE(bench.threads.Start("writer", [&] { bWritten = bench.port.Write("text"); }));
   Sleep(1);
   const std::uint64_t nStart = bench.world.board.Now();
@@ -119,7 +131,7 @@ TEST(ReaderPort, BlockThatOutlastsThePort) {
   bench.state.RaiseStop();
   bench.port.Close();
   Sleep(1500);
-  EXPECT_EQ(bench.calls, (std::vector<std::string>{"bytes", "end"}));
+  EXPECT_EQ(bench.Calls(), (std::vector<std::string>{"bytes", "end"}));
 }
 
 }  // namespace
