@@ -20,7 +20,7 @@ using photometer::LONG;
 
 enum class EventKind : std::uint8_t {
   ThreadBegins,    ///< of the library. `name`; a: the host's call that made it, or `NoCall`
-  ThreadEnds,      ///< `name`
+  ThreadEnds,      ///< `name`; a: 0 when the unit stands idle with its halogen lamp off
   CallBegins,      ///< of the host. `name`; a: number of the call; b: 1 in a callback
   CallEnds,        ///< `name`; a: number of the call; b: result
   Callback,        ///< `name`; a, b, c: its numbers

@@ -53,7 +53,7 @@ class WatchedBoard::Kernel final : public photometer::platform::ForwardingKernel
     start.body = [this, name, body = std::move(start.body)]() mutable {
       body();
       body = nullptr;
-      m_board.m_ledger.Note(EventKind::ThreadEnds, name);
+      m_board.m_ledger.Note(EventKind::ThreadEnds, name, m_board.m_isLampLit() ? 1 : 0);
       --m_board.m_iRunning;
     };
     DWORD dwThread = 0;

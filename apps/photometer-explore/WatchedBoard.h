@@ -4,6 +4,7 @@
 
 #include <array>
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <set>
 
@@ -38,6 +39,8 @@ class WatchedBoard final : public photometer::platform::ForwardingBoard {
   WatchedBoard& operator=(const WatchedBoard&) = delete;
 
   FailingNumbers& Failures() { return m_failures; }
+  /// Asked when a thread of the library ends, for the ledger: whether the halogen lamp is lit at the unit, or may be.
+  void OnThreadEnd(std::function<bool()> isLampLit) { m_isLampLit = std::move(isLampLit); }
   /// Threads of the library that have not ended.
   [[nodiscard]] int RunningThreads() const { return m_iRunning; }
 
@@ -55,6 +58,7 @@ class WatchedBoard final : public photometer::platform::ForwardingBoard {
 
   Ledger& m_ledger;
   FailingNumbers m_failures;
+  std::function<bool()> m_isLampLit = [] { return true; };
   std::atomic<int> m_iRunning{0};
   std::atomic<photometer::platform::HANDLE> m_hOptical{0};
   std::unique_ptr<Services> m_pServices;

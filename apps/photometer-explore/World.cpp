@@ -57,6 +57,10 @@ World::World(const Plan& itsPlan, WorldOptions options)
   if (options.bTrace) {
     platform::SetBoard(&m_tracing.emplace(watched, transcript));
   }
+  watched.OnThreadEnd([this] {
+    const UnobservedScope scope;
+    return !instrument.unit.IsIdle() || instrument.unit.State().halogen != 0;
+  });
   for (const char16_t* name : {OpticalPort, ExternalPort, SipperPort}) {
     Plug(name);
   }

@@ -33,7 +33,8 @@ constexpr Told LampOff{EventKind::OpticalCommand, "$h0", 'h', 0};
 constexpr Told PortGone{EventKind::OpticalPort, "optical port", 0};
 
 /// The first property that a host's call `operation`, answered by 0, breaks, when its thread does all this.
-std::string Broken(const char* operation, const char* thread, const std::vector<Told>& told, bool bCancel = false) {
+std::string Broken(const char* operation, const char* thread, const std::vector<Told>& told, bool bCancel = false,
+                   bool bLampLit = true) {
   VirtualBoard board;
   Ledger ledger(board);
   const std::int64_t nCall = ledger.BeginCall(operation, false);
@@ -45,7 +46,7 @@ std::string Broken(const char* operation, const char* thread, const std::vector<
   for (const Told& one : told) {
     ledger.Note(one.kind, one.name, one.a, one.b);
   }
-  ledger.Note(EventKind::ThreadEnds, thread);
+  ledger.Note(EventKind::ThreadEnds, thread, bLampLit ? 1 : 0);
   const std::vector<Violation> violations = Judge({ledger, FindRuns(ledger), {}, {}, true});
   return violations.empty() ? "" : violations.front().property;
 }
@@ -87,6 +88,10 @@ TEST(Properties, OfTheEndsOfARun) {
     EXPECT_EQ(Broken(c.operation, c.thread, c.told, c.bCancel), c.broken)
         << c.thread << ", case " << &c - std::begin(cases) << " of the table";
   }
+}
+
+TEST(Properties, ALampThatIsOffNeedNotBeTold) {
+  EXPECT_EQ(Broken("measure", "Measure", {LampOn, Started, Finished}, false, false), "");
 }
 
 TEST(Properties, OfShutdown) {
