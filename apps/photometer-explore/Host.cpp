@@ -14,7 +14,6 @@ using photometer::platform::UnobservedScope;
 
 namespace {
 
-constexpr DWORD MillisecondsPerSecond = 1000;
 constexpr std::uint64_t MicrosecondsPerSecond = 1'000'000;
 /// Between two looks at the device, ms.
 constexpr DWORD LookPeriod = 50;

@@ -174,6 +174,7 @@ std::optional<Plan> ProcedurePlan(std::string_view name) {
 
 std::vector<std::string> ProcedureNames() {
   std::vector<std::string> names;
+  names.reserve(Procedures.size());
   for (const Procedure& procedure : Procedures) {
     names.emplace_back(procedure.name);
   }

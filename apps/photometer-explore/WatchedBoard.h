@@ -34,7 +34,7 @@ class WatchedBoard final : public photometer::platform::ForwardingBoard {
  public:
   /// Both must outlive it.
   WatchedBoard(photometer::platform::Board& target, Ledger& ledger);
-  ~WatchedBoard();
+  ~WatchedBoard() override;
   WatchedBoard(const WatchedBoard&) = delete;
   WatchedBoard& operator=(const WatchedBoard&) = delete;
 

@@ -39,14 +39,15 @@ simulator::SipperZQ410Settings ZQ410Settings() {
   return settings;
 }
 
-platform::VirtualBoardOptions BoardOptions(const Profile& profile, platform::VirtualBoardOptions options) {
+platform::VirtualBoardOptions BoardOptions(const Profile& profile, const platform::VirtualBoardOptions& given) {
+  platform::VirtualBoardOptions options = given;
   options.startTick = profile.dwStartTick;
   return options;
 }
 
 }  // namespace
 
-World::World(const Plan& itsPlan, WorldOptions options)
+World::World(const Plan& itsPlan, const WorldOptions& options)
     : plan(itsPlan),
       instrument(UnitSettings(itsPlan.profile), itsPlan.profile.dwBounce),
       zq410(ZQ410Settings()),

@@ -32,7 +32,7 @@ struct WorldOptions {
 
 class World {
  public:
-  World(const Plan& plan, WorldOptions options);
+  World(const Plan& plan, const WorldOptions& options);
   /// Nothing of the library may be alive.
   ~World();
   World(const World&) = delete;
