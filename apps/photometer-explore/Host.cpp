@@ -42,6 +42,12 @@ Host::Host(World& world)
   m_sink.OnCallback([this](std::uint64_t nNumber) { RunCallback(nNumber); });
 }
 
+Host::~Host() {
+  while (m_iActors > 0) {
+    platform::Sleep(LookPeriod);
+  }
+}
+
 void Host::CreateDevice() {
   m_world.ledger.AllowCallbacks();
   IPhotometer* pDevice = CreatePhotometer();

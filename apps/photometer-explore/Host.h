@@ -20,6 +20,8 @@ namespace explorer {
 class Host {
  public:
   explicit Host(World& world);
+  /// Waits for threads that the board has let in late.
+  ~Host();
   Host(const Host&) = delete;
   Host& operator=(const Host&) = delete;
 

@@ -8,6 +8,7 @@ using namespace photometer;  // NOLINT(google-build-using-namespace): the interf
 using photometer::platform::UnobservedScope;
 
 void HostSink::CheckForbidden(const char* name) {
+  const UnobservedScope scope;
   if (m_ledger.CallbacksForbidden()) {
     m_ledger.NoteViolation("no callback after Shutdown", std::string(name) + " began after Shutdown was called");
   }

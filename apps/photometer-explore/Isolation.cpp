@@ -33,7 +33,9 @@ class FieldWriter {
     }
     char* const pField = static_cast<char*>(m_memory.Address()) + m_nUsed;
     std::memcpy(pField, &nBytes, sizeof nBytes);
-    std::memcpy(pField + sizeof nBytes, pData, nBytes);
+    if (nBytes > 0) {
+      std::memcpy(pField + sizeof nBytes, pData, nBytes);
+    }
     m_nUsed += nAll;
   }
   void Put(const std::string& text) { Put(text.data(), text.size()); }
@@ -98,7 +100,9 @@ Outcome Read(const SharedMemory& memory) {
   }
   const std::string decisions = reader.Text();
   outcome.decisions.resize(decisions.size() / sizeof(photometer::platform::Decision));
-  std::memcpy(outcome.decisions.data(), decisions.data(), decisions.size());
+  if (!decisions.empty()) {
+    std::memcpy(outcome.decisions.data(), decisions.data(), decisions.size());
+  }
   return outcome;
 }
 

@@ -43,6 +43,16 @@ void Ledger::NoteResult(DWORD dwRequestId, const photometer::MeasureValues& valu
   }
 }
 
+void Ledger::ForbidCallbacks() {
+  const UnobservedScope scope;
+  m_bForbidden = true;
+}
+
+void Ledger::AllowCallbacks() {
+  const UnobservedScope scope;
+  m_bForbidden = false;
+}
+
 void Ledger::NoteViolation(std::string_view property, const std::string& text) {
   const UnobservedScope scope;
   m_violations.push_back({std::string(property), text});

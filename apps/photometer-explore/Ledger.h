@@ -66,8 +66,8 @@ class Ledger {
   void EndCall(std::int64_t nCall, std::string_view name, std::int64_t nResult);
 
   /// `Shutdown` or the last `Release` is being called: no callback may begin.
-  void ForbidCallbacks() { m_bForbidden = true; }
-  void AllowCallbacks() { m_bForbidden = false; }
+  void ForbidCallbacks();
+  void AllowCallbacks();
   [[nodiscard]] bool CallbacksForbidden() const { return m_bForbidden; }
 
   [[nodiscard]] const std::vector<Event>& Events() const { return m_events; }
