@@ -1,5 +1,5 @@
 // The commands around pumps, lamps and events on the simulated instrument, from the command line to their results.
-#include <functional>
+#include <fstream>
 #include <sstream>
 
 #include <gmock/gmock.h>
@@ -8,6 +8,7 @@
 
 #include "ByteText.h"
 #include "CommandLine.h"
+#include "host/TemporaryFolder.h"
 
 namespace host {
 namespace {
@@ -300,6 +301,32 @@ TEST(InfoCommand, TellsVersionsLampHoursAndStatus) {
   EXPECT_EQ(failed.code, ExitCode::Success) << failed.messages;
   EXPECT_THAT(failed.Item("start-up").get<std::string>(), HasSubstr("failed: error -2"));
   EXPECT_EQ(failed.Item("pump"), "none");
+}
+
+TEST(AttendedCommands, JoinAKeptInstrument) {
+  const TemporaryFolder folder;
+  const std::string script = (folder.Path() / "script.txt").string();
+  const auto contents = [&folder](const char* name) {
+    std::ostringstream text;
+    text << std::ifstream(folder.Path() / name).rdbuf();
+    return Spoken{ExitCode::Success, text.str(), ""};
+  };
+  const auto write = [&](const std::string& extra) {
+    std::ofstream(script) << "pump --set 7,120\nlamp uv on --session 3 --warm-up 20s\n"
+                          << extra << "watch --for 20s --happens 5s:insert --happens 10s:key-a\ninfo --output "
+                          << (folder.Path() / "info.json").string() << "\npump --output "
+                          << (folder.Path() / "pump.json").string() << "\nlamp uv off\n";
+  };
+  write("external\n");
+  EXPECT_EQ(Speak({"run", script, "--pump", "zq410"}, {}, false).code, ExitCode::BadInput) << "the port is the pump's";
+  write("");
+  const Spoken spoken = Speak({"run", script, "--pump", "zq410"}, {}, false);
+  EXPECT_EQ(spoken.code, ExitCode::Success) << spoken.messages;
+  EXPECT_THAT(spoken.results, testing::AllOf(HasSubstr("left on"), HasSubstr("cuvette inserted: 10 mm\n"),
+                                             HasSubstr("key A of the pump\n"), HasSubstr("switched off")));
+  EXPECT_EQ(contents("info.json").Item("deuterium lamp"), "on");
+  EXPECT_EQ(contents("info.json").Item("cuvette"), "10 mm");
+  EXPECT_EQ(contents("pump.json").Item("pump time"), 7) << "it holds from then on";
 }
 
 }  // namespace
