@@ -8,6 +8,7 @@
 #include "../common/SampleName.h"
 #include "DefectName.h"
 #include "NumberOption.h"
+#include "OutputFile.h"
 
 namespace host {
 
@@ -81,6 +82,12 @@ void BoardOptions::Check() const {
   }
   if (!common::FindSample(sample)) {
     throw CLI::ValidationError("--sample", fmt::format("\"{}\" is no sample; give {}", sample, common::SampleNames));
+  }
+  if (traceFile.empty()) {
+    return;
+  }
+  if (const std::string complaint = ComplainAboutOutput(traceFile, bForce); !complaint.empty()) {
+    throw CLI::ValidationError("--trace", complaint);
   }
 }
 

@@ -16,6 +16,8 @@ struct BoardOptions {
   std::string boardFile;
   /// Host path of the transcript; empty: none.
   std::string traceFile;
+  /// A transcript that is there already is replaced.
+  bool bForce = false;
 
   // ---- the simulated instrument ----
 

@@ -7,6 +7,7 @@
 #include <fmt/format.h>
 
 #include "HostDevice.h"
+#include "OutputFile.h"
 #include "platform/Platform.h"
 
 namespace host {
@@ -29,7 +30,7 @@ std::string HostBoard::Open(const BoardOptions& options, const photometer::Photo
                             const std::optional<BoardPort>& port) {
   std::string complaint = options.bSimulate ? OpenSimulated(options, params) : OpenReal(options, port);
   if (complaint.empty() && !options.traceFile.empty()) {
-    complaint = OpenTrace(options.traceFile);
+    complaint = OpenTrace(options);
   }
   return complaint;
 }
@@ -57,10 +58,16 @@ std::string HostBoard::OpenReal(const BoardOptions& options, const std::optional
   return complaint.empty() && port ? TryPort(file, *port) : complaint;
 }
 
-std::string HostBoard::OpenTrace(const std::string& path) {
-  m_trace.open(path, std::ios::binary | std::ios::trunc);
+std::string HostBoard::OpenTrace(const BoardOptions& options) {
+  m_strTracePath = options.traceFile;
+  m_bForceTrace = options.bForce;
+  const std::string part = TracePart();
+  if (std::string complaint = ComplainAboutOutput(part, m_bForceTrace); !complaint.empty()) {
+    return "--trace: " + complaint;
+  }
+  m_trace.open(part, std::ios::binary | std::ios::trunc);
   if (!m_trace) {
-    return fmt::format("--trace: {} cannot be written ({}); give a file in a folder that you may write to", path,
+    return fmt::format("--trace: {} cannot be written ({}); give a file in a folder that you may write to", part,
                        std::strerror(errno));
   }
   m_transcript.WriteTo(&m_trace);
@@ -100,7 +107,7 @@ bool HostBoard::CloseTrace() {
   }
   m_transcript.WriteTo(nullptr);
   m_trace.close();
-  return m_trace.good();
+  return m_trace.good() && GiveName(TracePart(), m_strTracePath, m_bForceTrace);
 }
 
 }  // namespace host

@@ -47,17 +47,22 @@ class HostBoard {
   SimulatedInstrument* Simulated() { return m_pSimulated.get(); }
   /// What went wrong on the virtual board; to be asked when the device is gone.
   [[nodiscard]] std::vector<std::string> Faults() const;
-  /// Ends the transcript. False: it could not be written in full.
+  /// Ends the transcript and gives its file the name that was asked for. False: it could not be written in full, or
+  /// another file has come there meanwhile.
   bool CloseTrace();
 
  private:
   std::string OpenSimulated(const BoardOptions& options, const photometer::PhotometerParameters& params);
   std::string OpenReal(const BoardOptions& options, const std::optional<BoardPort>& port);
-  std::string OpenTrace(const std::string& path);
+  std::string OpenTrace(const BoardOptions& options);
+  /// Where a transcript grows: one of a run that the process did not survive is worth reading too.
+  [[nodiscard]] std::string TracePart() const { return m_strTracePath + ".part"; }
   void MakeCurrent(photometer::platform::Board& board);
   static std::string TryPort(const photometer::platform::BoardFile& file, const BoardPort& port);
 
   std::string m_strDescription;
+  std::string m_strTracePath;
+  bool m_bForceTrace = false;
   std::ofstream m_trace;
   photometer::platform::Transcript m_transcript;
   std::unique_ptr<SimulatedInstrument> m_pSimulated;

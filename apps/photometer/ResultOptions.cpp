@@ -76,6 +76,12 @@ void ResultOptions::Check() {
   }
 }
 
+void ResultOptions::CheckBeside(const char* option, const std::string& path) const {
+  if (!path.empty() && (path == m_strOutputFile || path == m_strPlotFile)) {
+    throw CLI::ValidationError(option, "is the file of another option too; give another name");
+  }
+}
+
 bool ResultOptions::WriteResults(const std::string& text, Console& console) const {
   if (m_strOutputFile.empty()) {
     console.results << text << std::flush;

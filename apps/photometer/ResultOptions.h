@@ -21,6 +21,10 @@ class ResultOptions {
   /// Throws `CLI::ValidationError` for a file that must not or cannot be written.
   void Check();
 
+  /// Throws `CLI::ValidationError` for another option's file that is one of these.
+  void CheckBeside(const char* option, const std::string& path) const;
+
+  [[nodiscard]] bool Force() const { return m_bForce; }
   [[nodiscard]] OutputFormat Format() const { return m_format; }
   /// Name of the sample that the command line gives; empty: none.
   [[nodiscard]] const std::string& Label() const { return m_strLabel; }

@@ -55,6 +55,7 @@ ExitCode SayCancelled(Bench& bench) {
 void RunCommand::Join(Workplace& workplace) {
   m_pWorkplace = &workplace;
   m_board = workplace.Board();
+  m_board.traceFile.clear();  // it is written already
   m_instrument = workplace.Instrument();
 }
 
@@ -79,6 +80,7 @@ void RunCommand::AddOptions(CLI::App& app) {
 
 void RunCommand::Check() {
   Prepare();
+  m_board.bForce = m_results.Force();
   m_board.Check();
   m_instrument.Check();
   m_board.CheckPumpFaults(m_instrument.Parameters().dwOperatingMode);
@@ -89,6 +91,7 @@ void RunCommand::Check() {
     AddSetting("settling_time_s", fmt::format("{}", m_instrument.Parameters().DelayTime));
   }
   m_results.Check();
+  m_results.CheckBeside("--trace", m_board.traceFile);
 }
 
 void RunCommand::KeepPumpParameters(DWORD dwPumpTime, DWORD dwPumpParam2) {

@@ -54,7 +54,8 @@ ExitCode Workplace::Close(Console& console, ExitCode code) {
   if (m_board.CloseTrace()) {
     return code;
   }
-  console.messages << "the trace could not be written: is the disk full?\n";
+  console.messages << "the trace could not be written in full: is the disk full? See " << m_boardOptions.traceFile
+                   << ".part\n";
   return bGood ? ExitCode::OutputFailed : code;
 }
 

@@ -255,5 +255,22 @@ TEST(Plot, DrawsAxesUnitsSampleAndDate) {
   }
 }
 
+TEST(Trace, IsWrittenWholeAndReplacesNothing) {
+  const TemporaryFolder folder;
+  const std::string trace = (folder.Path() / "trace").string();
+  std::ofstream(trace) << "mine";
+  std::vector<std::string> arguments = {"turbidity", "--trace", trace};
+  const Spoken refused = Speak(arguments);
+  EXPECT_EQ(refused.code, ExitCode::BadInput);
+  EXPECT_THAT(refused.messages, HasSubstr("--trace: " + trace + " is there already"));
+  EXPECT_EQ(std::filesystem::file_size(trace), 4U);
+
+  arguments.emplace_back("--force");
+  EXPECT_EQ(Speak(arguments).code, ExitCode::Success);
+  EXPECT_GT(std::filesystem::file_size(trace), 1000U);
+  EXPECT_FALSE(std::filesystem::exists(trace + ".part"));
+  EXPECT_EQ(Speak({"turbidity", "--trace", trace, "--output", trace, "--force"}).code, ExitCode::BadInput);
+}
+
 }  // namespace
 }  // namespace host
