@@ -3,12 +3,14 @@
 #include <algorithm>
 
 #include "BoardCheckCommand.h"
+#include "ExplainCommand.h"
 #include "ExternalCommand.h"
 #include "FlushCommand.h"
 #include "HolmiumScanCommand.h"
 #include "InfoCommand.h"
 #include "KineticsCommand.h"
 #include "LampCommand.h"
+#include "LogCommand.h"
 #include "MeasureCommand.h"
 #include "PumpCommand.h"
 #include "ScanCommand.h"
@@ -170,10 +172,29 @@ std::vector<CommandEntry> OtherCommands() {
   };
 }
 
+/// Of files and numbers; without an instrument.
+std::vector<CommandEntry> FileCommands() {
+  return {
+      CommandEntry{"log",
+                   "the device log, or the error list",
+                   Make<LogCommand>,
+                   "Shows the log of an instrument's folder, or the error list of its memory card with each number "
+                   "explained. Damaged lines are shown as such.",
+                   {"photometer log --errors --since 2h --root ."}},
+      CommandEntry{
+          "explain",
+          "an error number in words",
+          Make<ExplainCommand>,
+          "Tells the operation that an error number belongs to, the cause, and what to do. Without a number, all "
+          "of them.",
+          {"photometer explain 132", "photometer explain -3"}},
+  };
+}
+
 std::vector<CommandEntry> AllCommands() {
   std::vector<CommandEntry> all;
   for (const std::vector<CommandEntry>& some :
-       {MeasuringCommands(), SelfTests(), AttendedCommands(), OtherCommands()}) {
+       {MeasuringCommands(), SelfTests(), AttendedCommands(), FileCommands(), OtherCommands()}) {
     all.insert(all.end(), some.begin(), some.end());
   }
   return all;

@@ -1,0 +1,11 @@
+/// The form in which a command lists what it found: text for people, or JSON.
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+namespace host {
+
+/// Adds `--format table|json`.
+void AddListingFormat(CLI::App& app, bool& bJson);
+
+}  // namespace host

@@ -1,0 +1,126 @@
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "CommandLine.h"
+#include "host/TemporaryFolder.h"
+
+namespace host {
+namespace {
+
+using nlohmann::json;
+using testing::HasSubstr;
+
+class LogCommandTest : public testing::Test {
+ protected:
+  LogCommandTest() {
+    std::filesystem::create_directories(m_folder.Path() / "NANDFlash/Logging");
+    std::filesystem::create_directories(m_folder.Path() / "SDMemory");
+  }
+
+  void Write(const std::string& name, const std::string& bytes) const {
+    std::ofstream(m_folder.Path() / name, std::ios::binary) << bytes;
+  }
+  ExitCode Speak(std::vector<std::string> arguments) {
+    arguments.insert(arguments.begin(), "log");
+    arguments.insert(arguments.end(), {"--root", m_folder.Path().string()});
+    std::ostringstream results;
+    std::ostringstream messages;
+    Interrupt interrupt;
+    Console console{results, messages, false, interrupt};
+    const ExitCode code = RunCommandLine(arguments, console);
+    m_strResults = results.str();
+    m_strMessages = messages.str();
+    return code;
+  }
+  json SpeakJson(std::vector<std::string> arguments) {
+    arguments.insert(arguments.end(), {"--format", "json"});
+    EXPECT_EQ(Speak(arguments), ExitCode::Success) << m_strMessages;
+    return json::parse(m_strResults)["entries"];
+  }
+
+  TemporaryFolder m_folder;
+  std::string m_strResults;
+  std::string m_strMessages;
+};
+
+const std::string LogFile = "NANDFlash/Logging/Photometer.log";
+const std::string ErrorFile = "SDMemory/ErrorCodeList.csv";
+
+TEST_F(LogCommandTest, TellsLinesStartsAndDamage) {
+  const struct {
+    std::string line;
+    std::string kind;
+    std::string time;
+    std::string text;
+  } cases[] = {
+      {"17.11.2026 22:49:44 |  M\xFCller \x80\n", "line", "2026-11-17T22:49:44", "M\u00FCller \u20AC"},
+      {"17.11.2026 22:49:44 |  \r\n", "line", "2026-11-17T22:49:44", ""},
+      {"17.11.2026 22:49:44 |  a\x02"
+       "b\n",
+       "line", "2026-11-17T22:49:44", "a\\x02b"},
+      {std::string(80, ':') + "\n", "start", "", std::string(80, ':')},
+      {std::string(79, ':') + "\n", "damaged", "", std::string(79, ':')},
+      {"17.13.2026 22:49:44 |  month\n", "damaged", "", "17.13.2026 22:49:44 |  month"},
+      {"17.11.2026 22:49:44 | one blank\n", "damaged", "", "17.11.2026 22:49:44 | one blank"},
+      {std::string("17.11.2026 22:49:44 |  \0\0\n", 26), "damaged", "", "17.11.2026 22:49:44 |  \\x00\\x00"},
+      {"\n", "damaged", "", ""},
+      {"17.11.2026 22:49:44 |  torn off", "damaged", "", "17.11.2026 22:49:44 |  torn off"},
+      {std::string(200'000, 'x') + "\n", "damaged", "", std::string(65536, 'x')},
+  };
+  for (const auto& one : cases) {
+    Write(LogFile, "01.01.2026 00:00:00 |  before\n" + one.line);
+    const json entries = SpeakJson({});
+    ASSERT_EQ(entries.size(), 2U) << one.line;
+    EXPECT_EQ(entries[1]["kind"], one.kind) << one.line;
+    EXPECT_EQ(entries[1]["text"], one.text);
+    EXPECT_EQ(entries[1]["time"].is_null() ? "" : entries[1]["time"].get<std::string>(), one.time);
+    EXPECT_EQ(Speak({}), ExitCode::Success);
+    EXPECT_THAT(m_strResults, HasSubstr("2026-01-01 00:00:00  before\n"));
+  }
+}
+
+TEST_F(LogCommandTest, ExplainsTheErrorList) {
+  Write(ErrorFile,
+        "17.11.2026 22:49;1.16.1;042;[Measure] SetMeasurementLength returned 42\n"
+        "17.11.2026 22:50;1.16.1;-03;[Kinetics] a;b returned -3\n"
+        "17.11.2026 22:51;1.16.1;999;[Scan] x returned 999\n"
+        "17.11.2026 22:52;1.16.1;4x;[Scan]\n17.11.2026 22:53;1.16\n\n");
+  const json entries = SpeakJson({"--errors"});
+  ASSERT_EQ(entries.size(), 6U);
+  EXPECT_EQ(entries[0]["number"], 42);
+  EXPECT_EQ(entries[0]["operation"], "SetMeasurementLength");
+  EXPECT_EQ(entries[1]["number"], -3);
+  EXPECT_EQ(entries[1]["text"], "[Kinetics] a;b returned -3");
+  EXPECT_TRUE(entries[2]["advice"].is_null());
+  for (std::size_t i = 3; i < 6; ++i) {
+    EXPECT_EQ(entries[i]["kind"], "damaged");
+  }
+  Speak({"--errors"});
+  EXPECT_THAT(m_strResults, HasSubstr("error 42 (SetMeasurementLength): the unit was silent"));
+  EXPECT_THAT(m_strMessages, HasSubstr("3 damaged lines"));
+  std::filesystem::remove(m_folder.Path() / ErrorFile);
+  EXPECT_EQ(Speak({"--errors"}), ExitCode::Success) << "no card";
+  EXPECT_EQ(Speak({}), ExitCode::BadInput) << "no log";
+}
+
+TEST_F(LogCommandTest, SinceLeavesOutWhatIsOlder) {
+  Write("NANDFlash/Logging/Photometer.bak", "16.11.2026 10:00:00 |  backup\n");
+  Write(LogFile, "17.11.2026 09:59:59 |  old\ntorn\n" + std::string(80, ':') + "\n17.11.2026 10:00:00 |  new\ntorn\n");
+  const struct {
+    const char* since;
+    std::size_t nEntries;
+  } cases[] = {{"2026-11-16", 6},          {"17.11.2026", 5},          {"2026-11-17T10:00", 3},
+               {"2026-11-17 10:00:01", 0}, {"17.11.2026 09:59:59", 5}, {"2h", 0}};
+  for (const auto& one : cases) {
+    EXPECT_EQ(SpeakJson({"--since", one.since}).size(), one.nEntries) << one.since;
+  }
+  EXPECT_EQ(Speak({"--since", "yesterday"}), ExitCode::BadInput);
+}
+
+}  // namespace
+}  // namespace host
