@@ -15,6 +15,7 @@
 #include "PumpCommand.h"
 #include "ScanCommand.h"
 #include "ScriptCommand.h"
+#include "SettingsCommand.h"
 #include "ShellCommand.h"
 #include "SystemCheckCommand.h"
 #include "TurbidityCommand.h"
@@ -175,6 +176,31 @@ std::vector<CommandEntry> OtherCommands() {
 /// Of files and numbers; without an instrument.
 std::vector<CommandEntry> FileCommands() {
   return {
+      CommandEntry{
+          "settings init",
+          "make a settings file with the delivery values",
+          Make<SettingsInitCommand>,
+          "The coefficients of the wavelength scale are those of no instrument yet. A file that is there already "
+          "is only replaced with --force.",
+          {"photometer settings init settings.cfg"}},
+      CommandEntry{"settings show",
+                   "what a settings file holds",
+                   Make<SettingsShowCommand>,
+                   "Tells each key, its value and what it means. Without a file, the one in the instrument's folder.",
+                   {"photometer settings show settings.cfg", "photometer settings show settings.cfg --format json"}},
+      CommandEntry{
+          "settings set",
+          "change one value of a settings file",
+          Make<SettingsSetCommand>,
+          "Checks key and value, and leaves every other byte of the file as it is. The file is replaced whole.",
+          {"photometer settings set Peak1 360.9 --settings settings.cfg"}},
+      CommandEntry{
+          "settings check",
+          "find what is wrong in a settings file",
+          Make<SettingsCheckCommand>,
+          "Names each key that is missing, doubled, unknown or out of range, with its line and what to do. Ends "
+          "with 17 when something is wrong beyond notes.",
+          {"photometer settings check settings.cfg"}},
       CommandEntry{"log",
                    "the device log, or the error list",
                    Make<LogCommand>,

@@ -22,7 +22,8 @@ constexpr std::array Entries = {
                   "the device refused to start the run, or the holder was not emptied for it"},
     ExitCodeEntry{ExitCode::NoCuvette, "no cuvette", "no cuvette was inserted in the time given"},
     ExitCodeEntry{ExitCode::OutputFailed, "output failed", "measured, but results, picture or trace were not written"},
-    ExitCodeEntry{ExitCode::CheckFailed, "check failed", "a self-test ran to its end, and a value is beyond its limit"},
+    ExitCodeEntry{ExitCode::CheckFailed, "check failed",
+                  "a self-test or check ran to its end, and found something wrong"},
     ExitCodeEntry{ExitCode::NoPump, "no pump", "the sipper pump of --pump did not answer; nothing was measured"},
     ExitCodeEntry{ExitCode::BoardFaulty, "board faulty", "\"board check\" found something that must be mended"},
 };

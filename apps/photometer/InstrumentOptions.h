@@ -1,12 +1,15 @@
-/// The instrument's parameters and calibration: the delivery settings, and options for what is to differ from them or
-/// is not in them.
+/// The instrument's parameters and calibration. What counts is, first to last: an option on the command line, the host
+/// file (`--host-file`), the settings file (`--settings`), the delivery settings.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
 #include <CLI/CLI.hpp>
 
+#include "OptionFile.h"
+#include "SettingsFile.h"
 #include "photometer/Records.h"
 
 namespace host {
@@ -20,7 +23,7 @@ class InstrumentOptions {
   InstrumentOptions();
 
   void AddTo(CLI::App& app);
-  /// Throws `CLI::ValidationError` for a switching point or zero wavelengths that cannot be used.
+  /// Throws `CLI::ValidationError` for what cannot be used: of a file naming file, line and key.
   void Check();
 
   /// The wavelengths of the zero measurement, if the command line gives none.
@@ -35,6 +38,11 @@ class InstrumentOptions {
   [[nodiscard]] const photometer::CalibrationData& Calibration() const { return m_Calibration; }
   /// Peaks of the holmium oxide filter by the settings, nm.
   [[nodiscard]] const std::vector<double>& Peaks() const { return m_peaks; }
+  /// Paths of the files; empty without one.
+  [[nodiscard]] std::string SettingsPath() const { return m_settings ? m_settings->Path() : std::string(); }
+  [[nodiscard]] const std::string& HostFilePath() const { return m_hostFile.Path(); }
+  /// What a person should know of the settings file before the instrument starts.
+  [[nodiscard]] std::vector<std::string> Notes() const;
   /// Below this wavelength, nm, the deuterium lamp serves.
   [[nodiscard]] double SwitchingPoint() const { return m_Calibration.LampSwitchingPoint; }
   /// The attached pump as a person calls it; null: none.
@@ -45,10 +53,19 @@ class InstrumentOptions {
   [[nodiscard]] double HighestWavelength() const;
 
  private:
+  void AddFilesTo(CLI::App& app);
+  void Take(const photometer::InstrumentSettings& settings);
+  void LoadSettings(const std::string& path);
+  void CheckSwitchingPoint();
+  void CheckZeros();
+
   photometer::PhotometerParameters m_Params{};
   photometer::CalibrationData m_Calibration{};
   std::vector<double> m_peaks;
   bool m_bUV = true;
+  OptionFile m_hostFile;
+  std::optional<SettingsFile> m_settings;
+  std::string m_strSwitchingPoint;
   std::string m_strZeros;
   std::string m_strParity = "none";
   std::string m_strPump = "none";

@@ -28,6 +28,8 @@ std::string CsvHeader(const ResultHeader& header) {
   add("error", header.error ? fmt::format("{}", *header.error) : "");
   add("instrument", header.strInstrument);
   add("firmware", header.strFirmware);
+  add("settings_file", header.strSettingsFile);
+  add("host_file", header.strHostFile);
   add("time", header.strTime);
   add("sample", header.strSample);
   add("reference", header.strReference);
@@ -49,6 +51,8 @@ nlohmann::ordered_json JsonHeader(const ResultHeader& header) {
           {"error", OrNull(header.error)},
           {"instrument", header.strInstrument},
           {"firmware", header.strFirmware},
+          {"settings_file", header.strSettingsFile},
+          {"host_file", header.strHostFile},
           {"time", header.strTime},
           {"sample", header.strSample},
           {"reference", header.strReference},

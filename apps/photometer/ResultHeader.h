@@ -27,6 +27,9 @@ struct ResultHeader {
   /// "simulated", or the board file.
   std::string strInstrument;
   std::string strFirmware;
+  /// Paths of the settings file and the host file; empty without one.
+  std::string strSettingsFile;
+  std::string strHostFile;
   /// Start of the run by the board's clock, local time: 2026-11-24T14:25:21.
   std::string strTime;
   std::string strSample;

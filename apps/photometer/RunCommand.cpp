@@ -141,6 +141,8 @@ ExitCode RunCommand::WriteResults(Console& console, ExitCode code) {
 
 ExitCode RunCommand::Perform(Console& console, Workplace& workplace) {
   m_header.strInstrument = workplace.Description();
+  m_header.strSettingsFile = workplace.Instrument().SettingsPath();
+  m_header.strHostFile = workplace.Instrument().HostFilePath();
   m_header.strSample = m_results.Label();
   if (m_header.strSample.empty() && m_board.bSimulate && TakesSample()) {
     m_header.strSample = m_board.sample;

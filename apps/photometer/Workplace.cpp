@@ -20,6 +20,9 @@ bool Workplace::MakeSession(Console& console) {
     m_session.reset();
     return false;
   }
+  for (const std::string& note : m_instrumentOptions.Notes()) {
+    m_progress->Say(note);
+  }
   return true;
 }
 

@@ -61,7 +61,8 @@ TEST(ReportFormat, TableShowsWhatWasExpected) {
 TEST(ReportFormat, CsvHasALineForEachReading) {
   EXPECT_EQ(FormatReport(Header(), Example(), OutputFormat::Csv),
             "# schema: photometer-result 1\n# kind: measure\n# outcome: finished\n# error: \n# instrument: \n"
-            "# firmware: KESTRA 1\n# time: 2026-11-24T14:25:21\n# sample: tap water\n# reference: \n"
+            "# firmware: KESTRA 1\n# settings_file: \n# host_file: \n# time: 2026-11-24T14:25:21\n# sample: tap "
+            "water\n# reference: \n"
             "# setting readings: 2\n"
             "wavelength_nm,position,reading,sample,reference,absorbance,note\n"
             "436.5,5023,1,100.000,2000.000,1.000000,\n"

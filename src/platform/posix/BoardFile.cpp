@@ -107,6 +107,9 @@ std::string BoardFileReader::ReadLine(std::string_view text) {
     case TomlLine::Kind::Text:
     case TomlLine::Kind::List:
       return ReadEntry(line);
+    case TomlLine::Kind::Bare:
+      return LineComplaint("key \"" + FullKey(m_strSection, line.name) +
+                           "\": the value cannot be read; put text in quotes, in single ones if it has backslashes");
     case TomlLine::Kind::Wrong:
       break;
   }

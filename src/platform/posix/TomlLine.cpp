@@ -22,6 +22,8 @@ bool IsBare(char character) {
   return bLetter || (character >= '0' && character <= '9') || character == '-' || character == '_';
 }
 
+bool IsNumeral(char character) { return IsBare(character) || character == '.' || character == '+'; }
+
 bool IsControl(char character) { return static_cast<unsigned char>(character) < ' ' && character != '\t'; }
 
 /// What is left of a line, taken off piece by piece.
@@ -44,10 +46,10 @@ class Rest {
     return true;
   }
 
-  std::string TakeBare() {
+  std::string TakeBare(bool (*belongs)(char) = IsBare) {
     Peek();
-    const auto end = std::find_if_not(m_text.begin(), m_text.end(), IsBare);
-    const std::string name(m_text.begin(), end);
+    const auto end = std::find_if_not(m_text.begin(), m_text.end(), belongs);
+    std::string name(m_text.begin(), end);
     m_text.remove_prefix(name.size());
     return name;
   }
@@ -119,6 +121,9 @@ TomlLine ParseEntry(Rest& rest) {
     }
   } else if (std::optional<std::string> value = rest.TakeQuoted(); value.has_value()) {
     line.values.push_back(std::move(*value));
+  } else if (std::string bare = rest.TakeBare(IsNumeral); !bare.empty()) {
+    line.kind = TomlLine::Kind::Bare;
+    line.values.push_back(std::move(bare));
   } else {
     return Wrong(std::move(line.name),
                  "the value cannot be read; put text in quotes, in single ones if it has backslashes");

@@ -1,5 +1,6 @@
-/// One line of the board file: `[section]`, `key = "text"`, `key = 'text'`, `key = ["text", "text"]`, a comment or
-/// nothing. In double quotes `\\`, `\"`, `\n` and `\t` are escapes; in single quotes everything stands for itself.
+/// One line of a board file or a host file: `[section]`, `key = "text"`, `key = 'text'`, `key = ["text", "text"]`,
+/// `key = 10` (a word or number without quotes), a comment or nothing. In double quotes `\\`, `\"`, `\n` and `\t` are
+/// escapes; in single quotes everything stands for itself.
 #pragma once
 
 #include <string>
@@ -9,7 +10,7 @@
 namespace photometer::platform {
 
 struct TomlLine {
-  enum class Kind { Nothing, Section, Text, List, Wrong };
+  enum class Kind { Nothing, Section, Text, List, Bare, Wrong };
 
   Kind kind = Kind::Nothing;
   /// Of the section or key; with `Wrong` empty when not even the key was understood.
