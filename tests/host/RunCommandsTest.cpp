@@ -158,7 +158,7 @@ TEST(SystemCheckCommand, FindsEachDefectWithItsStepAndExitCode) {
     for (const json& row : result["rows"]) {
       const bool bFailed = row["verdict"] == "FAILED";
       EXPECT_EQ(bFailed, row["step"] == one.step) << one.defect << row;
-      EXPECT_EQ(bFailed, row["advice"] != "");
+      EXPECT_EQ(bFailed, !row["advice"].get<std::string>().empty());
     }
   }
   const json sound = SpeakJson({"check", "system"});
