@@ -85,10 +85,14 @@ DWORD OpticalUnit::SetMirror(DWORD dwPosition) {
 }
 
 DWORD OpticalUnit::SetHalogenLamp(BOOL bOn, BOOL bHighPower) {
-  if (!bOn) {
-    return Execute(HALOGEN_OFF, 0);
+  const OpticalCommand& command = bOn ? HALOGEN_ON : HALOGEN_OFF;
+  const LONG iPower = bHighPower ? 2 : 1;
+  const DWORD dwResult = Execute(command, bOn ? iPower : 0);
+  if (dwResult != 0) {
+    // It may have lit all the same, even behind an "error" that answers stray bytes of the host: off has to be sent.
+    m_State.Lock()->m_Cache[CacheEntry::HalogenLamp] = UNKNOWN;
   }
-  return Execute(HALOGEN_ON, bHighPower ? 2 : 1);
+  return dwResult;
 }
 
 DWORD OpticalUnit::SetHomePosition() {

@@ -208,6 +208,17 @@ TEST(OpticalUnit, PositionIsUnknownAfterAMoveWithoutAnswer) {
   }
 }
 
+TEST(OpticalUnit, HalogenLampIsSwitchedOffAfterALightingThatFailed) {
+  for (const Answer& answer : {Answer{}, Answer{{300, "error"}}, Answer{{300, std::string(40, '.')}}}) {
+    Optics optics;
+    optics.Cache(CacheEntry::HalogenLamp, 0);
+    optics.device.Script("$h2", answer);
+    EXPECT_NE(optics.unit.SetHalogenLamp(TRUE, TRUE), 0U);
+    EXPECT_EQ(optics.unit.SetHalogenLamp(FALSE, FALSE), 0U);
+    EXPECT_EQ(optics.device.Commands(), (Commands{"$h2", "$h0"}));
+  }
+}
+
 // ---- firmware version ----
 
 TEST(OpticalUnit, FirmwareVersion) {
