@@ -56,7 +56,8 @@ class Exploration {
   std::uint64_t m_nHash = 0;
 };
 
-/// The whole record of a finding: the seed run once more, with its decisions; and what its transcript ends with.
+/// The whole record of a finding: the same random seed run once more, with its decisions; and what its transcript ends
+/// with.
 Record MakeRecord(const ExplorationOptions& options, const Finding& finding, std::vector<std::string>* pLines);
 /// The first property that a record breaks, in a process of its own; empty: none.
 std::string FirstBroken(const Record& record);

@@ -112,7 +112,7 @@ int CompareTwice(const ModeOptions& options) {
     run.bTrace = true;
     const Outcome second = RunIsolated(plan, run);
     if (first.nHash != second.nHash) {
-      std::cout << fmt::format("seed {}: {:016x} and {:016x}: the run depends on more than the seed\n", seed,
+      std::cout << fmt::format("seed {}: {:016x} and {:016x}: the run depends on more than its random seed\n", seed,
                                first.nHash, second.nHash);
       return Broken;
     }

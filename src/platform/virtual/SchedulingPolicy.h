@@ -51,7 +51,7 @@ class SchedulingPolicy {
   virtual void BeginWindow() {}
   virtual void EndWindow() {}
 
-  /// From now on deadlines and blocks are drawn from the seed, each from a stream of its own.
+  /// From now on deadlines and blocks are drawn from the random seed, each from a stream of its own.
   void VaryTimes(std::uint64_t seed);
 
  private:

@@ -29,7 +29,7 @@ class SchedulingPolicy;
 enum class Policy {
   /// First come, first served: readable transcripts. Blocks are delivered as a 16-byte FIFO would.
   FirstCome,
-  /// The next thread and the size of each delivered block are drawn from the seed.
+  /// The next thread and the size of each delivered block are drawn from the random seed.
   Random,
   /// Random priorities and two change points over 10,000 steps; blocks as with `Random`. See PriorityPolicy.h.
   Priority
@@ -41,7 +41,7 @@ struct VirtualBoardOptions {
   /// Used in place of `policy` where it is set: a `PriorityPolicy` with other measures, an `ExhaustivePolicy`, a
   /// `ReplayPolicy`.
   std::shared_ptr<SchedulingPolicy> pPolicy{};
-  /// Whether the size of each block is drawn from the seed, and some deadlines are late. By default under every
+  /// Whether the size of each block is drawn from the random seed, and some deadlines are late. By default under every
   /// `policy` but `FirstCome`. A `ReplayPolicy` has them in its list.
   std::optional<bool> varyTimes{};
   /// Keeps what `Decisions` tells.
