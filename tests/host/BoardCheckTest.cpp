@@ -3,13 +3,12 @@
 
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "CommandLine.h"
 #include "PseudoTerminal.h"
+#include "host/Spoken.h"
 #include "host/TemporaryFolder.h"
 #include "platform/posix/BoardFile.h"
 
@@ -24,12 +23,8 @@ struct Checked {
 };
 
 Checked Check(const std::string& board) {
-  std::ostringstream results;
-  std::ostringstream messages;
-  Interrupt interrupt;
-  Console console{results, messages, false, interrupt};
-  const ExitCode code = RunCommandLine({"board", "check", board}, console);
-  return {code, results.str() + messages.str()};
+  const Spoken spoken = Speak({"board", "check", board});
+  return {spoken.code, spoken.results + spoken.messages};
 }
 
 TEST(BoardCheck, TellsWhatWorksAndHowToMendTheRest) {

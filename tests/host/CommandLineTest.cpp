@@ -9,32 +9,17 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "CommandLine.h"
 #include "Duration.h"
 #include "PseudoTerminal.h"
 #include "Suggestion.h"
 #include "WavelengthList.h"
+#include "host/Spoken.h"
 #include "host/TemporaryFolder.h"
 
 namespace host {
 namespace {
 
 using testing::HasSubstr;
-
-struct Spoken {
-  ExitCode code;
-  std::string results;
-  std::string messages;
-};
-
-Spoken Speak(const std::vector<std::string>& arguments) {
-  std::ostringstream results;
-  std::ostringstream messages;
-  Interrupt interrupt;
-  Console console{results, messages, false, interrupt};
-  const ExitCode code = RunCommandLine(arguments, console);
-  return {code, results.str(), messages.str()};
-}
 
 void ExpectRefused(const std::vector<std::string>& arguments, const std::vector<std::string>& parts) {
   const Spoken spoken = Speak(arguments);

@@ -7,9 +7,9 @@
 #include <gtest/gtest.h>
 
 #include "CommandCall.h"
-#include "CommandLine.h"
 #include "ManualPage.h"
 #include "Words.h"
+#include "host/Spoken.h"
 #include "host/TemporaryFolder.h"
 
 namespace host {
@@ -57,12 +57,9 @@ TEST(CommandTable, ExamplesWork) {
         EXPECT_EQ(call.Parse(named.options), "") << example;
         continue;
       }
-      std::ostringstream results;
-      std::ostringstream messages;
-      Interrupt interrupt;
-      Console console{results, messages, false, interrupt};
       words.emplace_back("--simulate");
-      EXPECT_EQ(RunCommandLine(words, console), ExitCode::Success) << example << "\n" << messages.str();
+      const Spoken spoken = Speak(words);
+      EXPECT_EQ(spoken.code, ExitCode::Success) << example << "\n" << spoken.messages;
     }
   }
   std::filesystem::current_path(before);

@@ -1,12 +1,11 @@
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include "CommandLine.h"
+#include "host/Spoken.h"
 #include "host/TemporaryFolder.h"
 
 namespace host {
@@ -28,14 +27,10 @@ class LogCommandTest : public testing::Test {
   ExitCode Speak(std::vector<std::string> arguments) {
     arguments.insert(arguments.begin(), "log");
     arguments.insert(arguments.end(), {"--root", m_folder.Path().string()});
-    std::ostringstream results;
-    std::ostringstream messages;
-    Interrupt interrupt;
-    Console console{results, messages, false, interrupt};
-    const ExitCode code = RunCommandLine(arguments, console);
-    m_strResults = results.str();
-    m_strMessages = messages.str();
-    return code;
+    const Spoken spoken = host::Speak(arguments);
+    m_strResults = spoken.results;
+    m_strMessages = spoken.messages;
+    return spoken.code;
   }
   json SpeakJson(std::vector<std::string> arguments) {
     arguments.insert(arguments.end(), {"--format", "json"});

@@ -5,9 +5,9 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include "CommandLine.h"
 #include "HostBoard.h"
 #include "PumpIntake.h"
+#include "host/Spoken.h"
 
 namespace host {
 namespace {
@@ -15,21 +15,10 @@ namespace {
 using nlohmann::json;
 using testing::HasSubstr;
 
-struct Spoken {
-  ExitCode code;
-  std::string results;
-  std::string messages;
-};
-
 Spoken Speak(std::vector<std::string> arguments, const std::vector<std::string>& more) {
   arguments.insert(arguments.end(), more.begin(), more.end());
   arguments.insert(arguments.end(), {"--simulate", "--stray-light", "0", "--sample", "red:0.8", "--format", "json"});
-  std::ostringstream results;
-  std::ostringstream messages;
-  Interrupt interrupt;
-  Console console{results, messages, false, interrupt};
-  const ExitCode code = RunCommandLine(arguments, console);
-  return {code, results.str(), messages.str()};
+  return host::Speak(arguments);
 }
 
 /// The absorbance nearest to the dye's peak.

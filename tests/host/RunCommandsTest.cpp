@@ -12,8 +12,8 @@
 #include <nlohmann/json.hpp>
 
 #include "../../apps/common/SampleName.h"
-#include "CommandLine.h"
 #include "Plot.h"
+#include "host/Spoken.h"
 #include "host/TemporaryFolder.h"
 
 namespace host {
@@ -22,25 +22,14 @@ namespace {
 using nlohmann::json;
 using testing::HasSubstr;
 
-struct Spoken {
-  ExitCode code;
-  std::string results;
-  std::string messages;
-};
-
-Spoken Speak(std::vector<std::string> arguments) {
+Spoken Simulate(std::vector<std::string> arguments) {
   arguments.emplace_back("--simulate");
-  std::ostringstream results;
-  std::ostringstream messages;
-  Interrupt interrupt;
-  Console console{results, messages, false, interrupt};
-  const ExitCode code = RunCommandLine(arguments, console);
-  return {code, results.str(), messages.str()};
+  return Speak(arguments);
 }
 
 json SpeakJson(std::vector<std::string> arguments, ExitCode expected = ExitCode::Success) {
   arguments.insert(arguments.end(), {"--format", "json"});
-  const Spoken spoken = Speak(arguments);
+  const Spoken spoken = Simulate(arguments);
   EXPECT_EQ(spoken.code, expected) << spoken.messages;
   return json::parse(spoken.results);
 }
@@ -88,7 +77,7 @@ TEST(ScanCommand, FindsTheSpectrumBelowTheSwitchingPointAgainstABlank) {
     const std::vector<std::string> range = {"scan", "--from", "240", "--to", "400", "--stray-light", "0"};
     std::vector<std::string> arguments = range;
     arguments.insert(arguments.end(), {"--sample", "blank", "--seed", "2", "--output", blank});
-    ASSERT_EQ(Speak(arguments).code, ExitCode::Success);
+    ASSERT_EQ(Simulate(arguments).code, ExitCode::Success);
     arguments = range;
     arguments.insert(arguments.end(), {"--sample", "neutral:0.5", "--blank", blank});
     const json result = SpeakJson(arguments);
@@ -98,7 +87,7 @@ TEST(ScanCommand, FindsTheSpectrumBelowTheSwitchingPointAgainstABlank) {
     EXPECT_THAT(result["reference"].get<std::string>(), HasSubstr(blank));
 
     arguments[2] = "250";
-    const Spoken other = Speak(arguments);
+    const Spoken other = Simulate(arguments);
     EXPECT_EQ(other.code, ExitCode::BadInput);
     EXPECT_THAT(other.messages, HasSubstr("was measured with from \"240\", not \"250\""));
   }
@@ -108,15 +97,15 @@ TEST(MeasureCommand, TakesABlankBelowTheSwitchingPoint) {
   const TemporaryFolder folder;
   const std::string blank = (folder.Path() / "blank.json").string();
   ASSERT_EQ(
-      Speak({"measure", "--wavelengths", "260,525", "--sample", "blank", "--readings", "3", "--output", blank}).code,
+      Simulate({"measure", "--wavelengths", "260,525", "--sample", "blank", "--readings", "3", "--output", blank}).code,
       ExitCode::Success);
   const json result = SpeakJson(
       {"measure", "--wavelengths", "260,525", "--sample", "neutral:0.5", "--stray-light", "0", "--blank", blank});
   for (const json& one : result["wavelengths"]) {
     EXPECT_NEAR(one["absorbance"].get<double>(), 0.5, 0.005) << one;
   }
-  EXPECT_EQ(Speak({"measure", "--wavelengths", "261", "--blank", blank}).code, ExitCode::BadInput);
-  EXPECT_EQ(Speak({"scan", "--blank", blank}).code, ExitCode::BadInput) << "a measurement is no spectrum";
+  EXPECT_EQ(Simulate({"measure", "--wavelengths", "261", "--blank", blank}).code, ExitCode::BadInput);
+  EXPECT_EQ(Simulate({"scan", "--blank", blank}).code, ExitCode::BadInput) << "a measurement is no spectrum";
 }
 
 TEST(KineticsCommand, FollowsTheReaction) {
@@ -171,7 +160,7 @@ TEST(SystemCheckCommand, FindsEachDefectWithItsStepAndExitCode) {
 }
 
 TEST(WavelengthTestCommand, MendsASlippedMotorAndRefusesAWrongOne) {
-  const Spoken passed = Speak({"test", "wavelength", "--defect", "slipped-motor"});
+  const Spoken passed = Simulate({"test", "wavelength", "--defect", "slipped-motor"});
   EXPECT_EQ(passed.code, ExitCode::Success) << passed.messages;
   EXPECT_THAT(passed.results, testing::AllOf(HasSubstr("passed"), HasSubstr("zero values were measured again")));
   const json failed = SpeakJson({"test", "wavelength", "--offset", "40"}, ExitCode::CheckFailed);
@@ -186,8 +175,8 @@ TEST(WavelengthCheckCommand, TellsHowFarPeaksAreOff) {
     // Eight steps of about 0.083 nm, found to within one.
     EXPECT_NEAR(row["difference_nm"].get<double>(), 0.66, 0.09) << row;
   }
-  EXPECT_EQ(Speak({"check", "wavelength", "--offset", "8", "--tolerance", "0.5"}).code, ExitCode::CheckFailed);
-  const Spoken none = Speak({"check", "wavelength", "--peaks", "600"});
+  EXPECT_EQ(Simulate({"check", "wavelength", "--offset", "8", "--tolerance", "0.5"}).code, ExitCode::CheckFailed);
+  const Spoken none = Simulate({"check", "wavelength", "--peaks", "600"});
   EXPECT_EQ(none.code == ExitCode::CheckFailed, none.results.find("FAILED") != std::string::npos) << none.results;
 }
 
@@ -208,11 +197,11 @@ TEST(HolmiumScanCommand, FindsThePeaksOfTheFilter) {
 TEST(RunCommand, NeverOverwritesWithoutForce) {
   const TemporaryFolder folder;
   const std::string path = (folder.Path() / "turbidity.csv").string();
-  ASSERT_EQ(Speak({"turbidity", "--output", path}).code, ExitCode::Success);
-  const Spoken refused = Speak({"turbidity", "--output", path});
+  ASSERT_EQ(Simulate({"turbidity", "--output", path}).code, ExitCode::Success);
+  const Spoken refused = Simulate({"turbidity", "--output", path});
   EXPECT_EQ(refused.code, ExitCode::BadInput);
   EXPECT_THAT(refused.messages, testing::AllOf(HasSubstr("--force"), HasSubstr("Nothing was started")));
-  EXPECT_EQ(Speak({"turbidity", "--output", path, "--force"}).code, ExitCode::Success);
+  EXPECT_EQ(Simulate({"turbidity", "--output", path, "--force"}).code, ExitCode::Success);
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.Path()), std::filesystem::directory_iterator()),
             1);
 }
@@ -243,7 +232,7 @@ TEST(Plot, DrawsAxesUnitsSampleAndDate) {
     const std::string path = (folder.Path() / fmt::format("{}.svg", ++iPlot)).string();
     std::vector<std::string> arguments = one.arguments;
     arguments.insert(arguments.end(), {"--plot", path});
-    const Spoken spoken = Speak(arguments);
+    const Spoken spoken = Simulate(arguments);
     ASSERT_EQ(spoken.code, ExitCode::Success) << spoken.messages;
     std::ostringstream svg;
     svg << std::ifstream(path).rdbuf();
@@ -260,16 +249,16 @@ TEST(Trace, IsWrittenWholeAndReplacesNothing) {
   const std::string trace = (folder.Path() / "trace").string();
   std::ofstream(trace) << "mine";
   std::vector<std::string> arguments = {"turbidity", "--trace", trace};
-  const Spoken refused = Speak(arguments);
+  const Spoken refused = Simulate(arguments);
   EXPECT_EQ(refused.code, ExitCode::BadInput);
   EXPECT_THAT(refused.messages, HasSubstr("--trace: " + trace + " is there already"));
   EXPECT_EQ(std::filesystem::file_size(trace), 4U);
 
   arguments.emplace_back("--force");
-  EXPECT_EQ(Speak(arguments).code, ExitCode::Success);
+  EXPECT_EQ(Simulate(arguments).code, ExitCode::Success);
   EXPECT_GT(std::filesystem::file_size(trace), 1000U);
   EXPECT_FALSE(std::filesystem::exists(trace + ".part"));
-  EXPECT_EQ(Speak({"turbidity", "--trace", trace, "--output", trace, "--force"}).code, ExitCode::BadInput);
+  EXPECT_EQ(Simulate({"turbidity", "--trace", trace, "--output", trace, "--force"}).code, ExitCode::BadInput);
 }
 
 }  // namespace

@@ -5,10 +5,10 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include "CommandLine.h"
 #include "HostBoard.h"
 #include "InstrumentOptions.h"
 #include "Session.h"
+#include "host/Spoken.h"
 
 namespace host {
 namespace {
@@ -143,21 +143,6 @@ TEST(Session, WaitsForACuvetteNoLongerThanTold) {
   bench.m_board.Simulated()->InsertSample("blank");
   EXPECT_EQ(session.WaitForCuvette(3), Outcome::Finished);
   EXPECT_FALSE(session.HoldsMeasuredCuvette()) << "it is another one";
-}
-
-struct Spoken {
-  ExitCode code;
-  std::string results;
-  std::string messages;
-};
-
-Spoken Speak(const std::vector<std::string>& arguments) {
-  std::ostringstream results;
-  std::ostringstream messages;
-  Interrupt interrupt;
-  Console console{results, messages, false, interrupt};
-  const ExitCode code = RunCommandLine(arguments, console);
-  return {code, results.str(), messages.str()};
 }
 
 TEST(MeasureCommand, FindsTheSamplesAbsorbancesWithinTheNoise) {

@@ -9,8 +9,8 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include "CommandLine.h"
 #include "InstrumentOptions.h"
+#include "host/Spoken.h"
 #include "host/TemporaryFolder.h"
 #include "settings/SettingsText.h"
 
@@ -19,21 +19,6 @@ namespace {
 
 using nlohmann::json;
 using testing::HasSubstr;
-
-struct Spoken {
-  ExitCode code;
-  std::string results;
-  std::string messages;
-};
-
-Spoken Speak(const std::vector<std::string>& arguments) {
-  std::ostringstream results;
-  std::ostringstream messages;
-  Interrupt interrupt;
-  Console console{results, messages, false, interrupt};
-  const ExitCode code = RunCommandLine(arguments, console);
-  return {code, results.str(), messages.str()};
-}
 
 class SettingsCommandTest : public testing::Test {
  protected:

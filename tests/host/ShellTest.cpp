@@ -12,9 +12,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "CommandLine.h"
 #include "ShellLine.h"
 #include "host/ChildProcess.h"
+#include "host/Spoken.h"
 #include "host/TemporaryFolder.h"
 
 namespace host {
@@ -157,27 +157,17 @@ TEST(Shell, CompletesCommandsOptionsAndValues) {
   }
 }
 
-struct Spoken {
-  ExitCode code;
-  std::string results;
-  std::string messages;
-};
-
 /// Runs the script in a folder of its own.
 Spoken RunScript(const std::string& script, const std::vector<std::string>& more = {}) {
   const TemporaryFolder folder;
   const std::filesystem::path before = std::filesystem::current_path();
   std::filesystem::current_path(folder.Path());
   std::ofstream("s.txt") << script;
-  std::ostringstream results;
-  std::ostringstream messages;
-  Interrupt interrupt;
-  Console console{results, messages, false, interrupt};
   std::vector<std::string> arguments = {"run", "s.txt", "--simulate"};
   arguments.insert(arguments.end(), more.begin(), more.end());
-  const ExitCode code = RunCommandLine(arguments, console);
+  const Spoken spoken = Speak(arguments);
   std::filesystem::current_path(before);
-  return {code, results.str(), messages.str()};
+  return spoken;
 }
 
 TEST(Script, RunsOnOneStartUpAndTakesBlanksOfItsOwn) {
