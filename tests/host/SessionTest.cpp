@@ -25,7 +25,13 @@ class Bench {
     m_instrument.ProposeZeros({436, 525});
     EXPECT_EQ(m_board.Open(options, m_instrument.Parameters()), "");
   }
-  ~Bench() { EXPECT_THAT(m_board.Faults(), testing::IsEmpty()); }
+  ~Bench() {
+    for (photometer::platform::HANDLE hPerson : m_people) {
+      photometer::platform::WaitForSingleObject(hPerson, photometer::platform::INFINITE);
+      photometer::platform::CloseHandle(hPerson);
+    }
+    EXPECT_THAT(m_board.Faults(), testing::IsEmpty());
+  }
 
   RunEnd StartUp(Session& session) { return session.StartUp(m_instrument.Parameters(), m_instrument.Calibration()); }
   RunEnd Measure(Session& session) {
@@ -35,7 +41,7 @@ class Bench {
   }
   /// Raises the interrupt so many ms from now.
   void RaiseLater(DWORD dwMilliseconds) {
-    photometer::platform::CloseHandle(photometer::platform::CreateThread(
+    m_people.push_back(photometer::platform::CreateThread(
         [this, dwMilliseconds] {
           photometer::platform::Sleep(dwMilliseconds);
           m_interrupt.Raise();
@@ -51,6 +57,7 @@ class Bench {
   Interrupt m_interrupt;
   MeasureRequest m_request{1, 340, 5, 0, 0, 0, 0, {436, 525, 620, 740}, {0, 1, 2, 3}};
   int m_nResults = 0;
+  std::vector<photometer::platform::HANDLE> m_people;
 };
 
 TEST(Session, RunsUntilFinishedAgainAndAgain) {
