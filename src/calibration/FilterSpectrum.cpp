@@ -59,10 +59,8 @@ DWORD FilterSpectrum::MeasureFilterSpectrum(std::vector<double>* pWavelengths, s
   }
   Pass open;
   Pass filter;
-  DWORD dwResult = MeasurePasses(range, bIgnoreCuvette, &open, &filter);
-  if (dwResult == 0) {
-    Append(range, bIgnoreCuvette, open, filter, pWavelengths, pAbsorbances);
-  }
+  DWORD dwResult = InOrder([&] { return MeasurePasses(range, bIgnoreCuvette, &open, &filter); },
+                           [&] { return Append(range, bIgnoreCuvette, open, filter, pWavelengths, pAbsorbances); });
   Close();
   // A cancel seen by the last check, and then a cuvette, say more than the command that failed on their account.
   if (dwResult != SPECTRUM_CANCELLED && CheckCuvette(bIgnoreCuvette) != 0) {
@@ -135,12 +133,16 @@ DWORD FilterSpectrum::CheckCuvette(BOOL bIgnoreCuvette) {
   return !bIgnoreCuvette && m_Cuvette.GetCuvetteSize() > 0 ? SPECTRUM_CUVETTE : 0;
 }
 
-void FilterSpectrum::Append(const Range& range, BOOL bIgnoreCuvette, const Pass& open, const Pass& filter,
-                            std::vector<double>* pWavelengths, std::vector<double>* pAbsorbances) {
-  for (std::size_t i = 0; i < range.wavelengths.size() && CheckCuvette(bIgnoreCuvette) == 0; ++i) {
+DWORD FilterSpectrum::Append(const Range& range, BOOL bIgnoreCuvette, const Pass& open, const Pass& filter,
+                             std::vector<double>* pWavelengths, std::vector<double>* pAbsorbances) {
+  for (std::size_t i = 0; i < range.wavelengths.size(); ++i) {
+    if (const DWORD dwResult = CheckCuvette(bIgnoreCuvette); dwResult != 0) {
+      return dwResult;
+    }
     pAbsorbances->push_back(FilterAbsorbance(filter.At(i), open.At(i)));
     pWavelengths->push_back(range.wavelengths[i]);
   }
+  return 0;
 }
 
 void FilterSpectrum::Close() {

@@ -36,8 +36,9 @@ class FilterSpectrum {
 
   /// Records the spectrum over the range of `m_iScanRangeMode` and `m_ScanRange`, and appends to both lists; nothing is
   /// appended after a cancel or a command that failed, and a part or all of it when a cuvette came behind the last
-  /// pass. 0; 1000 when cancelled; 2000 for an unknown mode; 3000 when a cuvette is in the well and `bIgnoreCuvette` is
-  /// 0; or the number of the command that failed, whose name stays the last command.
+  /// pass. `dwAttempt` changes nothing. 0; 1000 when cancelled; 2000 for an unknown mode; 3000 when a cuvette is in the
+  /// well, or was when it was looked for, and `bIgnoreCuvette` is 0; or the number of the command that failed, whose
+  /// name stays the last command.
   DWORD MeasureFilterSpectrum(std::vector<double>* pWavelengths, std::vector<double>* pAbsorbances, DWORD dwAttempt,
                               BOOL bIgnoreCuvette);
 
@@ -68,8 +69,9 @@ class FilterSpectrum {
   /// 0, or what stops the run now.
   DWORD CheckCancel();
   DWORD CheckCuvette(BOOL bIgnoreCuvette);
-  void Append(const Range& range, BOOL bIgnoreCuvette, const Pass& open, const Pass& filter,
-              std::vector<double>* pWavelengths, std::vector<double>* pAbsorbances);
+  /// 0; 3000 when a cuvette comes: the lists are not whole then.
+  DWORD Append(const Range& range, BOOL bIgnoreCuvette, const Pass& open, const Pass& filter,
+               std::vector<double>* pWavelengths, std::vector<double>* pAbsorbances);
   /// Parks the mirror and switches the lamp off; the last command keeps its name.
   void Close();
 

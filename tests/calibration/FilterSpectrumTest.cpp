@@ -141,6 +141,14 @@ TEST(FilterSpectrum, EndsEarly) {
       {"cuvette before", "", insert, FALSE, SPECTRUM_CUVETTE, true},
       {"cuvette after the open pass", "OnNotify(0, 4, 50)", insert, FALSE, SPECTRUM_CUVETTE, true},
       {"cuvette after the filter pass", "OnNotify(0, 4, 75)", insert, FALSE, SPECTRUM_CUVETTE, true},
+      {"cuvette that is gone when the mirror is parked", "OnNotify(0, 4, 75)",
+       [&](Spectrum& s) {
+         insert(s);
+         s.world.ports.beforeWrite = [&s](std::string_view bytes) {
+           s.state.Lock()->m_Status.iCuvetteSize = bytes == "$r0\r" ? 0 : 10;
+         };
+       },
+       FALSE, SPECTRUM_CUVETTE, true},
       {"cuvette that is ignored", "", insert, TRUE, 0, false},
       {"command fails", "", fail, TRUE, 64, true},
       {"command fails beside a cuvette", "",
