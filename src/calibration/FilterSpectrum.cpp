@@ -3,6 +3,7 @@
 #include <cmath>
 #include <limits>
 
+#include "calibration/StageCodes.h"
 #include "optics/InOrder.h"
 #include "optics/ShutterReading.h"
 #include "optics/UnitValues.h"
@@ -13,9 +14,6 @@ namespace {
 
 constexpr DWORD SCAN_SPEED = 38400;
 
-constexpr DWORD NOTIFY_PROGRESS = 4;
-constexpr DWORD NOTIFY_REMOVE_CUVETTE = 31;
-constexpr DWORD NOTIFY_CUVETTE_REMOVED = 32;
 /// Per cent after the open and after the filter pass.
 constexpr DWORD OPEN_PASS_DONE = 50;
 constexpr DWORD FILTER_PASS_DONE = 75;
@@ -121,7 +119,7 @@ DWORD FilterSpectrum::ScanPass(const Range& range, BOOL bIgnoreCuvette, DWORD dw
       [&] { return CheckCancel(); }, [&] { return CheckCuvette(bIgnoreCuvette); },
       [&] { return m_Detectors.Scan(range.dwLastPosition, pPass->sample.data(), pPass->reference.data(), dwCount); },
       [&] {
-        m_Sink.NotifyCode(0, NOTIFY_PROGRESS, dwProgress);
+        m_Sink.NotifyCode(0, WAVELENGTH_TEST, dwProgress);
         return CheckCancel();
       },
       [&] { return m_Unit.SetHalogenLamp(FALSE, FALSE); });
@@ -158,13 +156,13 @@ BOOL FilterSpectrum::WaitForCuvetteRemoval(CuvetteCaller caller) {
   if (dwSkip != 0 || m_Cuvette.GetCuvetteState() < 1) {
     return FALSE;
   }
-  m_Sink.NotifyCode(0, NOTIFY_REMOVE_CUVETTE, static_cast<DWORD>(caller));
+  m_Sink.NotifyCode(0, REMOVE_CUVETTE, static_cast<DWORD>(caller));
   while (m_Cuvette.GetCuvetteState() >= 1 && m_State.Pause(CUVETTE_PAUSE)) {
     if (caller == CuvetteCaller::WavelengthCheck && m_State.IsCancelled()) {
       return TRUE;  // nobody waits for the removal any more
     }
   }
-  m_Sink.NotifyCode(0, NOTIFY_CUVETTE_REMOVED, static_cast<DWORD>(caller));
+  m_Sink.NotifyCode(0, CUVETTE_REMOVED, static_cast<DWORD>(caller));
   return TRUE;
 }
 

@@ -2,10 +2,6 @@
 
 namespace photometer {
 
-SinkCall SelfTestRun::Stage(DWORD dwCode, DWORD dwValue) {
-  return [=](IPhotometerSink& sink) { sink.OnNotify(0, dwCode, dwValue); };
-}
-
 void SelfTestRun::EndOptics(const char* procedure, LONG iResult) {
   m_End.Report(procedure, iResult);
   m_End.MakeSafe();

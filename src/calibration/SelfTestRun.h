@@ -34,8 +34,6 @@ class SelfTestRun {
  protected:
   ~SelfTestRun() = default;
 
-  /// A stage code and its value, for one hold of the sink lock.
-  static SinkCall Stage(DWORD dwCode, DWORD dwValue);
   /// Error report, optics safe; after a failure the motor's current off, and the common error reaction.
   void EndOptics(const char* procedure, LONG iResult);
   /// Stores the outcome and gives the device back, together.

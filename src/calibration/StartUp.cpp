@@ -1,5 +1,6 @@
 #include "calibration/StartUp.h"
 
+#include "calibration/StageCodes.h"
 #include "logging/LogFiles.h"
 #include "optics/InOrder.h"
 #include "optics/UnitValues.h"
@@ -7,21 +8,6 @@
 namespace photometer {
 
 namespace {
-
-/// Stages, as codes of `OnNotify`.
-constexpr DWORD LAMP_TEST = 1;
-constexpr DWORD LAMP_TEST_PASSED = 2;
-constexpr DWORD LAMP_TEST_FAILED = 3;
-constexpr DWORD WAVELENGTH_TEST = 4;
-constexpr DWORD WAVELENGTH_TEST_PASSED = 5;
-constexpr DWORD WAVELENGTH_TEST_FAILED = 6;
-constexpr DWORD ZERO_MEASUREMENT = 7;
-constexpr DWORD ZERO_MEASUREMENT_DONE = 8;
-constexpr DWORD START_UP = 10;
-constexpr DWORD START_UP_PASSED = 11;
-constexpr DWORD START_UP_FAILED = 12;
-constexpr DWORD START_UP_ENDED = 39;
-constexpr DWORD START_UP_RUNNING = 43;
 
 constexpr DWORD WAVELENGTH_ATTEMPTS = 3;
 /// Largest correction that a sound instrument needs, steps either way.
@@ -47,8 +33,8 @@ void StartUp::Begin() {
   m_State.SetLastCommand("");
   m_Calibration = m_State.Lock()->m_Calibration;
   LogPhotometer("Starting Thread [InitProc] ...");
-  m_Sink.Notify({Stage(START_UP, 0), Stage(START_UP_RUNNING, 0), Stage(LAMP_TEST, 0), Stage(WAVELENGTH_TEST, 0),
-                 Stage(ZERO_MEASUREMENT, 0)});
+  m_Sink.Notify({NotifyCall(0, START_UP, 0), NotifyCall(0, SELF_TEST_RUNNING, 0), NotifyCall(0, LAMP_TEST, 0),
+                 NotifyCall(0, WAVELENGTH_TEST, 0), NotifyCall(0, ZERO_MEASUREMENT, 0)});
   CuvetteHadToBeRemoved();
 }
 
@@ -177,13 +163,14 @@ void StartUp::End(LONG iResult) {
     m_Sink.NotifyCode(0, START_UP_FAILED, static_cast<DWORD>(iResult));
   }
   DecideInitialized(iResult);
-  m_Sink.Notify({Stage(START_UP_RUNNING, 1), Stage(START_UP_ENDED, 0)});
+  m_Sink.Notify({NotifyCall(0, SELF_TEST_RUNNING, 1), NotifyCall(0, START_UP_ENDED, 0)});
   LogPhotometerF(TRUE, "[InitProc] Thread finished.");
 }
 
 void StartUp::HandOverZeros() {
   const std::vector<WavelengthCalibrationEntry> zeros = m_State.Lock()->m_WavelengthCalibrations;
-  m_Sink.Notify({Stage(START_UP_PASSED, 100), [&zeros](IPhotometerSink& sink) { sink.OnReferenceValues(&zeros); }});
+  m_Sink.Notify(
+      {NotifyCall(0, START_UP_PASSED, 100), [&zeros](IPhotometerSink& sink) { sink.OnReferenceValues(&zeros); }});
 }
 
 }  // namespace photometer

@@ -5,6 +5,7 @@
 #include <cstdlib>
 
 #include "calibration/FilterSpectrum.h"
+#include "calibration/StageCodes.h"
 #include "calibration/Statistics.h"
 #include "logging/LogFiles.h"
 #include "optics/InOrder.h"
@@ -18,8 +19,6 @@ namespace {
 constexpr DWORD RUNNING = 1;
 constexpr DWORD PASSED = 2;
 constexpr DWORD FAILED = 3;
-
-constexpr DWORD WAVELENGTH_TEST_PASSED = 5;
 
 constexpr double HALOGEN_TEST_WAVELENGTH = 670.0;
 constexpr double DEUTERIUM_TEST_WAVELENGTH = 240.0;
@@ -166,9 +165,8 @@ DWORD SystemCheck::CheckDetectors() {
   NKDbgPrintfW("[Photometer] detectors: st dev = %.3lf (%d data size)\n\r", dDeviation,
                static_cast<int>(absorbances.size()));
   m_Status.dwDetectorState = Verdict(m_Status.bDetectors);
-  const DWORD dwId = m_Request.m_dwRequestId;
   m_Sink.Notify({[this](IPhotometerSink& sink) { sink.OnSystemCheckStatus(&m_Status); },
-                 [dwId](IPhotometerSink& sink) { sink.OnNotify(dwId, NOTIFY_FINISHED, 100); }});
+                 NotifyCall(m_Request.m_dwRequestId, NOTIFY_FINISHED, 100)});
   return 0;
 }
 

@@ -20,10 +20,6 @@ constexpr DWORD REPETITION_PAUSE = 100;
 
 constexpr LONG CANCELLED = static_cast<LONG>(SPECTRUM_CANCELLED);
 
-SinkCall Code(DWORD dwRequestId, DWORD dwCode, DWORD dwValue) {
-  return [=](IPhotometerSink& sink) { sink.OnNotify(dwRequestId, dwCode, dwValue); };
-}
-
 }  // namespace
 
 HRESULT ValidateWavelengthCheckRequest(const WavelengthCheckRequest* pRequest, const PhotometerParameters& params) {
@@ -139,10 +135,10 @@ void WavelengthCheck::Finish(LONG iResult) {
 void WavelengthCheck::NotifyOutcome(LONG iResult) {
   const DWORD dwId = m_Request.m_dwRequestId;
   if (iResult == 0) {
-    m_Sink.Notify({[&](IPhotometerSink& sink) { sink.OnResult(dwId, &m_Results); }, Code(0, NOTIFY_PROGRESS, 100),
-                   Code(dwId, NOTIFY_FINISHED, 100)});
+    m_Sink.Notify({[&](IPhotometerSink& sink) { sink.OnResult(dwId, &m_Results); }, NotifyCall(0, NOTIFY_PROGRESS, 100),
+                   NotifyCall(dwId, NOTIFY_FINISHED, 100)});
   } else if (iResult == CANCELLED) {
-    m_Sink.Notify({Code(0, NOTIFY_PROGRESS, 100), Code(dwId, NOTIFY_CANCELLED, 100)});
+    m_Sink.Notify({NotifyCall(0, NOTIFY_PROGRESS, 100), NotifyCall(dwId, NOTIFY_CANCELLED, 100)});
   } else {
     m_End.Report("WavelengthCheck", iResult);
     m_End.React(iResult);

@@ -1,23 +1,12 @@
 #include "calibration/WavelengthTest.h"
 
+#include "calibration/StageCodes.h"
 #include "logging/LogFiles.h"
 #include "optics/InOrder.h"
 
 namespace photometer {
 
 namespace {
-
-/// Stages, as codes of `OnNotify`.
-constexpr DWORD WAVELENGTH_TEST = 4;
-constexpr DWORD OFFSET_FOUND = 5;
-constexpr DWORD TEST_GIVEN_UP = 6;
-constexpr DWORD ZERO_MEASUREMENT = 7;
-constexpr DWORD TEST_BEGINS = 29;
-constexpr DWORD TEST_PASSED = 30;
-constexpr DWORD TEST_REQUESTED = 33;
-constexpr DWORD ZEROS_BEGIN = 34;
-constexpr DWORD TEST_FAILED = 35;
-constexpr DWORD TEST_RUNNING = 43;
 
 constexpr DWORD ATTEMPTS = 3;
 /// Largest deviation that passes at first, and after the monochromator has sought its home position, steps either way.
@@ -42,7 +31,7 @@ void WavelengthTest::Begin() {
     m_Calibration = state->m_Calibration;
     m_bWasInitialized = state->m_Status.bInitialized;
   }
-  m_Sink.Notify({Stage(TEST_RUNNING, 0), Stage(TEST_REQUESTED, 0), Stage(TEST_BEGINS, 0)});
+  m_Sink.Notify({NotifyCall(0, SELF_TEST_RUNNING, 0), NotifyCall(0, TEST_REQUESTED, 0), NotifyCall(0, TEST_BEGINS, 0)});
   m_Spectrum.WaitForCuvetteRemoval(CuvetteCaller::WavelengthTest);
 }
 
@@ -95,7 +84,7 @@ DWORD WavelengthTest::PrepareAttempt(DWORD dwAttempt) {
 
 void WavelengthTest::AcceptOffset(DWORD dwAttempt, LONG iOffset, LONG iBefore) {
   m_Sink.NotifyCode(0, WAVELENGTH_TEST, 100);
-  m_Sink.NotifyCode(0, OFFSET_FOUND, 0);
+  m_Sink.NotifyCode(0, WAVELENGTH_TEST_PASSED, 0);
   const DWORD dwNow = GetTickCount();
   m_State.Lock()->m_Status.dwLastActivityTick = dwNow;
   m_Model.SetPositionOffset(iOffset);
@@ -128,10 +117,10 @@ LONG WavelengthTest::MeasureZeros() {
 void WavelengthTest::End(LONG iResult) {
   EndOptics("WaveLengthTestProc", iResult);
   if (iResult != 0) {
-    m_Sink.Notify({Stage(ZERO_MEASUREMENT, 0), Stage(TEST_GIVEN_UP, 0)});
+    m_Sink.Notify({NotifyCall(0, ZERO_MEASUREMENT, 0), NotifyCall(0, WAVELENGTH_TEST_FAILED, 0)});
   }
   DecideInitialized(iResult);
-  m_Sink.Notify({Stage(TEST_RUNNING, 1), Stage(iResult == 0 ? TEST_PASSED : TEST_FAILED, 0)});
+  m_Sink.Notify({NotifyCall(0, SELF_TEST_RUNNING, 1), NotifyCall(0, iResult == 0 ? TEST_PASSED : TEST_FAILED, 0)});
   LogPhotometerF(TRUE, "[WaveLengthTestProc] Thread finished.");
 }
 

@@ -1,5 +1,6 @@
 #include "calibration/ZeroMeasurement.h"
 
+#include "calibration/StageCodes.h"
 #include "optics/InOrder.h"
 #include "optics/UnitValues.h"
 
@@ -8,7 +9,6 @@ namespace photometer {
 namespace {
 
 constexpr int TRIES = 10;
-constexpr DWORD NOTIFY_ZERO_MEASUREMENT = 7;
 
 }  // namespace
 
@@ -57,7 +57,7 @@ LONG ZeroMeasurement::Keep(double dWavelength, const Reading& zero) {
 
 void ZeroMeasurement::NotifyProgress(std::size_t nDone, std::size_t nCount) {
   const double dPercent = static_cast<double>(nDone) * 100.0 / static_cast<double>(nCount);
-  m_Sink.NotifyCode(0, NOTIFY_ZERO_MEASUREMENT, static_cast<DWORD>(dPercent));
+  m_Sink.NotifyCode(0, ZERO_MEASUREMENT, static_cast<DWORD>(dPercent));
 }
 
 }  // namespace photometer

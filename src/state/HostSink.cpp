@@ -22,6 +22,10 @@ class SinkLock {
 
 }  // namespace
 
+SinkCall NotifyCall(DWORD dwRequestId, DWORD dwCode, DWORD dwValue) {
+  return [=](IPhotometerSink& sink) { sink.OnNotify(dwRequestId, dwCode, dwValue); };
+}
+
 HostSink::HostSink() : m_csSink{} { InitializeCriticalSection(&m_csSink, "m_csSink"); }
 
 HostSink::~HostSink() { DeleteCriticalSection(&m_csSink); }
@@ -42,7 +46,7 @@ void HostSink::Query(const SinkCall& call) {
 }
 
 void HostSink::NotifyCode(DWORD dwRequestId, DWORD dwCode, DWORD dwValue) {
-  Notify([=](IPhotometerSink& sink) { sink.OnNotify(dwRequestId, dwCode, dwValue); });
+  Notify(NotifyCall(dwRequestId, dwCode, dwValue));
 }
 
 bool HostSink::IsInsideCallback() const {

@@ -15,6 +15,9 @@ namespace photometer {
 
 using SinkCall = std::function<void(IPhotometerSink&)>;
 
+/// `OnNotify` as one of several calls under one hold of the sink lock.
+SinkCall NotifyCall(DWORD dwRequestId, DWORD dwCode, DWORD dwValue);
+
 class HostSink {
  public:
   HostSink();
