@@ -25,13 +25,10 @@ HolmiumPeak::Result HolmiumPeak::Find(double dReferencePeak, DWORD dwAttempt, BO
   std::vector<double> wavelengths;
   std::vector<double> absorbances;
   const DWORD dwResult = m_Spectrum.MeasureFilterSpectrum(&wavelengths, &absorbances, dwAttempt, bIgnoreCuvette);
-  if (wavelengths.empty()) {
-    return result;
-  }
-  result.bFound = true;
-  result.bComplete = dwResult == 0;
+  result.bFound = !wavelengths.empty();
+  result.bComplete = result.bFound && dwResult == 0;
   result.dwIndex = FindMaximumIndex(wavelengths, absorbances);
-  result.dWavelength = wavelengths[result.dwIndex];
+  result.dWavelength = result.bFound ? wavelengths[result.dwIndex] : 0.0;
   result.iOffset = static_cast<LONG>(result.dwFirstPosition + result.dwIndex - result.dwExpectedPosition);
   return result;
 }
@@ -39,8 +36,10 @@ HolmiumPeak::Result HolmiumPeak::Find(double dReferencePeak, DWORD dwAttempt, BO
 void LogPeak(const char* tag, const HolmiumPeak::Result& peak) {
   NKDbgPrintfW("[%s] dwPosition1= %d, dwFilterPos= %d", tag, static_cast<int>(peak.dwFirstPosition),
                static_cast<int>(peak.dwExpectedPosition));
-  LogPhotometerF(TRUE, "[%s] Find Peak at Index %d [%.2f nm]  =>  iOffset= %d", tag, static_cast<int>(peak.dwIndex),
-                 peak.dWavelength, peak.iOffset);
+  if (peak.bFound) {
+    LogPhotometerF(TRUE, "[%s] Find Peak at Index %d [%.2f nm]  =>  iOffset= %d", tag, static_cast<int>(peak.dwIndex),
+                   peak.dWavelength, peak.iOffset);
+  }
 }
 
 }  // namespace photometer

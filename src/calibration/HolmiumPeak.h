@@ -10,7 +10,7 @@ namespace photometer {
 class HolmiumPeak {
  public:
   struct Result {
-    /// There is a spectrum; without one the rest says nothing.
+    /// There is a spectrum. Without one the index is 0, and the offset that of the spectrum's beginning.
     bool bFound = false;
     /// The spectrum was recorded without a failure, a cancel or a cuvette in the well.
     bool bComplete = false;
@@ -22,6 +22,11 @@ class HolmiumPeak {
     double dWavelength = 0.0;
     /// Found minus expected position, steps.
     LONG iOffset = 0;
+
+    /// A peak was found, at most so many steps from where it should be.
+    [[nodiscard]] bool IsWithin(LONG iTolerance) const {
+      return bFound && iOffset >= -iTolerance && iOffset <= iTolerance;
+    }
   };
 
   HolmiumPeak(DeviceState& state, const WavelengthModel& model, FilterSpectrum& spectrum)
@@ -36,7 +41,7 @@ class HolmiumPeak {
   FilterSpectrum& m_Spectrum;
 };
 
-/// What a wavelength test writes about a peak that it found; `tag` names the procedure.
+/// What a wavelength test writes of its search; `tag` names the procedure.
 void LogPeak(const char* tag, const HolmiumPeak::Result& peak);
 
 }  // namespace photometer

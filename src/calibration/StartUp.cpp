@@ -13,8 +13,6 @@ constexpr DWORD WAVELENGTH_ATTEMPTS = 3;
 /// Largest correction that a sound instrument needs, steps either way.
 constexpr LONG OFFSET_LIMIT = 15;
 
-bool IsAcceptable(LONG iOffset) { return iOffset >= -OFFSET_LIMIT && iOffset <= OFFSET_LIMIT; }
-
 }  // namespace
 
 void StartUp::InitProc() {
@@ -35,7 +33,7 @@ void StartUp::Begin() {
   LogPhotometer("Starting Thread [InitProc] ...");
   m_Sink.Notify({NotifyCall(0, START_UP, 0), NotifyCall(0, SELF_TEST_RUNNING, 0), NotifyCall(0, LAMP_TEST, 0),
                  NotifyCall(0, WAVELENGTH_TEST, 0), NotifyCall(0, ZERO_MEASUREMENT, 0)});
-  CuvetteHadToBeRemoved();
+  m_Spectrum.WaitForCuvetteRemoval(CuvetteCaller::StartUp);
 }
 
 // ---- lamp test ----
@@ -63,14 +61,15 @@ LONG StartUp::WavelengthTest() {
     if (const DWORD dwResult = m_Unit.SetMirror(HALOGEN_PATH); dwResult != 0) {
       return static_cast<LONG>(dwResult);
     }
-    CuvetteHadToBeRemoved();
+    m_Spectrum.WaitForCuvetteRemoval(CuvetteCaller::StartUp);
     const HolmiumPeak::Result peak = m_Peak.Find(m_Calibration.dReferencePeak, dwAttempt, TRUE);
-    if (peak.bFound) {
-      LogPeak("InitProc", peak);
-    }
-    if (peak.bFound && IsAcceptable(peak.iOffset)) {
+    LogPeak("InitProc", peak);
+    if (peak.IsWithin(OFFSET_LIMIT)) {
       AcceptOffset(peak.iOffset);
       return 0;
+    }
+    if (m_State.IsStopping()) {
+      return NO_ACCEPTABLE_OFFSET;
     }
     m_Sink.NotifyCode(0, WAVELENGTH_TEST, 75);
     LogPhotometerF(TRUE, "[InitProc] Restarting WAVELENGTH Test because error occurred ...");

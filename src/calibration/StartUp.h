@@ -32,6 +32,7 @@ class StartUp : private SelfTestRun {
   LONG MeasureOne(std::size_t nIndex, ZeroRun* pRun);
   void End(LONG iResult);
   void HandOverZeros();
+  /// Looks into the well, and waits until it is empty. True: it was not.
   bool CuvetteHadToBeRemoved() { return m_Spectrum.WaitForCuvetteRemoval(CuvetteCaller::StartUp) != FALSE; }
 };
 

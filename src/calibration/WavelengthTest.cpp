@@ -1,5 +1,7 @@
 #include "calibration/WavelengthTest.h"
 
+#include <cmath>
+
 #include "calibration/StageCodes.h"
 #include "logging/LogFiles.h"
 #include "optics/InOrder.h"
@@ -53,14 +55,15 @@ LONG WavelengthTest::Attempt(DWORD dwAttempt, bool* pPassed) {
   }
   const LONG iBefore = m_Model.GetPositionOffset();
   const HolmiumPeak::Result peak = m_Peak.Find(m_Calibration.dReferencePeak, dwAttempt, TRUE);
-  if (peak.bFound) {
-    LogPeak("WaveLengthTestProc", peak);
-  }
+  LogPeak("WaveLengthTestProc", peak);
   const LONG iTolerance = dwAttempt == 1 ? FIRST_TOLERANCE : LATER_TOLERANCE;
-  *pPassed = peak.bFound && peak.iOffset >= -iTolerance && peak.iOffset <= iTolerance;
+  *pPassed = peak.IsWithin(iTolerance);
   if (*pPassed) {
     AcceptOffset(dwAttempt, peak.iOffset, iBefore);
     return 0;
+  }
+  if (m_State.IsStopping()) {
+    return NO_ACCEPTABLE_OFFSET;
   }
   m_Sink.NotifyCode(0, WAVELENGTH_TEST, 75);
   LogPhotometerF(TRUE,
@@ -106,7 +109,7 @@ LONG WavelengthTest::MeasureZeros() {
       iResult = m_Zeros.Keep(wavelengths[i], zero);
     }
     if (iResult == 0) {
-      LogPhotometerF(TRUE, "[WaveLengthTestProc] %d nm: %lf, ref: %lf", static_cast<int>(wavelengths[i]), zero.dSample,
+      LogPhotometerF(TRUE, "[WaveLengthTestProc] %.0f nm: %lf, ref: %lf", std::trunc(wavelengths[i]), zero.dSample,
                      zero.dReference);
       m_Zeros.NotifyProgress(i + 1, wavelengths.size());
     }

@@ -3,7 +3,6 @@
 #include <utility>
 
 #include "logging/LogFiles.h"
-#include "monitors/LampHours.h"
 
 namespace photometer {
 
@@ -20,7 +19,7 @@ DWORD SecondsSince(DWORD dwTick) { return (GetTickCount() - dwTick) / MS_PER_SEC
 
 }  // namespace
 
-void Timer::LampCount::Count(bool bLit, bool bKeepWhenOff) {
+void Timer::LampCount::Count(bool bLit) {
   dwSeconds += bLit ? 1 : 0;
   if (dwSeconds >= LAMP_PORTION || (!bLit && !bKeepWhenOff)) {
     dwDue += std::exchange(dwSeconds, 0);
@@ -35,8 +34,6 @@ void Timer::LampCount::Add() {
 
 void Timer::Run() {
   LogPhotometer("Starting Thread [Timer] ...");
-  m_Halogen.name = HALOGEN_HOURS;
-  m_Deuterium.name = DEUTERIUM_HOURS;
   while (m_State.Pause(TICK)) {
     RunTick();
   }
@@ -73,8 +70,8 @@ Timer::Tick Timer::Decide() {
   const auto state = m_State.Lock();
   const DWORD dwIdleSeconds = SecondsSince(state->m_Status.dwLastActivityTick);
   const bool bDeuterium = state->m_Cache[CacheEntry::UVLamp] > 0;
-  m_Halogen.Count(state->m_Cache[CacheEntry::HalogenLamp] > 0, false);
-  m_Deuterium.Count(bDeuterium, true);
+  m_Halogen.Count(state->m_Cache[CacheEntry::HalogenLamp] > 0);
+  m_Deuterium.Count(bDeuterium);
   if (bDeuterium) {
     DecideLamp(*state, dwIdleSeconds, &tick);
   }

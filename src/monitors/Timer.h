@@ -5,6 +5,7 @@
 /// access happens with the lock held.
 #pragma once
 
+#include "monitors/LampHours.h"
 #include "procedures/UVLamp.h"
 #include "pumps/ExternalPort.h"
 #include "pumps/SipperPort.h"
@@ -30,12 +31,14 @@ class Timer {
   };
   /// Seconds that a lamp has burnt and that are not in its counter yet.
   struct LampCount {
-    const char16_t* name = nullptr;
+    const char16_t* name;
+    /// What is left when the lamp goes out waits for the next portion; otherwise it is added at once.
+    bool bKeepWhenOff;
     DWORD dwSeconds = 0;
     /// To be added to the counter in this tick.
     DWORD dwDue = 0;
 
-    void Count(bool bLit, bool bKeepWhenOff);
+    void Count(bool bLit);
     void Add();
   };
   /// What a tick has to do once the lock is given back.
@@ -63,8 +66,8 @@ class Timer {
   SipperPort& m_SipperPort;
 
   HostActivity m_Host;
-  LampCount m_Halogen;
-  LampCount m_Deuterium;
+  LampCount m_Halogen{HALOGEN_HOURS, false};
+  LampCount m_Deuterium{DEUTERIUM_HOURS, true};
 };
 
 }  // namespace photometer
