@@ -1,15 +1,14 @@
 /// The self-tests, cancelled or brought down at many scheduling points: one end, everything off, and the next run as if
 /// nothing had happened.
-#include <algorithm>
 #include <atomic>
 #include <functional>
 #include <string>
 #include <vector>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "calibration/SelfTestHost.h"
-#include "platform/Platform.h"
+#include "calibration/SelfTestBench.h"
 #include "support/Density.h"
 
 namespace photometer::tests {
@@ -25,139 +24,124 @@ struct Procedure {
   const char* name;
   std::function<HRESULT(Device&)> start;
   /// Callbacks of which each run makes exactly one; the first is that of an undisturbed run.
-  std::vector<std::string> ends;
+  Texts ends;
 };
 
-const std::vector<Procedure>& Procedures() {
-  static const std::vector<Procedure> procedures{
-      {"wavelength test",
-       [](Device& d) { return d->StartWaveLengthTest(); },
-       {"OnNotify(0, 30, 0)", "OnNotify(0, 35, 0)"}},
-      {"wavelength check",
-       [](Device& d) {
-         const WavelengthCheckRequest request{9, {360.7, 537.0}};
-         return d->StartWavelengthCheck(&request);
-       },
-       {"OnNotify(9, 17, 100)", "OnNotify(9, 18, 100)"}},
-      {"holmium oxide scan",
-       [](Device& d) {
-         const HolmiumOxideScanRequest request{9, 6000, 6040};
-         return d->StartHolmiumOxideScan(&request);
-       },
-       {"OnNotify(9, 17, 100)"}},
-      {"system check",
-       [](Device& d) {
-         const SystemCheckRequest request{9, 360.7, 0.0};
-         return d->StartSystemCheck(&request);
-       },
-       {"OnNotify(9, 17, 100)"}},
-  };
-  return procedures;
+HRESULT StartCheck(Device& device) {
+  const WavelengthCheckRequest request{9, {360.7, 537.0}};
+  return device->StartWavelengthCheck(&request);
 }
+
+HRESULT StartScan(Device& device) {
+  const HolmiumOxideScanRequest request{9, 6000, 6040};
+  return device->StartHolmiumOxideScan(&request);
+}
+
+HRESULT StartSystemCheck(Device& device) {
+  const SystemCheckRequest request{9, 360.7, 0.0};
+  return device->StartSystemCheck(&request);
+}
+
+const Procedure PROCEDURES[] = {
+    {"wavelength test", [](Device& d) { return d->StartWaveLengthTest(); }, {"30/0", "35/0"}},
+    {"wavelength check", StartCheck, {"9:17/100", "9:18/100"}},
+    {"holmium oxide scan", StartScan, {"9:17/100"}},
+    {"system check", StartSystemCheck, {"9:17/100"}},
+};
 
 enum class Disturbance { Cancel, Shutdown };
 
 class DisturbedRun {
  public:
   DisturbedRun(const Procedure& procedure, Policy policy, std::uint64_t nSeed)
-      : m_Procedure(procedure), m_World(Options(policy, nSeed)), m_Device(m_World) {
-    EXPECT_TRUE(m_Device.StartUp());
+      : m_Procedure(procedure), m_Bench({}, Options(policy, nSeed)) {
+    EXPECT_TRUE(m_Bench.StartUp());
   }
 
   /// Undisturbed: the number of scheduling points.
   std::uint64_t CountPoints() {
-    const std::uint64_t nFirst = m_World.board.Points();
+    const std::uint64_t nFirst = m_Bench.world.board.Points();
     ExpectSoundRun();
-    return m_World.board.Points() - nFirst;
+    return m_Bench.world.board.Points() - nFirst;
   }
 
   void Disturb(std::uint64_t nPoint, Disturbance disturbance) {
-    const auto disturb = [&, disturbance] {
-      disturbance == Disturbance::Cancel ? Cancel() : BringDown();
+    m_Bench.world.board.RunAtPoint(m_Bench.world.board.Points() + 1 + nPoint, "host", [this, disturbance] {
+      disturbance == Disturbance::Cancel ? static_cast<void>(m_Bench.device->CancelMeasurement()) : BringDown();
       m_bDone = true;
-    };
-    m_World.board.RunAtPoint(m_World.board.Points() + 1 + nPoint, "host", disturb);
-    const std::size_t nCalls = m_World.sink.Calls().size();
-    m_Procedure.start(m_Device);
+    });
+    m_Bench.Forget();
+    m_Procedure.start(m_Bench.device);
     while (!m_bDone) {
       Sleep(100);
     }
-    EXPECT_TRUE(m_Device.WaitUntilNotBusy());
-    m_World.ExpectSwitchedOff();
-    if (disturbance == Disturbance::Cancel) {
-      EXPECT_EQ(CountEnds(nCalls, m_Procedure.ends), 1U);
-      EXPECT_FALSE(m_Device->GetStatus().bCancel);
-    } else {
-      EXPECT_LE(CountEnds(nCalls, m_Procedure.ends), 1U);
-      m_World.sink.AllowCallbacks();
-    }
-    if (!m_Device->GetStatus().bInitialized) {
-      MakeReady(disturbance);
-    }
+    EXPECT_TRUE(m_Bench.device.WaitUntilNotBusy());
+    m_Bench.world.ExpectSwitchedOff();
+    EXPECT_LE(CountEnds(), 1U);
+    EXPECT_TRUE(CountEnds() == 1 || disturbance == Disturbance::Shutdown);
+    EXPECT_FALSE(m_Bench.device->GetStatus().bCancel);
+    m_Bench.world.sink.AllowCallbacks();
+    MakeReady(disturbance);
     ExpectSoundRun();
-    m_Device.Close();
-    m_World.ExpectClean();
   }
 
  private:
-  static WorldOptions Options(Policy policy, std::uint64_t nSeed) {
-    WorldOptions options;
-    options.board.seed = nSeed;
-    options.board.policy = policy;
+  static platform::VirtualBoardOptions Options(Policy policy, std::uint64_t nSeed) {
+    platform::VirtualBoardOptions options;
+    options.seed = nSeed;
+    options.policy = policy;
     return options;
   }
 
-  std::size_t CountEnds(std::size_t nFirst, const std::vector<std::string>& ends) const {
+  std::size_t CountEnds() const {
     std::size_t nEnds = 0;
-    for (const std::string& call : CallsFrom(m_World, nFirst)) {
-      nEnds += static_cast<std::size_t>(std::ranges::count(ends, call));
+    for (const std::string& end : m_Procedure.ends) {
+      nEnds += m_Bench.Count(end);
     }
     return nEnds;
   }
 
-  void Cancel() { m_Device->CancelMeasurement(); }
-
   void BringDown() {
     constexpr std::uint64_t LIMIT = 3'000'000;
-    const std::uint64_t nStart = m_World.board.Now();
-    m_World.sink.ForbidCallbacks();
-    EXPECT_EQ(m_Device->Shutdown(), S_OK);
-    EXPECT_LE(m_World.board.Now() - nStart, LIMIT);
+    const std::uint64_t nStart = m_Bench.world.board.Now();
+    m_Bench.world.sink.ForbidCallbacks();
+    EXPECT_EQ(m_Bench.device->Shutdown(), S_OK);
+    EXPECT_LE(m_Bench.world.board.Now() - nStart, LIMIT);
   }
 
   /// After a cancelled wavelength test, or after `Shutdown`.
   void MakeReady(Disturbance disturbance) {
-    if (disturbance == Disturbance::Shutdown) {
-      EXPECT_TRUE(m_Device.StartUp());
+    if (m_Bench.IsInitialized()) {
       return;
     }
-    EXPECT_EQ(m_Device->StartWaveLengthTest(), S_OK);
-    EXPECT_TRUE(m_Device.WaitUntilNotBusy());
+    if (disturbance == Disturbance::Shutdown) {
+      EXPECT_TRUE(m_Bench.StartUp());
+      return;
+    }
+    EXPECT_EQ(m_Bench.device->StartWaveLengthTest(), S_OK);
+    EXPECT_TRUE(m_Bench.device.WaitUntilNotBusy());
   }
 
   void ExpectSoundRun() {
-    const std::size_t nCalls = m_World.sink.Calls().size();
-    EXPECT_EQ(m_Procedure.start(m_Device), S_OK);
-    EXPECT_TRUE(m_Device.WaitUntilNotBusy());
-    EXPECT_EQ(CountEnds(nCalls, {m_Procedure.ends.front()}), 1U);
-    EXPECT_EQ(CountEnds(nCalls, m_Procedure.ends), 1U);
-    for (const std::string& call : CallsFrom(m_World, nCalls)) {
-      EXPECT_FALSE(call.starts_with("OnError")) << call;
-    }
-    EXPECT_TRUE(m_Device->GetStatus().bInitialized);
+    m_Bench.Forget();
+    EXPECT_EQ(m_Procedure.start(m_Bench.device), S_OK);
+    EXPECT_TRUE(m_Bench.device.WaitUntilNotBusy());
+    EXPECT_EQ(m_Bench.Count(m_Procedure.ends.front()), 1U);
+    EXPECT_EQ(CountEnds(), 1U);
+    EXPECT_THAT(m_Bench.Calls(), testing::Not(testing::HasSubstr("OnError")));
+    EXPECT_TRUE(m_Bench.IsInitialized());
   }
 
   const Procedure& m_Procedure;
-  World m_World;
-  Device m_Device;
+  Bench m_Bench;
   std::atomic<bool> m_bDone{false};
 };
 
 void DisturbAtManyPoints(Disturbance disturbance) {
-  for (const Procedure& procedure : Procedures()) {
+  const std::uint64_t nRuns = RunCount(USUAL_RUNS);
+  for (const Procedure& procedure : PROCEDURES) {
     for (const Policy policy : {Policy::FirstCome, Policy::Random}) {
       const std::uint64_t nPoints = DisturbedRun(procedure, policy, 1).CountPoints();
-      const std::uint64_t nRuns = RunCount(USUAL_RUNS);
       for (std::uint64_t n = 0; n < nRuns; ++n) {
         const std::uint64_t nPoint = nPoints * n / nRuns + n % 7;
         SCOPED_TRACE(std::string(procedure.name) + (policy == Policy::Random ? ", random, seed " : ", seed ") +

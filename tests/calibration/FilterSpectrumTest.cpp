@@ -2,6 +2,7 @@
 #include <cmath>
 #include <functional>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -59,8 +60,8 @@ class Spectrum : public Optics {
     model.GetTableWavelengths(499.0, 501.0, &expected);
     nExpected = expected.size();
     device.Script("$a3", Readings(100, 50, 3));
-    device.Script("$s" + std::to_string(model.GetTablePosition(501.0) + 1),
-                  Readings(1100, 1050, static_cast<int>(nExpected)) + "\r\r\r");
+    strScan = "$s" + std::to_string(model.GetTablePosition(501.0) + 1);
+    device.Script(strScan, Readings(1100, 1050, static_cast<int>(nExpected)) + "\r\r\r");
   }
   ~Spectrum() {
     Stop();
@@ -84,18 +85,22 @@ class Spectrum : public Optics {
   std::vector<double> wavelengths;
   std::vector<double> absorbances;
   std::size_t nExpected = 0;
+  std::string strScan;
 };
 
-TEST(FilterSpectrum, TakesTheRangeInBothWays) {
-  for (const auto& [mode, range] : {std::pair{ScanRangeMode::FirstAndLast, std::vector{499.0, 501.0}},
-                                    std::pair{ScanRangeMode::CentreAndHalfWidth, std::vector{500.0, 1.0}}}) {
+TEST(FilterSpectrum, TakesTheRangeInBothWaysOnBothInstruments) {
+  for (const auto& [mode, range, bUV] :
+       {std::tuple{ScanRangeMode::FirstAndLast, std::vector{499.0, 501.0}, TRUE},
+        std::tuple{ScanRangeMode::CentreAndHalfWidth, std::vector{500.0, 1.0}, FALSE}}) {
     Spectrum s;
+    s.state.Lock()->m_Params.bUV = bUV;
     EXPECT_EQ(s.Measure(TRUE, mode, range), 0U);
     EXPECT_EQ(s.wavelengths.size(), s.nExpected);
     EXPECT_EQ(s.absorbances, std::vector<double>(s.nExpected, 0.0));
     EXPECT_NEAR(s.wavelengths.front(), 499.0, 0.05);
     EXPECT_NEAR(s.wavelengths.back(), 501.0, 0.05);
     EXPECT_EQ(s.world.sink.Calls(), (Texts{"OnNotify(0, 4, 50)", "OnNotify(0, 4, 75)"}));
+    EXPECT_EQ(std::ranges::count(s.device.Commands(), bUV ? "$F6" : "$F5"), 1);
   }
 }
 
@@ -106,79 +111,64 @@ TEST(FilterSpectrum, SendsNothingWithoutARange) {
   EXPECT_EQ(s.device.Commands(), Texts{});
 }
 
-TEST(FilterSpectrum, ChoosesTheHolmiumFilterOfTheInstrument) {
-  for (const BOOL bUV : {TRUE, FALSE}) {
-    Spectrum s;
-    s.state.Lock()->m_Params.bUV = bUV;
-    EXPECT_EQ(s.Measure(TRUE, ScanRangeMode::FirstAndLast, {499.0, 501.0}), 0U);
-    EXPECT_EQ(std::ranges::count(s.device.Commands(), bUV ? "$F6" : "$F5"), 1);
-  }
-}
-
 TEST(FilterSpectrum, EndsEarly) {
-  struct Case {
+  using Change = std::function<void(Spectrum&)>;
+  const Change cancel = [](Spectrum& s) { s.state.Lock()->m_Status.bCancel = TRUE; };
+  const Change insert = [](Spectrum& s) { s.state.Lock()->m_Status.iCuvetteSize = 10; };
+  const Change fail = [](Spectrum& s) { s.device.Script("$F6", "error\r\n"); };
+  const auto both = [](const Change& first, const Change& second) -> Change {
+    return [=](Spectrum& s) {
+      first(s);
+      second(s);
+    };
+  };
+  const Change insertUntilTheMirrorIsParked = [](Spectrum& s) {
+    s.state.Lock()->m_Status.iCuvetteSize = 10;
+    s.world.ports.beforeWrite = [&s](std::string_view bytes) {
+      s.state.Lock()->m_Status.iCuvetteSize = bytes == "$r0\r" ? 0 : 10;
+    };
+  };
+  struct {
     const char* what;
     /// The callback during which it happens; none: before the start.
     const char* callback;
-    std::function<void(Spectrum&)> act;
+    Change change;
     BOOL bIgnoreCuvette;
     DWORD dwResult;
-    bool bEmpty;
+    /// Scans that were still begun.
+    int iScans;
+  } const cases[] = {
+      {"cancelled before", "", cancel, TRUE, SPECTRUM_CANCELLED, 0},
+      {"cancelled after the open pass", "OnNotify(0, 4, 50)", cancel, TRUE, SPECTRUM_CANCELLED, 1},
+      {"cancelled after the filter pass", "OnNotify(0, 4, 75)", cancel, TRUE, SPECTRUM_CANCELLED, 2},
+      {"cancelled beside a cuvette", "OnNotify(0, 4, 50)", both(cancel, insert), FALSE, SPECTRUM_CANCELLED, 1},
+      {"cuvette before", "", insert, FALSE, SPECTRUM_CUVETTE, 0},
+      {"cuvette after the open pass", "OnNotify(0, 4, 50)", insert, FALSE, SPECTRUM_CUVETTE, 1},
+      {"cuvette after the filter pass", "OnNotify(0, 4, 75)", insert, FALSE, SPECTRUM_CUVETTE, 2},
+      {"gone when the mirror is parked", "OnNotify(0, 4, 75)", insertUntilTheMirrorIsParked, FALSE, SPECTRUM_CUVETTE,
+       2},
+      {"cuvette that is ignored", "", insert, TRUE, 0, 2},
+      {"command fails", "", fail, TRUE, 4, 1},
+      {"command fails beside a cuvette", "OnNotify(0, 4, 50)", both(fail, insert), FALSE, SPECTRUM_CUVETTE, 1},
   };
-  const auto cancel = [](Spectrum& s) { s.state.Lock()->m_Status.bCancel = TRUE; };
-  const auto insert = [](Spectrum& s) { s.state.Lock()->m_Status.iCuvetteSize = 10; };
-  const auto fail = [](Spectrum& s) { s.device.Script("$h2", "error\r\n"); };
-  const Case cases[] = {
-      {"cancelled before", "", cancel, TRUE, SPECTRUM_CANCELLED, true},
-      {"cancelled after the open pass", "OnNotify(0, 4, 50)", cancel, TRUE, SPECTRUM_CANCELLED, true},
-      {"cancelled after the filter pass", "OnNotify(0, 4, 75)", cancel, TRUE, SPECTRUM_CANCELLED, true},
-      {"cancelled beside a cuvette", "OnNotify(0, 4, 50)",
-       [&](Spectrum& s) {
-         cancel(s);
-         insert(s);
-       },
-       FALSE, SPECTRUM_CANCELLED, true},
-      {"cuvette before", "", insert, FALSE, SPECTRUM_CUVETTE, true},
-      {"cuvette after the open pass", "OnNotify(0, 4, 50)", insert, FALSE, SPECTRUM_CUVETTE, true},
-      {"cuvette after the filter pass", "OnNotify(0, 4, 75)", insert, FALSE, SPECTRUM_CUVETTE, true},
-      {"cuvette that is gone when the mirror is parked", "OnNotify(0, 4, 75)",
-       [&](Spectrum& s) {
-         insert(s);
-         s.world.ports.beforeWrite = [&s](std::string_view bytes) {
-           s.state.Lock()->m_Status.iCuvetteSize = bytes == "$r0\r" ? 0 : 10;
-         };
-       },
-       FALSE, SPECTRUM_CUVETTE, true},
-      {"cuvette that is ignored", "", insert, TRUE, 0, false},
-      {"command fails", "", fail, TRUE, 64, true},
-      {"command fails beside a cuvette", "",
-       [&](Spectrum& s) {
-         fail(s);
-         insert(s);
-       },
-       FALSE, SPECTRUM_CUVETTE, true},
-  };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
     Spectrum s;
     if (*c.callback == '\0') {
-      c.act(s);
+      c.change(s);
     } else {
-      s.world.sink.On(c.callback, [&] { c.act(s); });
+      s.world.sink.On(c.callback, [&] { c.change(s); });
     }
     EXPECT_EQ(s.Measure(c.bIgnoreCuvette, ScanRangeMode::FirstAndLast, {499.0, 501.0}), c.dwResult);
-    EXPECT_EQ(s.wavelengths.empty(), c.bEmpty);
+    EXPECT_EQ(s.wavelengths.empty(), c.dwResult != 0);
     EXPECT_EQ(s.wavelengths.size(), s.absorbances.size());
+    EXPECT_EQ(std::ranges::count(s.device.Commands(), s.strScan), c.iScans);
     EXPECT_EQ(s.Cached(CacheEntry::Mirror), 0) << "closed in every case";
     EXPECT_EQ(s.Cached(CacheEntry::HalogenLamp), 0);
+    if (c.dwResult == 4) {
+      EXPECT_EQ(s.state.LastCommand(), "SetFilter") << "not the closing commands";
+    }
   }
-}
-
-TEST(FilterSpectrum, KeepsTheNameOfTheCommandThatFailed) {
-  Spectrum s;
-  s.device.Script("$F6", "error\r\n");
-  EXPECT_EQ(s.Measure(TRUE, ScanRangeMode::FirstAndLast, {499.0, 501.0}), 4U);
-  EXPECT_EQ(s.state.LastCommand(), "SetFilter");
 }
 
 }  // namespace

@@ -3,50 +3,26 @@
 #include <string>
 #include <vector>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "calibration/SelfTestHost.h"
-#include "calibration/WavelengthTest.h"
-#include "platform/Platform.h"
+#include "calibration/SelfTestBench.h"
+#include "calibration/WavelengthModel.h"
 
 namespace photometer::tests {
 namespace {
 
-using Calls = std::vector<std::string>;
-
 constexpr int OLD_OFFSET = 3;
+const UnitSettings OLD{.positionOffset = OLD_OFFSET};
+const std::vector<double> ZEROS{365.0, 525.0, 885.0};
 
-/// Percentages as the host sees them after each wavelength.
-Calls ZeroMeasurementCalls() {
-  const std::size_t nCount = DefaultCalibration().ZeroWavelengths.size();
-  Calls calls{"OnNotify(0, 34, 0)"};
-  for (std::size_t i = 1; i <= nCount; ++i) {
-    calls.emplace_back("QueryCuvetteWait()");
-    calls.push_back("OnNotify(0, 7, " + std::to_string(i * 100 / nCount) + ")");
-  }
-  return calls;
-}
-
-Calls ExpectedCalls(std::size_t nAttempts, bool bPassed, bool bZeros) {
-  Calls calls{"OnNotify(0, 43, 0)", "OnNotify(0, 33, 0)", "OnNotify(0, 29, 0)", "QueryCuvetteWait()"};
+std::string ExpectedCalls(std::size_t nAttempts, bool bPassed, bool bZeros) {
+  std::string calls = "43/0 33/0 29/0";
   for (std::size_t i = 1; i <= nAttempts; ++i) {
-    calls.insert(calls.end(), {"OnNotify(0, 4, 50)", "OnNotify(0, 4, 75)"});
-    if (i < nAttempts || !bPassed) {
-      calls.emplace_back("OnNotify(0, 4, 75)");
-    }
+    calls += i == nAttempts && bPassed ? " 4/50 4/75 4/100 5/0" : " 4/50 4/75 4/75";
   }
-  if (bPassed) {
-    calls.insert(calls.end(), {"OnNotify(0, 4, 100)", "OnNotify(0, 5, 0)"});
-  }
-  if (bZeros) {
-    const Calls zeros = ZeroMeasurementCalls();
-    calls.insert(calls.end(), zeros.begin(), zeros.end());
-  }
-  if (!bPassed) {
-    calls.insert(calls.end(), {"OnError(0, 4294967294)", "OnNotify(0, 7, 0)", "OnNotify(0, 6, 0)"});
-  }
-  calls.insert(calls.end(), {"OnNotify(0, 43, 1)", bPassed ? "OnNotify(0, 30, 0)" : "OnNotify(0, 35, 0)"});
-  return calls;
+  calls += bZeros ? " 34/0 7/33 7/66 7/100" : "";
+  return calls + (bPassed ? " 43/1 30/0" : " OnError(0, 4294967294) 7/0 6/0 43/1 35/0");
 }
 
 enum class Zeros { Kept, Rebuilt, None };
@@ -54,27 +30,27 @@ enum class Zeros { Kept, Rebuilt, None };
 /// The host's own list of one entry, at a wavelength that the calibration does not have, tells whether it is kept.
 constexpr double OWN_WAVELENGTH = 500.0;
 
-void GiveOwnZeros(Device& device) {
+bool StartUpWithOwnZeros(Bench& bench) {
   const std::vector<WavelengthCalibrationEntry> own{{0, OWN_WAVELENGTH, 1.0, 2.0, {}}};
-  ASSERT_EQ(device->SetWavelengthCalibrations(&own), S_OK);
+  return bench.StartUp(ZEROS) && bench.device->SetWavelengthCalibrations(&own) == S_OK;
 }
 
-Zeros ZerosOf(Device& device) {
+Zeros ZerosOf(Bench& bench) {
   WavelengthCalibrationEntry entry{};
-  if (device->GetWavelengthCalibration(OWN_WAVELENGTH, &entry) == S_OK) {
+  if (bench.device->GetWavelengthCalibration(OWN_WAVELENGTH, &entry) == S_OK) {
     return Zeros::Kept;
   }
-  const std::vector<double> wavelengths = DefaultCalibration().ZeroWavelengths;
-  const bool bAll = std::ranges::all_of(wavelengths, [&](double dWavelength) {
-    return device->GetWavelengthCalibration(dWavelength, &entry) == S_OK && entry.dValue > 0.0 && entry.dValueRef > 0.0;
+  const bool bAll = std::ranges::all_of(ZEROS, [&](double dWavelength) {
+    return bench.device->GetWavelengthCalibration(dWavelength, &entry) == S_OK && entry.dValue > 0.0 &&
+           entry.dValueRef > 0.0;
   });
   return bAll ? Zeros::Rebuilt : Zeros::None;
 }
 
-HRESULT RunTest(Device& device) {
-  const HRESULT result = device->StartWaveLengthTest();
-  EXPECT_TRUE(device.WaitUntilNotBusy());
-  return result;
+void RunTest(Bench& bench) {
+  bench.Forget();
+  EXPECT_EQ(bench.device->StartWaveLengthTest(), S_OK);
+  EXPECT_TRUE(bench.device.WaitUntilNotBusy());
 }
 
 TEST(WavelengthTest, OffsetsOfEachAttempt) {
@@ -88,223 +64,149 @@ TEST(WavelengthTest, OffsetsOfEachAttempt) {
       {{6, 6}, true, Zeros::Rebuilt},
       {{-6, 15}, true, Zeros::Rebuilt},
       {{20, -15}, true, Zeros::Rebuilt},
-      {{6, 16, 15}, true, Zeros::Rebuilt},
       {{-6, -16, 0}, true, Zeros::Rebuilt},
       {{16, 20, -30}, false, Zeros::None},
       {{6, 16, -16}, false, Zeros::None},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(testing::PrintToString(c.offsets));
-    World world(InstrumentWithOffset(OLD_OFFSET));
-    Device device(world);
-    ASSERT_TRUE(device.StartUp());
-    GiveOwnZeros(device);
-    const std::size_t nCalls = world.sink.Calls().size();
-    const std::size_t nCommands = world.Written().size();
-    SetOffsetsOfSpectra(world, c.offsets);
-    EXPECT_EQ(RunTest(device), S_OK);
+    Bench bench(OLD);
+    ASSERT_TRUE(StartUpWithOwnZeros(bench));
+    bench.SetOffsetsOfSpectra(c.offsets);
+    RunTest(bench);
 
-    EXPECT_EQ(CallsFrom(world, nCalls), ExpectedCalls(c.offsets.size(), c.bPassed, c.zeros == Zeros::Rebuilt));
-    EXPECT_EQ(device->GetStatus().bInitialized, c.bPassed ? TRUE : FALSE);
-    EXPECT_EQ(ZerosOf(device), c.zeros);
-    const std::vector<std::string> written = world.Written();
-    EXPECT_EQ(static_cast<std::size_t>(
-                  std::count(written.begin() + static_cast<std::ptrdiff_t>(nCommands), written.end(), "$z")),
-              c.offsets.size() - 1)
-        << "home is sought before each later attempt";
+    EXPECT_EQ(bench.Calls(), ExpectedCalls(c.offsets.size(), c.bPassed, c.zeros == Zeros::Rebuilt));
+    EXPECT_EQ(bench.IsInitialized(), c.bPassed);
+    EXPECT_EQ(ZerosOf(bench), c.zeros);
+    EXPECT_EQ(bench.Commands("$z"), c.offsets.size() - 1) << "home is sought before each later attempt";
     const std::string passed = "set new m_iPositionOffset= " + std::to_string(c.offsets.back()) + " (old Position= 3)";
-    EXPECT_EQ(world.LogLines("[WaveLengthTestProc] " + passed), c.bPassed ? 1U : 0U);
-    EXPECT_EQ(world.LogLines("offset failed: offset= " + std::to_string(c.offsets.front()) + " (range +/- 5) !"),
+    EXPECT_EQ(bench.world.LogLines("[WaveLengthTestProc] " + passed), c.bPassed ? 1U : 0U);
+    EXPECT_EQ(bench.world.LogLines("offset failed: offset= " + std::to_string(c.offsets.front()) + " (range +/- 5) !"),
               c.offsets.size() > 1 ? 1U : 0U);
-    world.ExpectSwitchedOff();
-    device.Close();
-    world.ExpectClean();
+    EXPECT_EQ(bench.world.LogLines("[WaveLengthTestProc] 525 nm: "), c.zeros == Zeros::Rebuilt ? 1U : 0U);
   }
 }
 
 TEST(WavelengthTest, PassedTestMakesAnUninitialisedDeviceReady) {
-  World world(InstrumentWithOffset(OLD_OFFSET));
-  Device device(world);
-  ASSERT_TRUE(device.StartUp());
-  SetOffsetsOfSpectra(world, {16, 20, -30, OLD_OFFSET, 4});
-  RunTest(device);
+  Bench bench(OLD);
+  ASSERT_TRUE(StartUpWithOwnZeros(bench));
+  bench.SetOffsetsOfSpectra({16, 20, -30, OLD_OFFSET, 4});
+  RunTest(bench);
   const MeasureRequest request = MeasureAt({500.0});
-  EXPECT_EQ(device->StartMeasure(&request), E_FAIL);
+  EXPECT_EQ(bench.device->StartMeasure(&request), E_FAIL);
 
-  const std::size_t nCalls = world.sink.Calls().size();
-  EXPECT_EQ(RunTest(device), S_OK);
-  EXPECT_EQ(CallsFrom(world, nCalls), ExpectedCalls(1, true, true));
-  EXPECT_EQ(world.LogLines("Set Home Position, because Attemp= 1 or bInitialized= 0"), 1U);
-  EXPECT_EQ(world.LogLines("set new m_iPositionOffset= 3 (old Position= 3)"), 1U) << "the failed test kept the old one";
-  EXPECT_EQ(ZerosOf(device), Zeros::Rebuilt);
+  RunTest(bench);
+  EXPECT_EQ(bench.Calls(), ExpectedCalls(1, true, true));
+  EXPECT_EQ(bench.world.LogLines("Set Home Position, because Attemp= 1 or bInitialized= 0"), 1U);
+  EXPECT_EQ(bench.world.LogLines("set new m_iPositionOffset= 3 (old Position= 3)"), 1U) << "the failed test kept it";
+  EXPECT_EQ(ZerosOf(bench), Zeros::Rebuilt);
 
   // The next one finds the device initialised, and the new offset is the measurements'.
-  EXPECT_EQ(RunTest(device), S_OK);
-  EXPECT_EQ(world.LogLines("set new m_iPositionOffset= 4 (old Position= 3)"), 1U);
-  ASSERT_EQ(device->StartMeasure(&request), S_OK);
-  ASSERT_TRUE(device.WaitUntilNotBusy());
-  DeviceState tables;
-  tables.Lock()->m_Params = DefaultParameters();
-  WavelengthModel model(tables);
-  ASSERT_TRUE(model.BuildTable());
-  EXPECT_EQ(world.sink.Results().back().dwPosition, model.GetTablePosition(500.0) + 4);
-  device.Close();
-  model.FreeTable();
+  RunTest(bench);
+  EXPECT_EQ(bench.world.LogLines("set new m_iPositionOffset= 4 (old Position= 3)"), 1U);
+  ASSERT_EQ(bench.device->StartMeasure(&request), S_OK);
+  ASSERT_TRUE(bench.device.WaitUntilNotBusy());
+  const auto dwPosition = bench.world.sink.Results().back().dwPosition;
+  EXPECT_NEAR(WavelengthOfPosition(DefaultParameters(), dwPosition - 4), 500.0, 0.05);
 }
 
 TEST(WavelengthTest, Refused) {
-  World world;
-  Device device(world);
-  EXPECT_EQ(device->StartWaveLengthTest(), E_FAIL) << "before Initialize";
-  ASSERT_EQ(device.Initialize(), S_OK);
-  EXPECT_EQ(device->StartWaveLengthTest(), E_FAIL) << "during the start-up";
-  ASSERT_TRUE(device.WaitUntilNotBusy());
-  EXPECT_TRUE(device->GetStatus().bInitialized);
-
-  const MeasureRequest request = MeasureAt({500.0});
-  ASSERT_EQ(device->StartMeasure(&request), S_OK);
-  EXPECT_EQ(device->StartWaveLengthTest(), E_FAIL) << "during a measurement";
-  ASSERT_TRUE(device.WaitUntilNotBusy());
-  EXPECT_EQ(world.sink.Count("OnNotify(7, 17, 100)"), 1U);
-
-  world.kernel.threads.Start(1);
-  EXPECT_EQ(device->StartWaveLengthTest(), E_FAIL) << "without a thread";
-  EXPECT_FALSE(device->GetStatus().bBusy);
-  EXPECT_TRUE(device->GetStatus().bInitialized);
-  EXPECT_EQ(RunTest(device), S_OK);
-
-  device->Shutdown();
-  EXPECT_EQ(device->StartWaveLengthTest(), E_FAIL) << "after Shutdown";
-  EXPECT_FALSE(device->GetStatus().bBusy);
-  device.Close();
-  world.ExpectClean();
+  Bench bench;
+  EXPECT_EQ(bench.device->StartWaveLengthTest(), E_FAIL) << "before Initialize";
+  ASSERT_EQ(bench.device.Initialize(), S_OK);
+  EXPECT_EQ(bench.device->StartWaveLengthTest(), E_FAIL) << "during the start-up";
+  ASSERT_TRUE(bench.device.WaitUntilNotBusy());
+  EXPECT_TRUE(bench.IsInitialized());
+  bench.world.kernel.threads.Start(1);
+  EXPECT_EQ(bench.device->StartWaveLengthTest(), E_FAIL) << "without a thread";
+  EXPECT_FALSE(bench.device->GetStatus().bBusy);
+  EXPECT_TRUE(bench.IsInitialized());
+  bench.device->Shutdown();
+  EXPECT_EQ(bench.device->StartWaveLengthTest(), E_FAIL) << "after Shutdown";
 }
 
 TEST(WavelengthTest, SpectraThatFailCountAsOutOfTolerance) {
+  const auto add = [](const simulator::Fault& fault) { return [fault](Bench& b) { b.AddFault(fault); }; };
+  const auto cancelAt = [](const char* call) {
+    return [call](Bench& b) { b.On(call, [&b] { b.device->CancelMeasurement(); }); };
+  };
   struct {
     const char* what;
-    std::function<void(World&, Device&)> fault;
+    std::function<void(Bench&)> fault;
     bool bPassed;
   } const cases[] = {
-      {"first scan answered with an error",
-       [](World& w, Device&) {
-         w.unit.WireFaults().Add({simulator::FaultKind::Error, 's', 1});
-       },
-       true},
-      {"filter scan stops short",
-       [](World& w, Device&) {
-         simulator::Fault fault{simulator::FaultKind::StopAfter, 's', 2};
-         fault.count = 5;
-         w.unit.WireFaults().Add(fault);
-       },
-       true},
-      {"every scan answered with an error",
-       [](World& w, Device&) {
-         w.unit.WireFaults().Add({simulator::FaultKind::Error, 's'});
-       },
-       false},
-      {"cancelled behind the open pass",
-       [](World& w, Device& d) { w.sink.On("OnNotify(0, 4, 50)", [&d] { d->CancelMeasurement(); }); }, false},
-      {"cancelled behind the filter pass",
-       [](World& w, Device& d) { w.sink.On("OnNotify(0, 4, 75)", [&d] { d->CancelMeasurement(); }); }, false},
-      {"cancelled at the start",
-       [](World& w, Device& d) { w.sink.On("OnNotify(0, 29, 0)", [&d] { d->CancelMeasurement(); }); }, false},
+      {"first scan answered with an error", add({FaultKind::Error, 's', 1}), true},
+      {"filter scan stops short", add({.kind = FaultKind::StopAfter, .letter = 's', .nth = 2, .count = 5}), true},
+      {"every scan answered with an error", add({FaultKind::Error, 's'}), false},
+      {"cancelled behind the open pass", cancelAt("4/50"), false},
+      {"cancelled behind the filter pass", cancelAt("4/75"), false},
+      {"cancelled at the start", cancelAt("29/0"), false},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
-    World world;
-    Device device(world);
-    ASSERT_TRUE(device.StartUp());
-    const std::size_t nCalls = world.sink.Calls().size();
-    c.fault(world, device);
-    EXPECT_EQ(RunTest(device), S_OK);
-    EXPECT_EQ(device->GetStatus().bInitialized, c.bPassed ? TRUE : FALSE);
-    const Calls calls = CallsFrom(world, nCalls);
-    EXPECT_EQ(std::ranges::count(calls, "OnError(0, 4294967294)"), c.bPassed ? 0 : 1);
-    EXPECT_EQ(calls.back(), c.bPassed ? "OnNotify(0, 30, 0)" : "OnNotify(0, 35, 0)");
-    // The run's cancel does not outlive it.
-    EXPECT_FALSE(device->GetStatus().bCancel);
-    world.ExpectSwitchedOff();
-    device.Close();
-    world.ExpectClean();
+    Bench bench;
+    ASSERT_TRUE(bench.StartUp(ZEROS));
+    c.fault(bench);
+    RunTest(bench);
+    EXPECT_EQ(bench.IsInitialized(), c.bPassed);
+    EXPECT_EQ(bench.Ends(), c.bPassed ? "" : "OnError(0, 4294967294)");
+    EXPECT_THAT(bench.Calls(), testing::EndsWith(c.bPassed ? " 30/0" : " 35/0"));
+    EXPECT_EQ(bench.world.LogLines("offset failed: offset= 0 "), 0U) << "0 is no offset out of range";
+    EXPECT_FALSE(bench.device->GetStatus().bCancel) << "the run's cancel does not outlive it";
   }
 }
 
 TEST(WavelengthTest, CommandErrorEndsIt) {
-  World world;
-  Device device(world);
-  ASSERT_TRUE(device.StartUp());
-  SetOffsetsOfSpectra(world, {6});
-  world.unit.WireFaults().Add({simulator::FaultKind::Error, 'z'});
-  EXPECT_EQ(RunTest(device), S_OK);
-  EXPECT_EQ(world.sink.Count("OnError(0, 84)"), 1U);
-  EXPECT_EQ(world.sink.Count("OnNotify(0, 35, 0)"), 1U);
-  EXPECT_FALSE(device->GetStatus().bInitialized);
-  EXPECT_EQ(ErrorRecords(world, "WaveLengthTestProc", "SetHomePosition", 84), 1U);
-  device.Close();
-  world.ExpectClean();
+  Bench bench;
+  ASSERT_TRUE(bench.StartUp(ZEROS));
+  bench.SetOffsetsOfSpectra({6});
+  bench.AddFault({FaultKind::Error, 'z'});
+  RunTest(bench);
+  EXPECT_EQ(bench.Ends(), "OnError(0, 84)");
+  EXPECT_EQ(bench.Count("35/0"), 1U);
+  EXPECT_FALSE(bench.IsInitialized());
+  EXPECT_EQ(ErrorRecords(bench.world), Texts{"[WaveLengthTestProc] SetHomePosition returned 84"});
+  EXPECT_EQ(bench.Commands("$ "), 1) << "the motor is released";
 }
 
 TEST(WavelengthTest, ZerosWithoutLight) {
-  struct {
-    const char* what;
-    /// Readings, dark and light, after which the lamp shines again; 0: never.
-    int iDarkFor;
-    bool bPassed;
-  } const cases[] = {{"nine tries fail", 18, true}, {"ten tries fail", 0, false}};
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.what);
-    World world;
-    Device device(world);
-    ASSERT_TRUE(device.StartUp());
-    SetOffsetsOfSpectra(world, {6});
+  for (const bool bPassed : {true, false}) {  // after nine tries without light, and with ten
+    Bench bench;
+    ASSERT_TRUE(bench.StartUp(ZEROS));
+    bench.SetOffsetsOfSpectra({6});
     int iReadings = 0;
     bool bZeros = false;
-    world.sink.On("OnNotify(0, 34, 0)", [&] { bZeros = true; });
-    world.ports.beforeWrite = [&, setOffset = world.ports.beforeWrite](std::string_view bytes) {
+    bench.On("34/0", [&] { bZeros = true; });
+    bench.world.ports.beforeWrite = [&, setOffset = bench.world.ports.beforeWrite](std::string_view bytes) {
       setOffset(bytes);
       if (bZeros && bytes == "$a3\r") {
-        simulator::InstrumentFaults faults = world.unit.Settings().faults;
-        // Without a shutter that closes, no light and no difference between the two.
-        faults.stuckShutter = iReadings < c.iDarkFor || c.iDarkFor == 0 ? std::optional<bool>(true) : std::nullopt;
+        InstrumentFaults faults = bench.world.unit.Settings().faults;
+        // With a shutter that stays closed the light reading is the dark one.
+        faults.stuckShutter = iReadings < 18 || !bPassed ? std::optional<bool>(true) : std::nullopt;
         faults.detectorNoise = 0.0;
-        world.unit.SetFaults(faults);
+        bench.world.unit.SetFaults(faults);
         ++iReadings;
       }
     };
-    EXPECT_EQ(RunTest(device), S_OK);
-    EXPECT_EQ(device->GetStatus().bInitialized, c.bPassed ? TRUE : FALSE);
-    EXPECT_EQ(world.sink.Count("OnError(0, 4294967293)"), c.bPassed ? 0U : 1U);
-    EXPECT_EQ(iReadings, c.bPassed ? 2 * (9 + 24) : 2 * 10);
-    EXPECT_EQ(ZerosOf(device), c.bPassed ? Zeros::Rebuilt : Zeros::None);
-    world.ExpectSwitchedOff();
-    device.Close();
-    world.ExpectClean();
+    RunTest(bench);
+    EXPECT_EQ(bench.IsInitialized(), bPassed);
+    EXPECT_EQ(bench.Ends(), bPassed ? "" : "OnError(0, 4294967293)");
+    EXPECT_EQ(iReadings, bPassed ? 2 * (9 + 3) : 2 * 10);
+    EXPECT_EQ(ZerosOf(bench), bPassed ? Zeros::Rebuilt : Zeros::None);
   }
 }
 
 TEST(WavelengthTest, CuvetteHasToBeRemoved) {
-  World world;
-  Device device(world);
-  ASSERT_TRUE(device.StartUp());
-  const std::size_t nCalls = world.sink.Calls().size();
-  SetOffsetsOfSpectra(world, {6});
-  world.holder.Insert(10, world.board.Now());
-  const auto insert = [&] { world.holder.Insert(10, world.board.Now()); };
-  const auto remove = [&] { world.holder.Remove(world.board.Now() + 2 * 1'000'000); };
-  world.sink.On("OnNotify(0, 31, 2)", remove);
-  world.sink.On("OnNotify(0, 7, 50)", insert);
-  EXPECT_EQ(RunTest(device), S_OK);
-  Calls calls = CallsFrom(world, nCalls);
-  std::erase_if(calls, [](const std::string& call) { return call.starts_with("OnCuvetteChanged"); });
-  Calls expected = ExpectedCalls(2, true, true);
-  for (const char* before : {"OnNotify(0, 4, 50)", "OnNotify(0, 7, 54)"}) {
-    const auto place = std::ranges::find(expected, before);
-    expected.insert(place, {"OnNotify(0, 31, 2)", "OnNotify(0, 32, 2)"});
-  }
-  EXPECT_EQ(calls, expected) << "asked twice; the zero measurement goes on where it was";
-  device.Close();
-  world.ExpectClean();
+  Bench bench;
+  ASSERT_TRUE(bench.StartUp(ZEROS));
+  bench.SetOffsetsOfSpectra({6});
+  bench.InsertAndWait();
+  bench.RemoveAfter("31/2");
+  bench.On("7/33", [&] { bench.Insert(10); });
+  RunTest(bench);
+  EXPECT_EQ(bench.Calls(),
+            "43/0 33/0 29/0 31/2 32/2 4/50 4/75 4/75 4/50 4/75 4/100 5/0 34/0 7/33 31/2 32/2 7/66 7/100 43/1 30/0")
+      << "asked twice; the zero measurement goes on where it was";
 }
 
 }  // namespace

@@ -1,6 +1,8 @@
 #include "support/RecordingSink.h"
 
 #include <algorithm>
+#include <array>
+#include <cstring>
 
 #include "platform/Platform.h"
 
@@ -99,6 +101,17 @@ void RecordingSink::OnReferenceValues(const std::vector<WavelengthCalibrationEnt
     m_References = *pValues;
   }
   Enter(FormatText(TEXT_LIMIT, "OnReferenceValues(%zu)", pValues->size()));
+}
+
+void RecordingSink::OnSystemCheckStatus(const SystemCheckStatus* pStatus) {
+  constexpr std::size_t FIRST_STATE = 9;
+  std::array<DWORD, sizeof(SystemCheckStatus) / sizeof(DWORD)> words{};
+  std::memcpy(words.data(), pStatus, sizeof(SystemCheckStatus));
+  std::string text;
+  for (std::size_t i = 0; i < words.size(); ++i) {
+    text += (i == 0 ? "" : i == FIRST_STATE ? "  " : " ") + std::to_string(words[i]);
+  }
+  Enter("OnSystemCheckStatus(" + text + ")");
 }
 
 void RecordingSink::OnLampSwitching(BOOL bSwitching) {

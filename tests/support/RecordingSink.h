@@ -41,6 +41,8 @@ class RecordingSink final : public EmptySink {
   void OnResult(DWORD dwRequestId, const MeasureValues* pValues) override;
   void OnCuvetteChanged(LONG iCuvetteSize) override;
   void OnError(DWORD dwRequestId, DWORD dwError) override;
+  /// Records the thirteen words, the steps' states apart: "OnSystemCheckStatus(0 1 1 0 0 0 0 0 0  2 0 0 0)".
+  void OnSystemCheckStatus(const SystemCheckStatus* pStatus) override;
   void OnReferenceValues(const std::vector<WavelengthCalibrationEntry>* pValues) override;
   void OnLampSwitching(BOOL bSwitching) override;
   void OnWarmUpCountdown(DWORD dwSeconds) override;
