@@ -20,8 +20,8 @@ namespace photometer {
 class IPhotometerSink {
  public:
   /// Progress and state of every procedure. 25: thread started (value 0); 4: progress, per cent; 15: a measurement
-  /// completed, per cent; 17: finished (100); 18: cancelled (100); 1 to 12, 29, 30, 33 to 35, 39, 43: stages of start-up
-  /// and wavelength test; 31 and 32: a cuvette has to be removed, and was.
+  /// completed, per cent; 17: finished (100); 18: cancelled (100); 1 to 12, 29, 30, 33 to 35, 39, 43: stages of
+  /// start-up and wavelength test; 31 and 32: a cuvette has to be removed, and was.
   virtual void OnNotify(DWORD dwRequestId, DWORD dwCode, DWORD dwValue) = 0;
   /// Results of a procedure. A spectrum comes in portions, of which one may be empty.
   virtual void OnResult(DWORD dwRequestId, const MeasureValues* pValues) = 0;

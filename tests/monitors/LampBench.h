@@ -125,9 +125,13 @@ class LampRegistry final : public platform::ForwardingRegistry {
     const std::lock_guard lock(m_Mutex);
     return m_Added;
   }
-  void Forget() {
-    const std::lock_guard lock(m_Mutex);
-    m_Added.clear();
+  /// Of all that was added.
+  [[nodiscard]] DWORD Sum() const {
+    DWORD dwSum = 0;
+    for (const std::string& added : Added()) {
+      dwSum += static_cast<DWORD>(std::stoul(added.substr(added.find('+'))));
+    }
+    return dwSum;
   }
   platform::HANDLE OpenKey(const std::u16string& path) override {
     return bNoKey ? 0 : ForwardingRegistry::OpenKey(path);
@@ -137,11 +141,12 @@ class LampRegistry final : public platform::ForwardingRegistry {
   }
   bool SetValue(platform::HANDLE key, const std::u16string& name, DWORD dwValue) override {
     const DWORD dwAdded = dwValue - ForwardingRegistry::QueryValue(key, name).value_or(0);
-    {
-      const std::lock_guard lock(m_Mutex);
-      m_Added.push_back(platform::WideCharToMultiByte(name) + " +" + std::to_string(dwAdded));
+    if (bWriteFails || !ForwardingRegistry::SetValue(key, name, dwValue)) {
+      return false;
     }
-    return !bWriteFails && ForwardingRegistry::SetValue(key, name, dwValue);
+    const std::lock_guard lock(m_Mutex);
+    m_Added.push_back(platform::WideCharToMultiByte(name) + " +" + std::to_string(dwAdded));
+    return true;
   }
 
  private:
@@ -227,6 +232,7 @@ class LampBench {
     EXPECT_FALSE(IsBusy());
   }
   [[nodiscard]] UVSession Session() { return *state.Lock(); }
+  void SetSession(const UVSession& session) { static_cast<UVSession&>(*state.Lock()) = session; }
   /// After what is on the wire has been carried out.
   [[nodiscard]] bool BurnsAtUnit() {
     for (int i = 0; i < 1000 && (i < 2 || !world.unit.IsIdle()); ++i) {

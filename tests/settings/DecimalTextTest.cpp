@@ -1,6 +1,6 @@
 #include <limits>
 #include <string>
-#include <vector>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -11,11 +11,7 @@ namespace {
 
 TEST(DecimalTextTest, RealsBeyondTheRangeBecomeTheNearestThatFits) {
   constexpr double Largest = std::numeric_limits<double>::max();
-  struct Case {
-    std::string text;
-    double dExpected;
-  };
-  const std::vector<Case> cases = {
+  const std::pair<std::string, double> cases[] = {
       {"1e400", Largest},
       {"-1e400", -Largest},
       {"1e99999999999999999999", Largest},
@@ -33,8 +29,8 @@ TEST(DecimalTextTest, RealsBeyondTheRangeBecomeTheNearestThatFits) {
       {"+-1", 0},
       {"+1.5.2", 1.5},
   };
-  for (const Case& row : cases) {
-    EXPECT_EQ(ParseReal(row.text), row.dExpected) << row.text;
+  for (const auto& [text, dExpected] : cases) {
+    EXPECT_EQ(ParseReal(text), dExpected) << text;
   }
 }
 

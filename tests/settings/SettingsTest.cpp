@@ -1,3 +1,4 @@
+#include <regex>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -11,8 +12,6 @@
 namespace photometer {
 namespace {
 
-using Lines = std::vector<std::string>;
-
 const std::u16string MissingMessage = u"[Tools] Missing parameter in file 'settings.cfg'.\n\r";
 
 const std::string CalibrationList =
@@ -20,72 +19,34 @@ const std::string CalibrationList =
     "510.0,0.000;520.0,0.000;525.0,0.000;530.0,0.000;540.0,0.000;545.0,0.000;558.0,0.000;585.0,0.000;605.0,0.000;"
     "620.0,0.000;680.0,0.000;690.0,0.000;800.0,0.000;820.0,0.000;885.0,0.000";
 
-const Lines DefaultLines = {
-    "LowerFilterWL=375",
-    "MiddleFilterWL=450",
-    "UpperFilterWL=550",
-    "RefMinWL=340",
-    "RefMaxWL=380",
-    "Peak1=360.7",
-    "Peak2=453.8",
-    "Peak3=537.0",
-    "F0=-1771912.20088685",
-    "F1=89325.07932532",
-    "F2=-0.18985745",
-    "F3=-0.00004438",
-    "UV=true",
-    "Manufacturer=VELTRANOMETRIK GmbH & Co. KG",
-    "Model=KESTRA-UV",
-    "SN=0",
-    "FA=0.00011234",
-    "FB=-3.16358212",
-    "FC=0.00003332",
-    "FD=-2.67440103",
-    "HalogenMin=330",
-    "HalogenMax=1100",
-    "UVMin=190",
-    "UVMax=350",
-    "Zeros=" + CalibrationList,
-    "CODOffsets=" + CalibrationList,
-    "NitrateOffsets=" + CalibrationList,
-    "ZeroCalibrationDT=2000;1;1;12;0",
-    "ZeroOffsetCalibDT=2000;1;1;12;0",
-    "TurbHighCalibrationDT=2000;1;1;12;0",
-    "TurbLowCalibrationDT=2000;1;1;12;0",
-    "HalLampOffset=0",
-    "UVLampOffset=0",
-    "HalLampFactor=1.00",
-    "UVLampFactor=1.00",
-    "StartPoints=",
-    "StartPointsRef=",
-    "VolumeMultiplier=2000",
-    "WavelengthTest=0",
-    "DbFlashWaitTime=15",
-    "TurbCalHigh=",
-    "TurbCalLow=",
-    "TurbCalRef=",
-    "TurbHighCalibrationDTAdjusted=2000;1;1;12;0",
-    "TurbLowCalibrationDTAdjusted=2000;1;1;12;0",
-};
+const std::string DefaultText =
+    "LowerFilterWL=375\nMiddleFilterWL=450\nUpperFilterWL=550\nRefMinWL=340\nRefMaxWL=380\n"
+    "Peak1=360.7\nPeak2=453.8\nPeak3=537.0\n"
+    "F0=-1771912.20088685\nF1=89325.07932532\nF2=-0.18985745\nF3=-0.00004438\n"
+    "UV=true\nManufacturer=VELTRANOMETRIK GmbH & Co. KG\nModel=KESTRA-UV\nSN=0\n"
+    "FA=0.00011234\nFB=-3.16358212\nFC=0.00003332\nFD=-2.67440103\n"
+    "HalogenMin=330\nHalogenMax=1100\nUVMin=190\nUVMax=350\n"
+    "Zeros=" +
+    CalibrationList + "\nCODOffsets=" + CalibrationList + "\nNitrateOffsets=" + CalibrationList +
+    "\n"
+    "ZeroCalibrationDT=2000;1;1;12;0\nZeroOffsetCalibDT=2000;1;1;12;0\n"
+    "TurbHighCalibrationDT=2000;1;1;12;0\nTurbLowCalibrationDT=2000;1;1;12;0\n"
+    "HalLampOffset=0\nUVLampOffset=0\nHalLampFactor=1.00\nUVLampFactor=1.00\n"
+    "StartPoints=\nStartPointsRef=\nVolumeMultiplier=2000\nWavelengthTest=0\nDbFlashWaitTime=15\n"
+    "TurbCalHigh=\nTurbCalLow=\nTurbCalRef=\n"
+    "TurbHighCalibrationDTAdjusted=2000;1;1;12;0\nTurbLowCalibrationDTAdjusted=2000;1;1;12;0\n";
 
-std::string KeyOf(const std::string& line) { return line.substr(0, line.find('=') + 1); }
-
-std::string Join(const Lines& lines, const std::string& lineEnd) {
-  std::string content;
-  for (const std::string& line : lines) {
-    content += line + lineEnd;
-  }
-  return content;
+/// Where the line of the key begins that `line` begins with.
+std::size_t LineOf(const std::string& text, const std::string& line) {
+  return text.starts_with(line.substr(0, line.find('=') + 1))
+             ? 0
+             : text.find("\n" + line.substr(0, line.find('=') + 1)) + 1;
 }
 
-/// The lines with the one of the same key replaced.
-Lines With(Lines lines, const std::string& replacement) {
-  for (std::string& line : lines) {
-    if (KeyOf(line) == KeyOf(replacement)) {
-      line = replacement;
-    }
-  }
-  return lines;
+/// The text with the line of the same key replaced.
+std::string With(std::string text, const std::string& line) {
+  const std::size_t nStart = LineOf(text, line);
+  return text.replace(nStart, text.find('\n', nStart) - nStart, line);
 }
 
 class SettingsTest : public testing::Test {
@@ -106,15 +67,13 @@ class SettingsTest : public testing::Test {
     return ReadSettings(&m_Settings, &m_bZerosChanged);
   }
 
-  /// The record as the file's lines.
-  Lines Written() {
+  /// The record as the file has it.
+  std::string Written() {
     EXPECT_EQ(WriteSettings(&m_Settings), S_OK);
-    std::istringstream content(platform::LoadFileW(Path().c_str(), 1U << 20U).value_or(""));
-    Lines lines;
-    for (std::string line; std::getline(content, line);) {
-      lines.push_back(line);
-    }
-    return lines;
+    return Content();
+  }
+  [[nodiscard]] std::string Content() const {
+    return platform::LoadFileW(Path().c_str(), 1U << 20U).value_or("no file");
   }
 
   platform::VirtualBoard m_Board;
@@ -124,25 +83,21 @@ class SettingsTest : public testing::Test {
 };
 
 TEST_F(SettingsTest, DefaultsAreWrittenByteForByteAndReadBack) {
-  EXPECT_EQ(Written(), DefaultLines);
-  EXPECT_EQ(platform::LoadFileW(Path().c_str(), 1U << 20U), Join(DefaultLines, "\n"));
-
+  EXPECT_EQ(Written(), DefaultText);
   EXPECT_EQ(ReadSettings(&m_Settings, &m_bZerosChanged), S_OK);
   EXPECT_EQ(m_bZerosChanged, FALSE);
-  EXPECT_EQ(Read(Join(DefaultLines, "\r\n")), S_OK);
-  EXPECT_EQ(Written(), DefaultLines);
+  EXPECT_EQ(Read(std::regex_replace(DefaultText, std::regex("\n"), "\r\n")), S_OK);
+  EXPECT_EQ(Written(), DefaultText);
   EXPECT_EQ(m_Board.DebugText(), u"");
 }
 
 TEST_F(SettingsTest, EachCountedKeyMustBeThereOnce) {
-  for (std::size_t nLine = 0; nLine < DefaultLines.size(); ++nLine) {
-    const HRESULT expected = DefaultLines[nLine].starts_with("WavelengthTest=") ? S_OK : E_FAIL;
-    Lines missing = DefaultLines;
-    missing.erase(missing.begin() + static_cast<std::ptrdiff_t>(nLine));
-    EXPECT_EQ(Read(Join(missing, "\n")), expected) << DefaultLines[nLine];
-    Lines twice = DefaultLines;
-    twice.push_back(DefaultLines[nLine]);
-    EXPECT_EQ(Read(Join(twice, "\n")), expected) << DefaultLines[nLine];
+  std::istringstream lines(DefaultText);
+  for (std::string line; std::getline(lines, line);) {
+    const HRESULT expected = line.starts_with("WavelengthTest=") ? S_OK : E_FAIL;
+    std::string missing = DefaultText;
+    EXPECT_EQ(Read(missing.erase(LineOf(missing, line), line.size() + 1)), expected) << line;
+    EXPECT_EQ(Read(DefaultText + line + "\n"), expected) << line;
   }
 }
 
@@ -197,9 +152,9 @@ TEST_F(SettingsTest, TakesWhatAValueHolds) {
   };
   for (const Case& row : cases) {
     SetDefaultSettings(&m_Settings);
-    EXPECT_EQ(Read(Join(With(DefaultLines, row.read), "\n")), S_OK) << row.read;
+    EXPECT_EQ(Read(With(DefaultText, row.read)), S_OK) << row.read;
     EXPECT_EQ(m_bZerosChanged, row.bZerosChanged) << row.read;
-    EXPECT_EQ(Written(), With(DefaultLines, row.written)) << row.read;
+    EXPECT_EQ(Written(), With(DefaultText, row.written)) << row.read;
   }
 }
 
@@ -209,14 +164,14 @@ TEST_F(SettingsTest, IgnoresForeignLinesAndKeepsWhatTheFileDoesNotName) {
             E_FAIL);
   EXPECT_EQ(m_Board.DebugText(), MissingMessage);
   m_Settings.UVMin = 190;
-  EXPECT_EQ(Written(), With(DefaultLines, "UVMax=349"));
+  EXPECT_EQ(Written(), With(DefaultText, "UVMax=349"));
 }
 
 TEST_F(SettingsTest, EmptyListOfTheRecordStaysEmpty) {
   m_Settings.Zeros.clear();
-  EXPECT_EQ(Read(Join(DefaultLines, "\n")), S_OK);
+  EXPECT_EQ(Read(DefaultText), S_OK);
   EXPECT_EQ(m_bZerosChanged, TRUE);
-  EXPECT_EQ(Read(Join(With(DefaultLines, "Zeros="), "\n")), S_OK);
+  EXPECT_EQ(Read(With(DefaultText, "Zeros=")), S_OK);
   EXPECT_EQ(m_bZerosChanged, FALSE);
   EXPECT_TRUE(m_Settings.Zeros.empty());
 }
@@ -225,9 +180,7 @@ TEST_F(SettingsTest, TextsBringNoLinesOfTheirOwn) {
   m_Settings.Manufacturer = u"Ω & Müller\nUV=false";
   m_Settings.Model = u"K\rx";
   m_Settings.SN = std::u16string(u"1\0002", 3);
-  Lines expected = With(DefaultLines, "Manufacturer=? & M\xFCller");
-  expected = With(With(expected, "Model=K"), "SN=1");
-  EXPECT_EQ(Written(), expected);
+  EXPECT_EQ(Written(), With(With(With(DefaultText, "Manufacturer=? & M\xFCller"), "Model=K"), "SN=1"));
 }
 
 TEST_F(SettingsTest, FailsCleanly) {
@@ -238,13 +191,13 @@ TEST_F(SettingsTest, FailsCleanly) {
   EXPECT_EQ(m_bZerosChanged, FALSE);
   EXPECT_EQ(ReadSettings(&m_Settings), E_FAIL) << "no file";
   EXPECT_EQ(m_Board.DebugText(), MissingMessage + MissingMessage);
-  EXPECT_EQ(Written(), DefaultLines);
+  EXPECT_EQ(Written(), DefaultText);
 
   m_Settings.UVMin = 200;
   m_Board.SetDiskFull(m_strFolder, true);
   EXPECT_EQ(WriteSettings(&m_Settings), E_FAIL);
   m_Board.SetDiskFull(m_strFolder, false);
-  EXPECT_EQ(platform::LoadFileW(Path().c_str(), 1U << 20U), Join(DefaultLines, "\n")) << "the old file stands";
+  EXPECT_EQ(Content(), DefaultText) << "the old file stands";
 }
 
 }  // namespace
