@@ -234,6 +234,9 @@ HRESULT Photometer::StartProcedure(const ProcedureStart& start) {
 
 HRESULT Photometer::ClaimAndStart(const char* name, const std::function<void(Instrument&)>& run, DWORD* pThreadId) {
   const auto state = m_Instrument.state.Lock();
+  if (m_Instrument.state.IsStopping()) {
+    return E_FAIL;  // the events that the stop has signalled stay so
+  }
   state->m_Status.bBusy = TRUE;
   state->m_Status.bCancel = FALSE;
   ResetEvent(m_Instrument.state.CancelEvent());

@@ -73,7 +73,8 @@ class Photometer final : public IPhotometer {
     std::function<void(Instrument&)> run;
   };
   HRESULT StartProcedure(const ProcedureStart& start);
-  /// State lock held, device not busy: marks it busy and starts the thread.
+  /// State lock held, device not busy: marks it busy and starts the thread. E_FAIL: the device stops, or the thread
+  /// cannot be created.
   HRESULT ClaimAndStart(const char* name, const std::function<void(Instrument&)>& run, DWORD* pThreadId);
   [[nodiscard]] PhotometerParameters Params() { return m_Instrument.state.Lock()->m_Params; }
 

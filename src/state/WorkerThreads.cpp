@@ -13,6 +13,9 @@ WorkerThreads::~WorkerThreads() {
 
 BOOL WorkerThreads::Start(const char* name, std::function<void()> body, DWORD* pThreadId) {
   const auto state = m_State.Lock();
+  if (m_State.IsStopping()) {
+    return FALSE;  // whoever waits for the threads has counted them, or is about to
+  }
   Reap();
   DWORD dwThreadId = 0;
   auto keepingOwner = [pOwner = m_pOwner.lock(), body = std::move(body)] { body(); };

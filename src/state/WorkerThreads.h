@@ -19,7 +19,7 @@ class WorkerThreads {
 
   /// What every thread keeps alive. Set once, before the first start.
   void SetOwner(std::weak_ptr<void> pOwner) { m_pOwner = std::move(pOwner); }
-  /// Starts a thread. False: it could not be created. May be called with the state lock held.
+  /// Starts a thread. False: it could not be created, or the device stops. May be called with the state lock held.
   BOOL Start(const char* name, std::function<void()> body, DWORD* pThreadId = nullptr);
   /// Waits until every thread but the calling one has ended. False: one has not, after this time.
   BOOL WaitUntilEnded(DWORD dwMilliseconds);

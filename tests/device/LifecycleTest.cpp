@@ -218,6 +218,28 @@ TEST(Lifecycle, ShutdownSwitchesOffFirst) {
   world.ExpectClean();
 }
 
+TEST(Lifecycle, NothingStartsOnceAShutdownHasBegun) {
+  World world;
+  Device device(world);
+  ASSERT_TRUE(device.StartUp());
+  const int iRunning = world.kernel.Running();
+  int iTried = 0;
+  world.ports.beforeWrite = [&](std::string_view bytes) {
+    if (bytes == "$r0\r") {
+      ++iTried;
+      EXPECT_EQ(device->StartWaveLengthTest(), E_FAIL);
+      EXPECT_EQ(device->SetUVLamp(TRUE, 0), E_FAIL);
+      EXPECT_EQ(device->StartFlush(1), E_FAIL);
+      EXPECT_LE(world.kernel.Running(), iRunning);
+    }
+  };
+  EXPECT_EQ(device->Shutdown(), S_OK);
+  EXPECT_EQ(iTried, 1);
+  EXPECT_EQ(world.LogLines("[WaveLengthTestProc]"), 0U);
+  device.Close();
+  world.ExpectClean();
+}
+
 TEST(Lifecycle, ShutdownBeforeInitialize) {
   World world;
   Device device(world);
