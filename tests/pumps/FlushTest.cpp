@@ -53,6 +53,27 @@ TEST(Flush, Ends) {
   }
 }
 
+TEST(Flush, BytesThatAreNoEndDoNotKeepItAlive) {
+  struct {
+    const char* bytes;  // each second
+    Texts calls;
+    DWORD dwSeconds;
+  } const cases[] = {{"x", {"PumpError 0 522"}, 600}, {"\x02y;a\x03", {"PumpError 0 523"}, 204}};
+  for (const auto& c : cases) {
+    PumpBench bench(MODE_ZQ_410);
+    bench.zq410.Line().Faults().Add({.kind = FaultKind::Silence});
+    const simulator::Time now = bench.world.board.Now();
+    for (simulator::Time n = 0; n < 620; ++n) {
+      bench.Line().SendBytes(now + n * 1'000'000, c.bytes);
+    }
+    bench.flush.StartFlush(3);
+    Sleep(c.dwSeconds * 1000 - 500);
+    EXPECT_EQ(bench.host.Calls(), Texts{});
+    Sleep(1000);
+    EXPECT_EQ(bench.host.Calls(), c.calls);
+  }
+}
+
 TEST(Flush, RunsWithoutAnInitialisedDeviceAndWithoutEvents) {
   for (const LONG iMode : {0, MODE_ZQ_410}) {
     for (const BOOL bDetected : {FALSE, TRUE}) {
