@@ -37,7 +37,7 @@ class IPhotometerSink {
   virtual void OnSystemCheckStatus(const SystemCheckStatus* pStatus) = 0;
   /// The zero values of a successful start-up.
   virtual void OnReferenceValues(const std::vector<WavelengthCalibrationEntry>* pValues) = 0;
-  /// Bytes arrived on the external port (operating mode 0). What the host writes into `pReply` is sent back.
+  /// Bytes arrived on the external port (all operating modes but 1). What the host writes into `pReply` is sent back.
   virtual void OnExternalPortData(const char* pData, DWORD dwLength, std::string* pReply) = 0;
   /// The interval of the wavelength check has passed.
   virtual void OnWavelengthCheckDue() = 0;

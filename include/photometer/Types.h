@@ -23,7 +23,7 @@ inline constexpr BOOL TRUE = 1;
 inline constexpr HRESULT S_OK = 0;
 /// A required pointer is null.
 inline constexpr HRESULT E_POINTER = static_cast<HRESULT>(0x80004003U);
-/// The operation is not possible now (busy, not initialised), failed, or is not part of this version.
+/// The operation is not possible now (busy, not initialised, being shut down), or failed.
 inline constexpr HRESULT E_FAIL = static_cast<HRESULT>(0x80004005U);
 /// `Initialize`: already initialised. `StartScan`: busy or not initialised.
 inline constexpr HRESULT E_ACCESSDENIED = static_cast<HRESULT>(0x80070005U);
