@@ -2,6 +2,7 @@
 
 #include "logging/LogFiles.h"
 #include "optics/InOrder.h"
+#include "optics/OpticalExchange.h"
 #include "optics/ShutterReading.h"
 #include "optics/UnitValues.h"
 

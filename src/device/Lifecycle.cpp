@@ -18,8 +18,6 @@ constexpr DWORD TURN_LOOK = 100;
 /// How long a write of the host to the optical port, begun before the stop, is given to end, ms.
 constexpr DWORD WRITE_END_LIMIT = 100;
 
-constexpr DWORD VERSION_SILENCE = 202;
-
 /// The version's text with `?` for control characters: bytes that strayed into the answer must not tear a log line.
 std::string OneLine(std::string text) {
   std::ranges::replace_if(

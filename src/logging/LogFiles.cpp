@@ -35,6 +35,8 @@ std::string ErrorListDate() {
                               time.wMinute);
 }
 
+void WriteSeparator(const char16_t* path) { WriteLogLine(path, std::string(SeparatorLength, ':'), FALSE); }
+
 /// Low 32 bits of the file's size; 0 when there is no file.
 DWORD FileSize(const char16_t* path) {
   const auto status = platform::FindFirstFileW(path);
@@ -106,7 +108,7 @@ void LogPhotometerF(BOOL bDebugOutput, const char* format, ...) {
 }
 
 int LogSeparator() {
-  WriteLogLine(DeviceLogPath, std::string(SeparatorLength, ':'), FALSE);
+  WriteSeparator(DeviceLogPath);
   return 1;
 }
 
@@ -170,7 +172,7 @@ void LogRoboterW(std::u16string_view text) {
 }
 
 int InitRoboterLog(std::u16string_view restartText) {
-  WriteLogLine(RoboterLogPath, std::string(SeparatorLength, ':'), FALSE);
+  WriteSeparator(RoboterLogPath);
   LogRoboterW(u"DLL [Roboter] initialize...");
   LogRoboterW(u"Last restart of device: " + std::u16string(restartText));
   return 1;

@@ -1,5 +1,7 @@
 #include "optics/Detectors.h"
 
+#include "optics/OpticalExchange.h"
+
 namespace photometer {
 
 namespace {

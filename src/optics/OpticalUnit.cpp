@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <limits>
 
+#include "optics/OpticalExchange.h"
 #include "optics/UnitValues.h"
 
 namespace photometer {
@@ -56,7 +57,6 @@ constexpr double LAMP_RISE = 10000.0;
 constexpr DWORD LAMP_FAN_LEVEL = 7;
 constexpr DWORD COUNTDOWN_STEP = 1000;
 
-constexpr DWORD VERSION_SILENCE = 202;
 constexpr DWORD VERSION_NOT_WRITTEN = 205;
 
 LONG Flag(BOOL b) { return b ? 1 : 0; }

@@ -14,6 +14,9 @@
 
 namespace photometer {
 
+/// The firmware version was not told within its time.
+inline constexpr DWORD VERSION_SILENCE = 202;
+
 struct OpticalCommand;
 
 class OpticalUnit {

@@ -8,6 +8,7 @@
 
 #include <vector>
 
+#include "optics/OpticalExchange.h"
 #include "optics/OpticalLink.h"
 #include "optics/PointStream.h"
 #include "optics/ShutterReading.h"

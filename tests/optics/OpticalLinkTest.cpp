@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include "optics/OpticalExchange.h"
 #include "optics/OpticalLink.h"
 #include "platform/Platform.h"
 #include "support/Optics.h"
