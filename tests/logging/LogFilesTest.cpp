@@ -39,13 +39,6 @@ class WatchedFiles final : public platform::ForwardingFiles {
   bool m_bCopies = true;
 };
 
-class EarlyClock final : public platform::ForwardingKernel {
- public:
-  using ForwardingKernel::ForwardingKernel;
-
-  platform::SYSTEMTIME GetLocalTime() override { return {2027, 1, 6, 2, 3, 4, 5, 6}; }
-};
-
 class LogFilesTest : public testing::Test {
  protected:
   LogFilesTest() : m_Files(m_VirtualBoard.GetFiles()), m_Board(m_VirtualBoard) {
@@ -57,9 +50,8 @@ class LogFilesTest : public testing::Test {
   ~LogFilesTest() override { SetBoard(nullptr); }
 
   static std::string Content(const char16_t* path) { return platform::LoadFileW(path, 4 * Limit).value_or(Lost); }
-  /// Runs the action and takes the file's content away.
-  static std::string Written(const std::function<void()>& action, const char16_t* path) {
-    action();
+  /// The file's content, which is taken away.
+  static std::string Take(const char16_t* path) {
     std::string content = Content(path);
     platform::DeleteFileW(path);
     return content;
@@ -71,20 +63,15 @@ class LogFilesTest : public testing::Test {
 };
 
 TEST_F(LogFilesTest, WritesEachLineByteForByte) {
-  struct Case {
+  const char odd[] =
+      "\x02"
+      "A;1\x03\0\n\xFC";
+  const std::string longText(300, 'x');
+  const struct {
     std::function<void()> action;
     const char16_t* path;
     std::string expected;
-  };
-  const char frame[] =
-      "\x02"
-      "A;1\x03";
-  const char odd[] = "<STX>\0\x03\x02\n\xFC";
-  const std::string longText(300, 'x');
-  const std::vector<Case> cases = {
-      {[] { LogPhotometer("DLL [Photometer] initialize..."); }, DeviceLogPath,
-       Stamp + "DLL [Photometer] initialize...\n"},
-      {[] { LogPhotometer(""); }, DeviceLogPath, Stamp + "\n"},
+  } cases[] = {
       {[&] { LogPhotometer(longText); }, DeviceLogPath, Stamp + longText + "\n"},
       {[] { LogPhotometerW(u"Küvette 10 µm – 5 € Ω 𝄞", FALSE); }, DeviceLogPath,
        Stamp + "K\xFCvette 10 \xB5m \x96 5 \x80 ? ?\n"},
@@ -94,137 +81,119 @@ TEST_F(LogFilesTest, WritesEachLineByteForByte) {
       {[] { EXPECT_EQ(LogSeparator(), 1); }, DeviceLogPath, Separator + "\n"},
       {[] { LogGeneral("a", TRUE), LogGeneral("b", FALSE), LogGeneral("c", 2); }, GeneralLogPath,
        Stamp + "a\nb\n" + Stamp + "c\n"},
-      {[&] { LogRoboter(frame, 5, 2); }, RoboterLogPath, Stamp + " SE: <STX>A;1<ETX>\n"},
-      {[&] { LogRoboter(frame, 3, 1); }, RoboterLogPath, Stamp + "EM : <STX>A;\n"},
-      {[&] { LogRoboter(odd, 10, 3); }, RoboterLogPath, Stamp + "<STX>" + '\0' + "<ETX><STX>\n\xFC\n"},
+      {[&] { LogRoboter(odd, 5, 2); }, RoboterLogPath, Stamp + " SE: <STX>A;1<ETX>\n"},
+      {[&] { LogRoboter(odd, 3, 1); }, RoboterLogPath, Stamp + "EM : <STX>A;\n"},
+      {[&] { LogRoboter(odd + 4, 4, 3); }, RoboterLogPath, Stamp + "<ETX>" + '\0' + "\n\xFC\n"},
       {[] { LogRoboter(nullptr, 0, 0); }, RoboterLogPath, Stamp + "\n"},
       {[] { EXPECT_EQ(InitRoboterLog(u"gestern, früh"), 1); }, RoboterLogPath,
        Separator + "\n" + Stamp + "DLL [Roboter] initialize...\n" + Stamp +
            "Last restart of device: gestern, fr\xFCh\n"},
   };
-  for (const Case& row : cases) {
-    EXPECT_EQ(Written(row.action, row.path), row.expected);
+  for (const auto& c : cases) {
+    c.action();
+    EXPECT_EQ(Take(c.path), c.expected);
   }
 }
 
 TEST_F(LogFilesTest, StampsHaveTwoDigitsEach) {
-  EarlyClock clock(m_VirtualBoard.GetKernel());
-  m_Board.Replace(clock);
+  platform::VirtualBoard early{{.startTime = {2027, 1, 6, 2, 3, 4, 5, 6}}};
+  early.MakeFolder(Card);
+  SetBoard(&early);
   std::string line = "old";
   FormatLogTimeStamp(&line);
   EXPECT_EQ(line, "02.01.2027 03:04:05 |  ");
   ReportError("A", "B", 1);
   EXPECT_EQ(Content(ErrorListPath), "02.01.2027 03:04;1.16.1;001;[A] B returned 1\n");
-  m_Board.Replace(m_VirtualBoard.GetKernel());
+  SetBoard(&m_Board);
 }
 
 TEST_F(LogFilesTest, MirrorsOnlyWhenAskedAndUnchanged) {
   LogPhotometerW(u"quiet", FALSE);
-  EXPECT_EQ(m_VirtualBoard.DebugText(), u"");
   LogPhotometerW(u"100 %s Ω\n\r", TRUE);
   LogPhotometerF(TRUE, "%d nm ", 360);
   EXPECT_EQ(m_VirtualBoard.DebugText(), u"100 %s Ω\n\r360 nm ");
 }
 
 TEST_F(LogFilesTest, ReportsErrorsInBothFiles) {
-  struct Case {
+  const std::string longName(300, 'n');
+  const struct {
     std::string procedure, detail;
     int iError;
     std::string number, message;
-  };
-  const std::string longName(300, 'n');
-  const std::vector<Case> cases = {
+  } cases[] = {
       {"Pump", "UpdatePumpParProc", 613, "613", "[Pump] UpdatePumpParProc returned 613"},
       {"ScanProc", "SetFilter", 42, "042", "[ScanProc] SetFilter returned 42"},
-      {"Measure", "", 7, "007", "[Measure]  returned 7"},
-      {"Measure", "GetADValue", 12345, "12345", "[Measure] GetADValue returned 12345"},
+      {"Measure", "", 12345, "12345", "[Measure]  returned 12345"},
       {"Measure", "%n;x", -5, "-05", "[Measure] %n;x returned -5"},
       {longName, "SetFilter", 1, "001", "[" + std::string(258, 'n')},
       {"A", longName, 1, "001", "[A] " + std::string(255, 'n')},
   };
-  for (const Case& row : cases) {
+  for (const auto& c : cases) {
     m_Files.m_Appended.clear();
-    ReportError(row.procedure, row.detail, row.iError);
-    EXPECT_EQ(Content(DeviceLogPath), Stamp + row.message + "\n");
-    EXPECT_EQ(Content(ErrorListPath), "17.11.2026 22:49;1.16.1;" + row.number + ";" + row.message + "\n");
+    ReportError(c.procedure, c.detail, c.iError);
+    EXPECT_EQ(Take(DeviceLogPath), Stamp + c.message + "\n");
+    EXPECT_EQ(Take(ErrorListPath), "17.11.2026 22:49;1.16.1;" + c.number + ";" + c.message + "\n");
     EXPECT_EQ(m_Files.m_Appended.size(), 2U) << "each line is one write";
-    platform::DeleteFileW(DeviceLogPath);
-    platform::DeleteFileW(ErrorListPath);
   }
 }
 
 TEST_F(LogFilesTest, LosesOnlyTheLineWhosePlaceIsMissing) {
   m_VirtualBoard.RemoveFolder(Card);
   ReportError("Pump", "Pump", 501);
-  EXPECT_EQ(Content(DeviceLogPath), Stamp + "[Pump] Pump returned 501\n");
+  EXPECT_EQ(Take(DeviceLogPath), Stamp + "[Pump] Pump returned 501\n");
   EXPECT_EQ(Content(ErrorListPath), Lost);
 
   m_VirtualBoard.MakeFolder(Card);
-  m_VirtualBoard.RemoveFolder(Folder);
-  ReportError("Pump", "Pump", 502);
-  EXPECT_EQ(Content(DeviceLogPath), Lost);
-  EXPECT_EQ(Content(ErrorListPath), "17.11.2026 22:49;1.16.1;502;[Pump] Pump returned 502\n");
-
-  m_VirtualBoard.MakeFolder(Folder);
   m_VirtualBoard.SetDiskFull(Folder, true);
-  LogPhotometer("lost");
+  ReportError("Pump", "Pump", 502);
   m_VirtualBoard.SetDiskFull(Folder, false);
+  EXPECT_EQ(Take(ErrorListPath), "17.11.2026 22:49;1.16.1;502;[Pump] Pump returned 502\n");
   LogPhotometer("kept");
   EXPECT_EQ(Content(DeviceLogPath), Stamp + "kept\n");
 }
 
-TEST_F(LogFilesTest, BacksUpFromTheLimit) {
-  struct Case {
-    std::u16string log;
-    std::size_t nBytes;
-    std::u16string backup;
-    bool bMoved;
-  };
+TEST_F(LogFilesTest, BacksUpFromTheLimitWhatCanBeCopied) {
   const std::u16string folder = std::u16string(Folder) + u"\\";
-  const std::vector<Case> cases = {
-      {folder + u"Photometer.log", Limit, folder + u"Photometer.bak", true},
-      {folder + u"Photometer.log", Limit - 1, folder + u"Photometer.bak", false},
-      {folder + u"Roboter.2.log", Limit + 1, folder + u"Roboter.2.bak", true},
-      {folder + u"Photometer", Limit, folder + u"Photometer.bak", false},
-      {folder + u"Photometer.bak", Limit, folder + u"Photometer.log", false},
+  const struct {
+    const char16_t* log;
+    std::size_t nBytes;
+    const char16_t* backup;
+    bool bCopies;
+    bool bMoved;
+  } cases[] = {
+      {u"Photometer.log", Limit, u"Photometer.bak", true, true},
+      {u"Photometer.log", Limit - 1, u"Photometer.bak", true, false},
+      {u"Photometer.log", Limit, u"Photometer.bak", false, false},
+      {u"Roboter.2.log", Limit + 1, u"Roboter.2.bak", true, true},
+      {u"Photometer", Limit, u"Photometer.bak", true, false},
+      {u"Photometer.bak", Limit, u"Photometer.log", true, false},
   };
-  for (const Case& row : cases) {
-    const std::string bytes(row.nBytes, 'b');
-    platform::ReplaceFileW(row.log.c_str(), bytes);
-    platform::ReplaceFileW(row.backup.c_str(), "old backup");
-    BackupLogFile(row.log.c_str(), LogBackupLimit);
-    EXPECT_TRUE(Content(row.log.c_str()) == (row.bMoved ? Lost : bytes)) << row.nBytes;
-    EXPECT_TRUE(Content(row.backup.c_str()) == (row.bMoved ? bytes : "old backup")) << row.nBytes;
-    platform::DeleteFileW(row.log.c_str());
-    platform::DeleteFileW(row.backup.c_str());
+  for (const auto& c : cases) {
+    const std::string bytes(c.nBytes, 'b');
+    const std::u16string log = folder + c.log;
+    const std::u16string backup = folder + c.backup;
+    platform::ReplaceFileW(log.c_str(), bytes);
+    platform::ReplaceFileW(backup.c_str(), "old backup");
+    m_Files.m_bCopies = c.bCopies;
+    BackupLogFile(log.c_str(), LogBackupLimit);
+    EXPECT_TRUE(Take(log.c_str()) == (c.bMoved ? Lost : bytes)) << c.nBytes;
+    EXPECT_TRUE(Take(backup.c_str()) == (c.bMoved ? bytes : "old backup")) << c.nBytes;
   }
-}
-
-TEST_F(LogFilesTest, KeepsTheLogWhenItCannotBeCopied) {
-  LogPhotometer("precious");
-  m_Files.m_bCopies = false;
-  BackupLogFile(DeviceLogPath, 1);
-  EXPECT_EQ(Content(DeviceLogPath), Stamp + "precious\n");
 }
 
 TEST_F(LogFilesTest, PreparesFolderAndAllThreeLogs) {
   m_VirtualBoard.RemoveFolder(Folder);
   m_VirtualBoard.MakeFolder(u"\\NANDFlash");
   PrepareLogFiles();
-  LogPhotometer("first");
-  EXPECT_EQ(Content(DeviceLogPath), Stamp + "first\n");
-
   const std::string bytes(Limit, 'b');
   for (const char16_t* path : {GeneralLogPath, DeviceLogPath, RoboterLogPath, ErrorListPath}) {
-    platform::ReplaceFileW(path, bytes);
+    EXPECT_TRUE(platform::ReplaceFileW(path, bytes));
   }
   PrepareLogFiles();
-  for (const char16_t* path : {GeneralLogPath, DeviceLogPath, RoboterLogPath}) {
-    EXPECT_EQ(Content(path), Lost);
+  for (const char16_t* backup : {u"Logging.bak", u"Photometer.bak", u"Roboter.bak"}) {
+    EXPECT_TRUE(Content((std::u16string(Folder) + u"\\" + backup).c_str()) == bytes);
   }
-  EXPECT_TRUE(Content(u"\\NANDFlash\\Logging\\Logging.bak") == bytes);
-  EXPECT_TRUE(Content(u"\\NANDFlash\\Logging\\Photometer.bak") == bytes);
-  EXPECT_TRUE(Content(u"\\NANDFlash\\Logging\\Roboter.bak") == bytes);
+  EXPECT_EQ(Content(DeviceLogPath), Lost);
   EXPECT_TRUE(Content(ErrorListPath) == bytes);
 }
 

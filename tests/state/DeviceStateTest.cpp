@@ -1,34 +1,37 @@
-#include <functional>
-#include <vector>
+#include <array>
+#include <utility>
 
 #include <gtest/gtest.h>
 
 #include "platform/Platform.h"
 #include "state/DeviceState.h"
+#include "state/WorkerThreads.h"
 #include "support/World.h"
 
 namespace photometer::tests {
 namespace {
 
-TEST(DeviceState, EventsAreMadeAndGivenBack) {
+std::array<HANDLE, 5> Events(const DeviceState& state) {
+  return {state.StopEvent(), state.CancelEvent(), state.PumpCancelEvent(), state.SipperLostEvent(),
+          state.WarmUpDoneEvent()};
+}
+
+TEST(DeviceState, EventsAreMadeSignalledByAStopAndGivenBack) {
   World world;
   DeviceState state;
-  const std::vector<HANDLE (*)(const DeviceState&)> events{[](const DeviceState& s) { return s.StopEvent(); },
-                                                           [](const DeviceState& s) { return s.CancelEvent(); },
-                                                           [](const DeviceState& s) { return s.PumpCancelEvent(); },
-                                                           [](const DeviceState& s) { return s.SipperLostEvent(); },
-                                                           [](const DeviceState& s) { return s.WarmUpDoneEvent(); }};
+  state.RaiseStop();  // before there are any: harmless
+  state.ClearStop();
   EXPECT_TRUE(state.CreateEvents());
-  for (const auto event : events) {
-    EXPECT_EQ(WaitForSingleObject(event(state), 0), WAIT_TIMEOUT);
-    SetEvent(event(state));
-    EXPECT_EQ(WaitForSingleObject(event(state), 0), WAIT_OBJECT_0);
-    EXPECT_EQ(WaitForSingleObject(event(state), 0), WAIT_OBJECT_0);  // manual reset
+  for (const HANDLE hEvent : Events(state)) {
+    EXPECT_EQ(WaitForSingleObject(hEvent, 0), WAIT_TIMEOUT);
+  }
+  state.RaiseStop();
+  for (const HANDLE hEvent : Events(state)) {
+    EXPECT_EQ(WaitForSingleObject(hEvent, 0), WAIT_OBJECT_0);
+    EXPECT_EQ(WaitForSingleObject(hEvent, 0), WAIT_OBJECT_0);  // manual reset
   }
   state.CloseEvents();
-  for (const auto event : events) {
-    EXPECT_EQ(event(state), 0U);
-  }
+  EXPECT_EQ(Events(state), (std::array<HANDLE, 5>{}));
   world.ExpectClean();
 }
 
@@ -55,31 +58,13 @@ TEST(DeviceState, PauseHasItsLengthUnlessTheDeviceStops) {
   EXPECT_EQ(pause(), std::pair(true, std::uint64_t{1000})) << "without events";
   EXPECT_TRUE(state.CreateEvents());
   EXPECT_EQ(pause(), std::pair(true, std::uint64_t{1000}));
-  const HANDLE hThread = CreateThread(
-      [&] {
-        Sleep(300);
-        state.RaiseStop();
-      },
-      "stop", nullptr);
+  WorkerThreads threads(state);
+  EXPECT_TRUE(threads.Start("stop", [&] { Sleep(300), state.RaiseStop(); }));
   EXPECT_EQ(pause(), std::pair(false, std::uint64_t{300}));
   EXPECT_EQ(pause(), std::pair(false, std::uint64_t{0}));
-  WaitForSingleObject(hThread, INFINITE);
-  CloseHandle(hThread);
+  EXPECT_TRUE(threads.WaitUntilEnded(1000));
   state.CloseEvents();
   world.ExpectClean();
-}
-
-TEST(DeviceState, StopSignalsAllEvents) {
-  World world;
-  DeviceState state;
-  state.RaiseStop();  // before there are any: harmless
-  state.ClearStop();
-  EXPECT_TRUE(state.CreateEvents());
-  state.RaiseStop();
-  for (const HANDLE hEvent : {state.StopEvent(), state.CancelEvent(), state.PumpCancelEvent(), state.SipperLostEvent(),
-                              state.WarmUpDoneEvent()}) {
-    EXPECT_EQ(WaitForSingleObject(hEvent, 0), WAIT_OBJECT_0);
-  }
 }
 
 }  // namespace

@@ -21,13 +21,18 @@ struct SinkWorld {
   HostSink sink;
 
   SinkWorld() { sink.SetSink(&world.sink); }
+  ~SinkWorld() { world.ExpectClean(); }
 
-  HANDLE Start(std::function<void()> body) { return CreateThread(std::move(body), "caller", nullptr); }
+  static HANDLE Start(std::function<void()> body) { return CreateThread(std::move(body), "caller", nullptr); }
   static void End(HANDLE hThread) {
     EXPECT_EQ(WaitForSingleObject(hThread, 60'000), WAIT_OBJECT_0);
     CloseHandle(hThread);
   }
 };
+
+SinkCall Notice(DWORD dwId, DWORD dwCode) {
+  return [=](IPhotometerSink& sink) { sink.OnNotify(dwId, dwCode, 0); };
+}
 
 TEST(HostSink, CallsOnlyARegisteredSinkThroughAnOpenGate) {
   SinkWorld w;
@@ -37,93 +42,60 @@ TEST(HostSink, CallsOnlyARegisteredSinkThroughAnOpenGate) {
   w.sink.SetSink(&w.world.sink);
   w.sink.CloseGate();
   w.sink.NotifyCode(1, 2, 5);
-  w.sink.Query([](IPhotometerSink& sink) { sink.OnNotify(1, 2, 6); });
+  w.sink.Query(Notice(1, 6));
   w.sink.OpenGate();
   w.sink.NotifyCode(1, 2, 7);
   EXPECT_EQ(w.world.sink.Calls(), (Calls{"OnNotify(1, 2, 3)", "OnNotify(1, 2, 7)"}));
 }
 
-TEST(HostSink, CallbacksDoNotOverlap) {
-  SinkWorld w;
-  w.world.sink.On("OnNotify(1, 0, 0)", [] { Sleep(1000); });
-  const HANDLE hThread = w.Start([&w] { w.sink.NotifyCode(1, 0, 0); });
-  Sleep(10);
-  w.sink.NotifyCode(2, 0, 0);
-  EXPECT_GE(w.world.board.Now(), 1'000'000U);
-  SinkWorld::End(hThread);
-  w.world.ExpectClean();
-}
-
-TEST(HostSink, SeveralCallsUnderOneHold) {
+TEST(HostSink, CallbacksTakeTurnsAndAQueryRunsBesideThem) {
   SinkWorld w;
   w.world.sink.On("OnNotify(1, ", [] { Sleep(1000); });
-  const auto call = [](DWORD dwCode) { return [dwCode](IPhotometerSink& sink) { sink.OnNotify(1, dwCode, 0); }; };
-  const HANDLE hThread = w.Start([&] { w.sink.Notify({call(1), call(2)}); });
+  const HANDLE hThread = SinkWorld::Start([&] { w.sink.Notify({Notice(1, 1), Notice(1, 2)}); });
   Sleep(10);
-  w.sink.NotifyCode(2, 0, 0);
-  SinkWorld::End(hThread);
-  EXPECT_EQ(w.world.sink.Calls(), (Calls{"OnNotify(1, 1, 0)", "OnNotify(1, 2, 0)", "OnNotify(2, 0, 0)"}));
-}
-
-TEST(HostSink, GateThatClosesDuringACallStopsTheNext) {
-  SinkWorld w;
-  w.world.sink.On("OnNotify(1, 1, 0)", [&w] { w.sink.CloseGate(); });
-  w.sink.Notify(
-      {[](IPhotometerSink& sink) { sink.OnNotify(1, 1, 0); }, [](IPhotometerSink& sink) { sink.OnNotify(1, 2, 0); }});
-  EXPECT_EQ(w.world.sink.Calls(), Calls{"OnNotify(1, 1, 0)"});
-}
-
-TEST(HostSink, GateThatClosesWhileACallWaitsForItsTurn) {
-  SinkWorld w;
-  w.world.sink.On("OnNotify(1, ", [] { Sleep(1000); });
-  const HANDLE hFirst = w.Start([&w] { w.sink.NotifyCode(1, 0, 0); });
-  Sleep(10);
-  const HANDLE hSecond = w.Start([&w] { w.sink.NotifyCode(2, 0, 0); });
-  Sleep(10);
-  w.sink.CloseGate();
-  SinkWorld::End(hFirst);
-  SinkWorld::End(hSecond);
-  EXPECT_EQ(w.world.sink.Calls(), Calls{"OnNotify(1, 0, 0)"});
-}
-
-TEST(HostSink, QueryRunsBesideACallback) {
-  SinkWorld w;
-  const HANDLE hThread = w.Start([&w] { w.sink.Notify([](IPhotometerSink&) { Sleep(1000); }); });
-  Sleep(10);
-  DWORD dwAnswer = 0;
-  w.sink.Query([&](IPhotometerSink&) { dwAnswer = w.sink.IsInsideCallback() ? 1 : 2; });
-  EXPECT_EQ(dwAnswer, 1U);
+  bool bInside = false;
+  w.sink.Query([&](IPhotometerSink&) { bInside = w.sink.IsInsideCallback(); });
+  EXPECT_TRUE(bInside);
   EXPECT_LT(w.world.board.Now(), 100'000U);
-  EXPECT_FALSE(w.sink.IsInsideCallback());
+  w.sink.Notify(Notice(2, 0));
+  EXPECT_GE(w.world.board.Now(), 2'000'000U) << "both calls of the first thread are made under one hold";
+  EXPECT_EQ(w.world.sink.Calls(), (Calls{"OnNotify(1, 1, 0)", "OnNotify(1, 2, 0)", "OnNotify(2, 0, 0)"}));
   SinkWorld::End(hThread);
+}
+
+TEST(HostSink, GateThatClosesDuringACallStopsAllThatFollow) {
+  SinkWorld w;
+  w.world.sink.On("OnNotify(1, 1, 0)", [&w] { Sleep(1000), w.sink.CloseGate(); });
+  const HANDLE hFirst = SinkWorld::Start([&w] { w.sink.Notify({Notice(1, 1), Notice(1, 2)}); });
+  Sleep(10);
+  w.sink.Notify(Notice(2, 0));  // has waited for its turn
+  SinkWorld::End(hFirst);
+  EXPECT_EQ(w.world.sink.Calls(), Calls{"OnNotify(1, 1, 0)"});
 }
 
 TEST(HostSink, FaultOfTheHostIsPrintedAndHurtsNobody) {
   SinkWorld w;
   w.world.sink.On("OnNotify(1, ", [] { throw std::runtime_error("host"); });
-  w.sink.NotifyCode(1, 0, 0);
+  w.sink.Notify(Notice(1, 0));
   EXPECT_NE(w.world.board.DebugText().find(u"a callback of the host threw an exception"), std::u16string::npos);
   EXPECT_FALSE(w.sink.IsInsideCallback());
-  w.sink.NotifyCode(2, 0, 0);
+  w.sink.Notify(Notice(2, 0));
   EXPECT_EQ(w.world.sink.Count("OnNotify(2, 0, 0)"), 1U);
-  w.world.ExpectClean();
 }
 
 TEST(HostSink, InsideIsAMatterOfTheThread) {
   SinkWorld w;
-  bool bInside = false;
   bool bOther = true;
-  bool bInsideAfterNested = false;
+  std::vector<bool> inside{w.sink.IsInsideCallback()};
   w.sink.Notify([&](IPhotometerSink&) {
-    bInside = w.sink.IsInsideCallback();
-    SinkWorld::End(w.Start([&] { bOther = w.sink.IsInsideCallback(); }));
+    inside.push_back(w.sink.IsInsideCallback());
+    SinkWorld::End(SinkWorld::Start([&] { bOther = w.sink.IsInsideCallback(); }));
     w.sink.Notify([](IPhotometerSink&) {});
-    bInsideAfterNested = w.sink.IsInsideCallback();
+    inside.push_back(w.sink.IsInsideCallback());
   });
-  EXPECT_TRUE(bInside);
+  inside.push_back(w.sink.IsInsideCallback());
+  EXPECT_EQ(inside, (std::vector<bool>{false, true, true, false}));
   EXPECT_FALSE(bOther);
-  EXPECT_TRUE(bInsideAfterNested);
-  EXPECT_FALSE(w.sink.IsInsideCallback());
 }
 
 TEST(HostSink, PutOffActionRunsAfterTheOutermostCallback) {
@@ -142,7 +114,6 @@ TEST(HostSink, PutOffActionRunsAfterTheOutermostCallback) {
     };
     bQuery ? w.sink.Query(call) : w.sink.Notify(call);
     EXPECT_EQ(order, "end of callback, action ");
-    w.world.ExpectClean();
   }
 }
 

@@ -38,7 +38,10 @@ class Bench {
     EXPECT_TRUE(state.CreateEvents());
   }
   ~Bench() {
-    Stop();
+    state.RaiseStop();
+    EXPECT_TRUE(threads.WaitUntilEnded(3000));
+    port.Close();
+    state.CloseEvents();
     SetBoard(&world.tracing);
     world.ExpectClean();
   }
@@ -59,12 +62,6 @@ class Bench {
   std::vector<std::string> Calls() {
     const auto guarded = state.Lock();
     return m_Calls;
-  }
-  void Stop() {
-    state.RaiseStop();
-    EXPECT_TRUE(threads.WaitUntilEnded(3000));
-    port.Close();
-    state.CloseEvents();
   }
 
   ScriptedUnit device;
@@ -89,6 +86,40 @@ class Bench {
   /// Guarded by the state lock.
   std::vector<std::string> m_Calls;
 };
+
+TEST(ReaderPort, FailedOpeningLeavesNothingAndCanBeRepeated) {
+  const struct {
+    const char* what;
+    void (*fault)(World&);
+  } cases[] = {
+      {"no port", [](World& w) { w.board.UnplugPort(World::PORT); }},
+      {"refused", [](World& w) { w.ports.opens.Start(1); }},
+      {"state not read", [](World& w) { w.ports.settings.Start(1); }},
+      {"state not written", [](World& w) { w.ports.settings.Start(2); }},
+      {"mask", [](World& w) { w.ports.settings.Start(3); }},
+      {"time-outs", [](World& w) { w.ports.settings.Start(4); }},
+      {"thread", [](World& w) { w.kernel.threads.Start(1); }},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    Bench bench;
+    c.fault(bench.world);
+    EXPECT_FALSE(bench.Open());
+    EXPECT_TRUE(bench.port.IsLost());
+    EXPECT_FALSE(bench.port.Write("text"));
+    bench.world.Plug();
+    EXPECT_TRUE(bench.Open());
+    EXPECT_TRUE(bench.port.Write("text"));
+  }
+}
+
+TEST(ReaderPort, IdleLineCostsAHandfulOfWakeUps) {
+  Bench bench;
+  ASSERT_TRUE(bench.Open());
+  const std::uint64_t nSwitches = bench.world.board.Switches();
+  Sleep(10'000);
+  EXPECT_LT(bench.world.board.Switches() - nSwitches, 250U);
+}
 
 TEST(ReaderPort, FailedReadsAreRepeatedAfterAPause) {
   for (int iFailing = 0; iFailing <= 3; ++iFailing) {

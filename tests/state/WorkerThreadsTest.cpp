@@ -9,79 +9,73 @@
 namespace photometer::tests {
 namespace {
 
-TEST(WorkerThreads, GivesBackTheHandlesOfThreadsThatEnded) {
+/// The threads of a device; expects a clean world at its end.
+struct Bench {
+  ~Bench() { world.ExpectClean(); }
+
   World world;
   DeviceState state;
-  WorkerThreads threads(state);
+  std::unique_ptr<WorkerThreads> pThreads = std::make_unique<WorkerThreads>(state);
+};
+
+TEST(WorkerThreads, GivesBackTheHandlesOfThreadsThatEnded) {
+  Bench bench;
   for (int i = 0; i < 100; ++i) {
-    EXPECT_TRUE(threads.Start("short", [] {}));
+    EXPECT_TRUE(bench.pThreads->Start("short", [] {}));
     Sleep(1);
-    EXPECT_LE(world.board.Leftovers().size(), 1U);
+    EXPECT_LE(bench.world.board.Leftovers().size(), 1U);
   }
-  EXPECT_TRUE(threads.WaitUntilEnded(0));
-  world.ExpectClean();
+  EXPECT_TRUE(bench.pThreads->WaitUntilEnded(0));
 }
 
 TEST(WorkerThreads, WaitsForAllTogetherNoLongerThanItIsTold) {
-  World world;
-  DeviceState state;
-  {
-    WorkerThreads threads(state);
-    for (const DWORD dwMilliseconds : {700U, 900U, 5000U}) {
-      EXPECT_TRUE(threads.Start("sleeper", [dwMilliseconds] { Sleep(dwMilliseconds); }));
-    }
-    EXPECT_FALSE(threads.WaitUntilEnded(1000));
-    EXPECT_EQ(world.board.Now() / 1000, 1000U);
-    EXPECT_TRUE(threads.WaitUntilEnded(10'000));
-    EXPECT_EQ(world.board.Now() / 1000, 5000U);
+  Bench bench;
+  for (const DWORD dwMilliseconds : {700U, 5000U, 900U}) {
+    EXPECT_TRUE(bench.pThreads->Start("sleeper", [dwMilliseconds] { Sleep(dwMilliseconds); }));
   }
-  world.ExpectClean();
+  EXPECT_FALSE(bench.pThreads->WaitUntilEnded(1000));
+  EXPECT_EQ(bench.world.board.Now() / 1000, 1000U);
+  EXPECT_TRUE(bench.pThreads->WaitUntilEnded(10'000));
+  EXPECT_EQ(bench.world.board.Now() / 1000, 5000U);
 }
 
 TEST(WorkerThreads, DoesNotWaitForTheCallingThread) {
-  World world;
-  DeviceState state;
-  {
-    WorkerThreads threads(state);
-    BOOL bEnded = FALSE;
-    EXPECT_TRUE(threads.Start("self", [&] { bEnded = threads.WaitUntilEnded(1000); }));
-    EXPECT_TRUE(world.WaitForThreads());
-    EXPECT_TRUE(bEnded);
-  }
-  world.ExpectClean();
+  Bench bench;
+  BOOL bEnded = FALSE;
+  EXPECT_TRUE(bench.pThreads->Start("self", [&] { bEnded = bench.pThreads->WaitUntilEnded(1000); }));
+  EXPECT_TRUE(bench.world.WaitForThreads());
+  EXPECT_TRUE(bEnded);
+  bench.pThreads.reset();
 }
 
 TEST(WorkerThreads, ThreadThatCannotBeCreated) {
-  World world;
-  DeviceState state;
-  WorkerThreads threads(state);
-  world.kernel.threads.Start(1);
+  Bench bench;
   DWORD dwThreadId = 0;
-  EXPECT_FALSE(threads.Start(
-      "none", [] { FAIL(); }, &dwThreadId));
+  const auto start = [&] {
+    return bench.pThreads->Start(
+        "one", [] {}, &dwThreadId);
+  };
+  bench.world.kernel.threads.Start(1);
+  EXPECT_FALSE(start());
+  bench.state.RaiseStop();
+  EXPECT_FALSE(start()) << "nobody would wait for it";
   EXPECT_EQ(dwThreadId, 0U);
-  EXPECT_TRUE(threads.Start(
-      "one", [] {}, &dwThreadId));
+  bench.state.ClearStop();
+  EXPECT_TRUE(start());
   EXPECT_NE(dwThreadId, 0U);
-  EXPECT_TRUE(threads.WaitUntilEnded(1000));
+  EXPECT_TRUE(bench.pThreads->WaitUntilEnded(1000));
 }
 
 TEST(WorkerThreads, ThreadKeepsTheOwnerAlive) {
-  World world;
-  DeviceState state;
-  struct Owner {
-    explicit Owner(DeviceState& deviceState) : threads(deviceState) {}
-    WorkerThreads threads;
-  };
-  auto pOwner = std::make_shared<Owner>(state);
-  const std::weak_ptr<Owner> pWatched = pOwner;
-  pOwner->threads.SetOwner(pOwner);
-  EXPECT_TRUE(pOwner->threads.Start("keeper", [] { Sleep(1000); }));
+  Bench bench;
+  auto pOwner = std::make_shared<int>(1);
+  const std::weak_ptr<int> pWatched = pOwner;
+  bench.pThreads->SetOwner(pOwner);
+  EXPECT_TRUE(bench.pThreads->Start("keeper", [] { Sleep(1000); }));
   pOwner.reset();
   EXPECT_FALSE(pWatched.expired());
-  EXPECT_TRUE(world.WaitForThreads());
+  EXPECT_TRUE(bench.pThreads->WaitUntilEnded(2000));
   EXPECT_TRUE(pWatched.expired());
-  world.ExpectClean();
 }
 
 }  // namespace
