@@ -52,13 +52,6 @@ TEST(Detectors, GetADValue) {
   }
 }
 
-TEST(Detectors, GetADValueForNobody) {
-  Optics optics;
-  optics.device.Script("$a3", Readings(3, 6, 3));
-  EXPECT_EQ(optics.detectors.GetADValue(nullptr, nullptr), 0U);
-  EXPECT_EQ(optics.device.Commands(), std::vector<std::string>{"$a3"});
-}
-
 TEST(Detectors, Scan) {
   constexpr DWORD COUNT = 10;
   const std::string points = Readings(5, 9, COUNT);
@@ -89,12 +82,6 @@ TEST(Detectors, Scan) {
     EXPECT_EQ(reference.front(), c.dwResult == 0 ? 9.0 : 0.0);
     EXPECT_EQ(optics.Cached(CacheEntry::MonochromatorPosition), c.dwResult == 0 ? 5000 : UNKNOWN);
   }
-}
-
-TEST(Detectors, ScanForNobody) {
-  Optics optics;
-  optics.device.Script("$s5000", Readings(5, 9, 2) + "ok\r");
-  EXPECT_EQ(optics.detectors.Scan(4999, nullptr, nullptr, 2), 0U);
 }
 
 /// Eight groups whose first and second value are these.
@@ -128,19 +115,24 @@ TEST(Detectors, GetTurbidity) {
   }
 }
 
-TEST(Detectors, FailedWrites) {
-  struct {
+TEST(Detectors, ReadingsForNobodyAndFailedWrites) {
+  const struct {
+    const char* command;
+    std::string answer;
     DWORD (*run)(Detectors&);
     DWORD dwResult;
-  } const cases[] = {
-      {[](Detectors& d) { return d.GetADValue(nullptr, nullptr); }, 135},
-      {[](Detectors& d) { return d.Scan(4999, nullptr, nullptr, 10); }, 155},
-      {[](Detectors& d) { return d.GetTurbidity(nullptr); }, 165},
+  } cases[] = {
+      {"$a3", Readings(3, 6, 3), [](Detectors& d) { return d.GetADValue(nullptr, nullptr); }, 135},
+      {"$s5000", Readings(5, 9, 2) + "ok\r", [](Detectors& d) { return d.Scan(4999, nullptr, nullptr, 2); }, 155},
+      {"$t", Turbidity(1, 2), [](Detectors& d) { return d.GetTurbidity(nullptr); }, 165},
   };
   for (const auto& c : cases) {
     Optics optics;
+    optics.device.Script(c.command, c.answer);
+    EXPECT_EQ(c.run(optics.detectors), 0U);
     optics.world.ports.writes.Start(1);
     EXPECT_EQ(c.run(optics.detectors), c.dwResult);
+    EXPECT_EQ(optics.device.Commands(), std::vector<std::string>{c.command});
   }
 }
 

@@ -35,6 +35,16 @@ void Optics::Stop() {
   state.CloseEvents();
 }
 
+void ExpectLineInOrder(Optics& optics) {
+  optics.device.ForgetScripts();
+  optics.device.Script("$g1", Answer{{250'000, "error\r\n"}});
+  optics.device.Script("$a3", Answer{{250'000, Readings(3, 6, 3)}});
+  EXPECT_EQ(optics.unit.SetGain(TRUE), 34U);
+  double dReference = 0.0;
+  EXPECT_EQ(optics.detectors.GetADValue(nullptr, &dReference), 0U);
+  EXPECT_EQ(dReference, 6.0);
+}
+
 std::string Bytes24(DWORD dwValue) {
   return {static_cast<char>(dwValue >> 16U), static_cast<char>(dwValue >> 8U), static_cast<char>(dwValue)};
 }

@@ -45,6 +45,9 @@ class Optics {
   bool m_bStopped = false;
 };
 
+/// The line works: a setting and a data command are answered as they should, and nothing that comes before their
+/// answers is taken for them.
+void ExpectLineInOrder(Optics& optics);
 /// A detector value as the unit sends it.
 std::string Bytes24(DWORD dwValue);
 /// So many readings of the same values.
