@@ -47,8 +47,10 @@ TEST(OpticalLink, ExchangesAndRawWritesTakeTurns) {
   EXPECT_TRUE(optics.link.WriteBetweenExchanges("$f0\r"));
   Sleep(10);
   EXPECT_EQ(optics.device.Commands().back(), "$F1");
+  Sleep(1000);
+  optics.link.Enqueue("$r0\r");  // what waits goes out first
   ExpectLineInOrder(optics);
-  EXPECT_EQ(optics.device.Commands(), (Commands{"$h0", "$F1", "$d0", "$f0", "$g1", "$a3"}));
+  EXPECT_EQ(optics.device.Commands(), (Commands{"$h0", "$F1", "$d0", "$f0", "$r0", "$g1", "$a3"}));
   optics.world.ports.writes.Start(1);
   EXPECT_FALSE(optics.link.WriteBetweenExchanges("$f0\r"));
 }

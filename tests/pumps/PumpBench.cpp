@@ -100,6 +100,26 @@ void PumpBench::Cancel() {
   SetEvent(state.PumpCancelEvent());
 }
 
+void PumpBench::ForgetCancel() {
+  const auto guarded = state.Lock();
+  guarded->m_Status.bCancel = FALSE;
+  ResetEvent(state.CancelEvent());
+  ResetEvent(state.PumpCancelEvent());
+}
+
+void PumpBench::Chatter(const std::string& bytes, simulator::Time nTimes) {
+  const simulator::Time now = world.board.Now();
+  for (simulator::Time n = 0; n < nTimes; ++n) {
+    Line().SendBytes(now + n * 1'000'000, bytes);
+  }
+}
+
+void PumpBench::Faults(const std::vector<simulator::Fault>& faults) {
+  for (const simulator::Fault& fault : faults) {
+    Line().Faults().Add(fault);
+  }
+}
+
 void PumpBench::Say(const std::string& bytes) {
   Line().SendBytes(world.board.Now(), bytes);
   Sleep(ARRIVAL);
@@ -109,14 +129,6 @@ Texts PumpBench::Frames() const {
   Texts texts;
   for (const simulator::ReceivedFrame& frame : Line().Received()) {
     texts.push_back(frame.strText);
-  }
-  return texts;
-}
-
-Texts PumpBench::TimedFrames() const {
-  Texts texts;
-  for (const simulator::ReceivedFrame& frame : Line().Received()) {
-    texts.push_back(std::to_string(frame.time / 1000) + " " + frame.strText);
   }
   return texts;
 }

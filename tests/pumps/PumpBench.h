@@ -138,13 +138,17 @@ class PumpBench {
   /// `action` on another thread, after a time, ms.
   void After(DWORD dwMilliseconds, std::function<void()> action);
   void Cancel();
+  void ForgetCancel();
+  /// The faults of the attached pump.
+  void Faults(const std::vector<simulator::Fault>& faults);
+  /// The attached pump says this each second, so many times from now on.
+  void Chatter(const std::string& bytes, simulator::Time nTimes);
   /// Lets the device at the external port, or at the sipper's, say something now, and waits until it has arrived.
   void Say(const std::string& bytes);
   [[nodiscard]] PumpInfo Info() { return state.Lock()->m_PumpInfo; }
   [[nodiscard]] BOOL Detected() { return state.Lock()->m_Status.bSipperDetected; }
-  /// Texts of the frames that the pump has received, and the same with their times ("1500 e", ms).
+  /// Texts of the frames that the pump has received.
   [[nodiscard]] Texts Frames() const;
-  [[nodiscard]] Texts TimedFrames() const;
   [[nodiscard]] std::uint64_t NowMs() const { return world.board.Now() / 1000; }
   [[nodiscard]] simulator::SipperLine& Line() {
     return m_iMode == MODE_ZQ_410 || m_iMode == 0 ? zq410.Line() : zq420.Line();
