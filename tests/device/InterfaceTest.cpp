@@ -2,7 +2,7 @@
 #include <array>
 #include <cstdint>
 #include <cstring>
-#include <utility>
+#include <numeric>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -25,92 +25,42 @@ int SlotOf(Operation operation) {
   return static_cast<int>((words[0] - 1) / static_cast<std::intptr_t>(sizeof(void*)));
 }
 
+template <class... Operations>
+std::vector<int> SlotsOf(Operations... operations) {
+  return {SlotOf(operations)...};
+}
+
+std::vector<int> FromZeroTo(int nSlots) {
+  std::vector<int> slots(static_cast<std::size_t>(nSlots));
+  std::iota(slots.begin(), slots.end(), 0);
+  return slots;
+}
+
 TEST(Interface, SlotsOfThePhotometer) {
   using P = IPhotometer;
-  const std::vector<int> slots{
-      SlotOf(&P::AddRef),
-      SlotOf(&P::Release),
-      SlotOf(&P::GetStatus),
-      SlotOf(&P::GetPumpInfo),
-      SlotOf(&P::GetUVLampState),
-      SlotOf(&P::GetCuvetteSize),
-      SlotOf(&P::SetCuvetteSize),
-      SlotOf(&P::SetUVLamp),
-      SlotOf(&P::SetSink),
-      SlotOf(&P::Initialize),
-      SlotOf(&P::Shutdown),
-      SlotOf(&P::SetExternalPortSettings),
-      SlotOf(&P::ResetExternalPortSettings),
-      SlotOf(&P::SetPumpParameters),
-      SlotOf(&P::SetSipperDetected),
-      SlotOf(&P::SetPumpDisabled),
-      SlotOf(&P::SetOperatingMode),
-      SlotOf(&P::SendSipperPing),
-      SlotOf(&P::RequestSipperRunTime),
-      SlotOf(&P::RequestSipperData),
-      SlotOf(&P::StartFlush),
-      SlotOf(&P::CancelFlush),
-      SlotOf(&P::ResetPumpCycleFlag),
-      SlotOf(&P::SetUVSessionTime),
-      SlotOf(&P::GetCuvetteState),
-      SlotOf(&P::CancelMeasurement),
-      SlotOf(&P::GetWavelengthCalibration),
-      SlotOf(&P::SetWavelengthCalibrations),
-      SlotOf(&P::WriteOpticalPort),
-      SlotOf(&P::WriteExternalPort),
-      SlotOf(&P::StartMeasure),
-      SlotOf(&P::StartScan),
-      SlotOf(&P::StartHolmiumOxideScan),
-      SlotOf(&P::StartKinetics),
-      SlotOf(&P::StartTurbidityMeasurement),
-      SlotOf(&P::StartWavelengthCheck),
-      SlotOf(&P::StartSystemCheck),
-      SlotOf(&P::UpdatePumpParameters),
-      SlotOf(&P::SetWavelengthCheckInterval),
-      SlotOf(&P::StartWaveLengthTest),
-      SlotOf(&P::ResetActivityTime),
-      SlotOf(&P::OpenSipperPort),
-  };
-  ASSERT_EQ(slots.size(), 42U);
-  for (int i = 0; i < 42; ++i) {
-    EXPECT_EQ(slots[static_cast<std::size_t>(i)], i);
-  }
+  EXPECT_EQ(
+      SlotsOf(&P::AddRef, &P::Release, &P::GetStatus, &P::GetPumpInfo, &P::GetUVLampState, &P::GetCuvetteSize,
+              &P::SetCuvetteSize, &P::SetUVLamp, &P::SetSink, &P::Initialize, &P::Shutdown, &P::SetExternalPortSettings,
+              &P::ResetExternalPortSettings, &P::SetPumpParameters, &P::SetSipperDetected, &P::SetPumpDisabled,
+              &P::SetOperatingMode, &P::SendSipperPing, &P::RequestSipperRunTime, &P::RequestSipperData, &P::StartFlush,
+              &P::CancelFlush, &P::ResetPumpCycleFlag, &P::SetUVSessionTime, &P::GetCuvetteState, &P::CancelMeasurement,
+              &P::GetWavelengthCalibration, &P::SetWavelengthCalibrations, &P::WriteOpticalPort, &P::WriteExternalPort,
+              &P::StartMeasure, &P::StartScan, &P::StartHolmiumOxideScan, &P::StartKinetics,
+              &P::StartTurbidityMeasurement, &P::StartWavelengthCheck, &P::StartSystemCheck, &P::UpdatePumpParameters,
+              &P::SetWavelengthCheckInterval, &P::StartWaveLengthTest, &P::ResetActivityTime, &P::OpenSipperPort),
+      FromZeroTo(42));
 }
 
 TEST(Interface, SlotsOfTheSink) {
   using S = IPhotometerSink;
-  const std::vector<int> slots{
-      SlotOf(&S::OnNotify),
-      SlotOf(&S::OnResult),
-      SlotOf(&S::OnCuvetteChanged),
-      SlotOf(&S::OnError),
-      SlotOf(&S::OnSipperKeyB),
-      SlotOf(&S::OnDelayCountdown),
-      SlotOf(&S::OnSystemCheckStatus),
-      SlotOf(&S::OnReferenceValues),
-      SlotOf(&S::OnExternalPortData),
-      SlotOf(&S::OnWavelengthCheckDue),
-      SlotOf(&S::GetHostActivity),
-      SlotOf(&S::GetHostBusy),
-      SlotOf(&S::OnSipperPortLost),
-      SlotOf(&S::OnSipperTick),
-      SlotOf(&S::OnSipperCycleDone),
-      SlotOf(&S::OnSipperInfoChanged),
-      SlotOf(&S::OnPumpError),
-      SlotOf(&S::OnLampSwitching),
-      SlotOf(&S::OnWarmUpCountdown),
-      SlotOf(&S::QueryPumpProgram),
-      SlotOf(&S::OnFlushCompleted),
-      SlotOf(&S::OnSipperKeyA),
-      SlotOf(&S::OnUVLampReady),
-      SlotOf(&S::OnSipperConnectionChanged),
-      SlotOf(&S::GetUVLampWarmUpTime),
-      SlotOf(&S::QueryCuvetteWait),
-  };
-  ASSERT_EQ(slots.size(), 26U);
-  for (int i = 0; i < 26; ++i) {
-    EXPECT_EQ(slots[static_cast<std::size_t>(i)], i);
-  }
+  EXPECT_EQ(
+      SlotsOf(&S::OnNotify, &S::OnResult, &S::OnCuvetteChanged, &S::OnError, &S::OnSipperKeyB, &S::OnDelayCountdown,
+              &S::OnSystemCheckStatus, &S::OnReferenceValues, &S::OnExternalPortData, &S::OnWavelengthCheckDue,
+              &S::GetHostActivity, &S::GetHostBusy, &S::OnSipperPortLost, &S::OnSipperTick, &S::OnSipperCycleDone,
+              &S::OnSipperInfoChanged, &S::OnPumpError, &S::OnLampSwitching, &S::OnWarmUpCountdown,
+              &S::QueryPumpProgram, &S::OnFlushCompleted, &S::OnSipperKeyA, &S::OnUVLampReady,
+              &S::OnSipperConnectionChanged, &S::GetUVLampWarmUpTime, &S::QueryCuvetteWait),
+      FromZeroTo(26));
 }
 
 #endif
