@@ -86,7 +86,7 @@ TEST(Flush, RunsWithoutAnInitialisedDeviceAndWithoutEvents) {
       World world;
       DeviceState state;
       HostSink sink;
-      PumpSink host;
+      PumpSink host(world.board, world.transcript);
       WorkerThreads threads{state};
       ReceiveBuffer buffers[3] = {ReceiveBuffer(state), ReceiveBuffer(state), ReceiveBuffer(state)};
       OpticalLink link{state, sink, buffers[0], threads};

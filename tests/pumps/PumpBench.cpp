@@ -107,6 +107,12 @@ void PumpBench::ForgetCancel() {
   ResetEvent(state.PumpCancelEvent());
 }
 
+Texts PumpBench::TakeCalls() {
+  const Texts calls = host.Calls();
+  world.transcript.Clear();
+  return calls;
+}
+
 void PumpBench::Chatter(const std::string& bytes, simulator::Time nTimes) {
   const simulator::Time now = world.board.Now();
   for (simulator::Time n = 0; n < nTimes; ++n) {

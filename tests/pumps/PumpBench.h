@@ -3,10 +3,8 @@
 #pragma once
 
 #include <functional>
-#include <map>
 #include <mutex>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -29,76 +27,46 @@ namespace photometer::tests {
 
 using Texts = std::vector<std::string>;
 
-/// Records the callbacks about pumps, and runs actions inside them.
-class PumpSink final : public EmptySink {
+/// Records the callbacks about pumps, too.
+class PumpSink final : public RecordingSink {
  public:
-  void On(const std::string& text, std::function<void()> action) {
-    const std::lock_guard lock(m_Mutex);
-    m_Actions[text] = std::move(action);
-  }
-  [[nodiscard]] Texts Calls() const {
-    const std::lock_guard lock(m_Mutex);
-    return m_Calls;
-  }
-  Texts TakeCalls() {
-    const std::lock_guard lock(m_Mutex);
-    return std::exchange(m_Calls, {});
-  }
+  using RecordingSink::RecordingSink;
   /// The host's answer to bytes on the external port.
   void SetReply(const std::string& reply) {
     const std::lock_guard lock(m_Mutex);
     m_strReply = reply;
   }
 
-  void OnSipperKeyA() override { Note("KeyA"); }
-  void OnSipperKeyB() override { Note("KeyB"); }
-  void OnDelayCountdown(DWORD dwId, DWORD dwSeconds) override {
-    Note("Countdown " + std::to_string(dwId) + " " + std::to_string(dwSeconds));
-  }
+  void OnSipperKeyA() override { Enter("KeyA"); }
+  void OnSipperKeyB() override { Enter("KeyB"); }
+  void OnDelayCountdown(DWORD dwId, DWORD dwSeconds) override { Enter("Countdown", dwId, dwSeconds); }
   void OnExternalPortData(const char* pData, DWORD dwLength, std::string* pReply) override {
-    Note("Data " + std::string(pData, dwLength));
+    Enter("Data " + std::string(pData, dwLength));
     const std::lock_guard lock(m_Mutex);
     *pReply = m_strReply;
   }
-  void OnSipperPortLost() override { Note("PortLost"); }
-  void OnSipperTick() override { Note("Tick"); }
-  void OnSipperCycleDone() override { Note("CycleDone"); }
-  void OnSipperInfoChanged() override { Note("Info"); }
-  void OnPumpError(DWORD dwId, DWORD dwError) override {
-    Note("PumpError " + std::to_string(dwId) + " " + std::to_string(dwError));
-  }
-  void OnError(DWORD dwId, DWORD dwError) override {
-    Note("Error " + std::to_string(dwId) + " " + std::to_string(dwError));
-  }
-  void OnFlushCompleted() override { Note("Flushed"); }
-  void OnSipperConnectionChanged(BOOL bConnected) override { Note(bConnected ? "Connected" : "Lost"); }
+  void OnSipperPortLost() override { Enter("PortLost"); }
+  void OnSipperTick() override { Enter("Tick"); }
+  void OnSipperCycleDone() override { Enter("CycleDone"); }
+  void OnSipperInfoChanged() override { Enter("Info"); }
+  void OnPumpError(DWORD dwId, DWORD dwError) override { Enter("PumpError", dwId, dwError); }
+  void OnError(DWORD dwId, DWORD dwError) override { Enter("Error", dwId, dwError); }
+  void OnFlushCompleted() override { Enter("Flushed"); }
+  void OnSipperConnectionChanged(BOOL bConnected) override { Enter(bConnected ? "Connected" : "Lost"); }
   void QueryPumpProgram(DWORD dwProgram, DWORD* pTime, DWORD* pParam2, DWORD* pDelay) override {
-    Note("Program " + std::to_string(dwProgram));
+    Enter("Program " + std::to_string(dwProgram));
     *pTime = 3;
-    *pParam2 = 1;
-    *pDelay = 1;
+    *pParam2 = *pDelay = 1;
   }
 
  private:
-  void Note(const std::string& text) {
-    std::function<void()> action;
-    {
-      const std::lock_guard lock(m_Mutex);
-      m_Calls.push_back(text);
-      if (const auto found = m_Actions.find(text); found != m_Actions.end()) {
-        action = found->second;
-      }
-    }
-    if (action) {
-      action();
-    }
+  using RecordingSink::Enter;
+  void Enter(const std::string& text, DWORD dwFirst, DWORD dwSecond) {
+    Enter(text + " " + std::to_string(dwFirst) + " " + std::to_string(dwSecond));
   }
 
-  // Never held across a call of the layer.
-  mutable std::mutex m_Mutex;
-  Texts m_Calls;
+  std::mutex m_Mutex;
   std::string m_strReply;
-  std::map<std::string, std::function<void()>> m_Actions;
 };
 
 /// Notes the settings that ports are given, "19200 8 0".
@@ -141,6 +109,8 @@ class PumpBench {
   void ForgetCancel();
   /// The faults of the attached pump.
   void Faults(const std::vector<simulator::Fault>& faults);
+  /// The host's calls so far; those that come later are a new list.
+  Texts TakeCalls();
   /// The attached pump says this each second, so many times from now on.
   void Chatter(const std::string& bytes, simulator::Time nTimes);
   /// Lets the device at the external port, or at the sipper's, say something now, and waits until it has arrived.
@@ -164,7 +134,7 @@ class PumpBench {
   platform::ForwardingBoard m_Board;
 
  public:
-  PumpSink host;
+  PumpSink host{world.board, world.transcript};
   DeviceState state;
   HostSink sink;
   WorkerThreads threads{state};

@@ -12,6 +12,7 @@ using simulator::FaultKind;
 constexpr simulator::Time MINUTE = 60'000'000;
 
 const std::string LONG_NOISE(1025, 'x');
+const Fault SILENCE{.kind = FaultKind::Silence};
 
 std::string TwoFrames(const char* first, const char* second) { return Framed(first) + Framed(second); }
 Fault StartFault(std::size_t nNumber) { return {.kind = FaultKind::Error, .letter = 's', .count = nNumber}; }
@@ -53,17 +54,20 @@ TEST(Pumps, DialoguesWithTheZQ410) {
     Fault fault;
     DWORD dwResult;
     double dMs;  // from command to result, with a tolerance of 0.5 s
+    bool bChatter = false;
   } const cases[] = {
       {"parameters", SetPump, {.kind = FaultKind::Split, .count = 2}, 0, 0},
       {"in pieces", SetPump, {.kind = FaultKind::Split, .delay = 3'000'000, .count = 2}, 0, 3000},
-      {"silent", SetPump, {.kind = FaultKind::Silence}, 532, 60'000},
+      {"silent", SetPump, SILENCE, 532, 60'000},
+      {"chatter", SetPump, SILENCE, 532, 60'000, true},
       {"nearly silent", SetPump, {.kind = FaultKind::Late, .delay = 59'000'000}, 0, 59'000},
       {"too long", SetPump, {.kind = FaultKind::Garbage, .bytes = LONG_NOISE}, 533, 500},
       {"garbage", SetPump, {.kind = FaultKind::StaleBefore, .bytes = "\x03garb\x02"}, 0, 0},
       {"cycle", Cycle, {.kind = FaultKind::Split, .count = 2}, 0, 5000},
       {"cycle in pieces", Cycle, {.kind = FaultKind::Split, .delay = 3'000'000, .count = 4}, 0, 8000},
       {"cycle failed", Cycle, {.kind = FaultKind::Error}, 514, 5000},
-      {"cycle silent", Cycle, {.kind = FaultKind::Silence}, 512, 60'000},
+      {"cycle silent", Cycle, SILENCE, 512, 60'000},
+      {"chatter in the cycle", Cycle, SILENCE, 512, 185'000, true},
       {"cycle too long", Cycle, {.kind = FaultKind::StaleBefore, .bytes = LONG_NOISE}, 513, 500},
       {"failure first", Cycle, {.kind = FaultKind::Garbage, .bytes = TwoFrames("h1;b", "h3;a")}, 514, 5000},
   };
@@ -71,6 +75,7 @@ TEST(Pumps, DialoguesWithTheZQ410) {
     SCOPED_TRACE(c.what);
     PumpBench bench(MODE_ZQ_410);
     bench.Faults({c.fault});
+    bench.Chatter("x", c.bChatter ? 200 : 0);
     const std::uint64_t nStart = bench.NowMs();
     EXPECT_EQ(c.run(bench), c.dwResult);
     ExpectPassed(bench, nStart, c.dMs, 510.0);
@@ -118,48 +123,38 @@ TEST(Pumps, APumpThatIsLostInItsCycle) {
   EXPECT_EQ(bench.host.Calls(), (Texts{"Connected", "Lost"}));
 }
 
-TEST(Pumps, ChatterDoesNotKeepAnExchangeAlive) {
-  const struct {
-    DWORD (*run)(PumpBench&);
-    DWORD dwResult;
-    double dMs;
-  } cases[] = {{SetPump, 532, 60'000}, {Cycle, 512, 185'000}};
-  for (const auto& c : cases) {
-    PumpBench bench(MODE_ZQ_410);
-    bench.Faults({{.kind = FaultKind::Silence}});
-    bench.Chatter("x", 200);
-    const std::uint64_t nStart = bench.NowMs();
-    EXPECT_EQ(c.run(bench), c.dwResult);
-    ExpectPassed(bench, nStart, c.dMs, 200.0);
-  }
-}
-
 // ---- the cycle of the ZQ-420 ----
 
 TEST(Pumps, CycleOfTheZQ420) {
+  const Fault noStart{.kind = FaultKind::Silence, .letter = 's'};
+  const Fault noStop{.kind = FaultKind::Silence, .letter = 'e'};
+  const Fault lateStart{.kind = FaultKind::Late, .letter = 's', .delay = 9'500'000};
+  const Fault pieces{.kind = FaultKind::Split, .delay = 1'500'000, .count = 1};
+  const Fault garbage{.kind = FaultKind::StaleBefore, .bytes = "\x03gar\x02q\x03"};
   const Fault behindStart{.kind = FaultKind::Garbage, .letter = 's', .bytes = TwoFrames("s", "p;f;5")};
-  struct {
+  const struct {
     const char* what;
     std::vector<Fault> faults;
     int iPumpingFault;
     DWORD dwResult;
-    Texts frames;  // with times after the start command, s
-  } const cases[] = {
-      {"sound", {}, 0, 0, {"0 s", "10 e"}},
-      {"start fault 3", {StartFault(3)}, 0, 615, {"0 s"}},
-      {"start fault 4", {StartFault(4)}, 0, 0, {"0 s", "10 e"}},
-      {"start fault 5", {StartFault(5)}, 0, 616, {"0 s"}},
-      {"start fault 6", {StartFault(6)}, 0, 617, {"0 s"}},
-      {"pumping fault 3", {}, 3, 615, {"0 s"}},
-      {"pumping fault 4", {}, 4, 0, {"0 s", "10 e"}},
-      {"pumping fault 5", {}, 5, 616, {"0 s"}},
-      {"pumping fault 6", {}, 6, 617, {"0 s"}},
-      {"no start", {{.kind = FaultKind::Silence, .letter = 's'}}, 0, 612, {"0 s", "10 e"}},
-      {"late start", {{.kind = FaultKind::Late, .letter = 's', .delay = 9'500'000}}, 0, 0, {"0 s", "10 e"}},
-      {"no stop", {{.kind = FaultKind::Silence, .letter = 'e'}}, 0, 612, {"0 s", "10 e"}},
-      {"in pieces", {{.kind = FaultKind::Split, .delay = 1'500'000, .count = 1}}, 0, 0, {"0 s", "10 e"}},
-      {"garbage", {{.kind = FaultKind::StaleBefore, .bytes = "\x03gar\x02q\x03"}}, 0, 0, {"0 s", "10 e"}},
-      {"behind the start answer", {behindStart}, 0, 616, {"0 s"}},
+    double dStopMs;  // from the start to the stop command; 0: there is none
+    double dMs;      // from the start command to the result
+  } cases[] = {
+      {"sound", {}, 0, 0, 10'000, 10'000},
+      {"start fault 3", {StartFault(3)}, 0, 615, 0, 0},
+      {"start fault 4", {StartFault(4)}, 0, 0, 10'000, 10'000},
+      {"start fault 5", {StartFault(5)}, 0, 616, 0, 0},
+      {"start fault 6", {StartFault(6)}, 0, 617, 0, 0},
+      {"pumping fault 3", {}, 3, 615, 0, 4'000},
+      {"pumping fault 4", {}, 4, 0, 10'000, 10'000},
+      {"pumping fault 5", {}, 5, 616, 0, 4'000},
+      {"pumping fault 6", {}, 6, 617, 0, 4'000},
+      {"no start", {noStart}, 0, 612, 10'000, 10'000},
+      {"late start", {lateStart}, 0, 0, 10'000, 10'000},
+      {"no stop", {noStop}, 0, 612, 10'000, 12'000},
+      {"in pieces", {pieces}, 0, 0, 10'000, 11'500},
+      {"garbage", {garbage}, 0, 0, 10'000, 10'000},
+      {"behind the start answer", {behindStart}, 0, 616, 0, 0},
   };
   for (const DWORD dwStartTick : {1000U, 0xFFFFF000U}) {
     for (const auto& c : cases) {
@@ -170,29 +165,16 @@ TEST(Pumps, CycleOfTheZQ420) {
       bench.zq420.FailPumping(c.iPumpingFault, 4'000'000);
       const std::uint64_t nStart = bench.NowMs();
       EXPECT_EQ(bench.pumps.Pump(10), c.dwResult);
-      Texts frames;
-      for (const simulator::ReceivedFrame& frame : bench.Line().Received()) {
-        if (frame.time / 1000 >= nStart) {
-          frames.push_back(std::to_string((frame.time / 1000 - nStart) / 1000) + " " + frame.strText);
-        }
-      }
-      EXPECT_EQ(frames, c.frames);
+      ExpectPassed(bench, nStart, c.dMs, 25.0);
+      EXPECT_EQ(bench.Frames(), c.dStopMs == 0 ? (Texts{"e", "s"}) : (Texts{"e", "s", "e"}));
+      const auto& received = bench.Line().Received();
+      const double dPumped = static_cast<double>(received.back().time - received[1].time) / 1000.0;
+      EXPECT_NEAR(dPumped, c.dStopMs, 1.0);
       EXPECT_EQ(bench.host.Calls(), c.dwResult == 0 ? Texts{} : Texts{"PumpError 0 " + std::to_string(c.dwResult)});
       EXPECT_TRUE(bench.Info().m_bSipperCycleDone);
       EXPECT_FALSE(bench.Info().m_bPumpCapture);
     }
   }
-}
-
-TEST(Pumps, StopCommandComesToTheTickAndItsAnswerIsAwaitedForTwoSeconds) {
-  PumpBench bench(MODE_ZQ_420);
-  bench.Detect();
-  bench.zq420.Line().Faults().Add({.kind = FaultKind::Silence, .letter = 'e'});
-  EXPECT_EQ(bench.pumps.PumpZQ420(10), 612U);
-  const auto& received = bench.Line().Received();
-  const simulator::Time stop = received.back().time;
-  EXPECT_NEAR(static_cast<double>(stop - received[received.size() - 2].time), 10e6, 1000.0);
-  EXPECT_NEAR(static_cast<double>(bench.world.board.Now() - stop), 2e6, 3000.0);
 }
 
 TEST(Pumps, CancelAnywhereInTheCycleOfTheZQ420) {
@@ -303,23 +285,26 @@ TEST(Pumps, NothingIsAskedWhileAnExchangeOwnsTheLine) {
 // ---- parameters from the host ----
 
 TEST(Pumps, UpdatePumpParameters) {
-  struct {
+  const std::vector<Fault> sound;
+  const std::vector<Fault> silent{SILENCE};
+  const Texts asked{"H;007;008"};
+  const struct {
     const char* what;
     BOOL bDetected;
     DWORD dwMode;
     DWORD dwPumpTime;
-    FaultKind fault;
+    std::vector<Fault> faults;
     BOOL bBusy;
     Texts frames;
     DWORD dwError;
     std::size_t nCommands;
-  } const cases[] = {
-      {"no pump", FALSE, 1, 7, FaultKind::Split, FALSE, {}, 0, 0},
-      {"sound", TRUE, 1, 7, FaultKind::Split, FALSE, {"H;007;008"}, 0, 0},
-      {"other mode", TRUE, 2, 7, FaultKind::Split, FALSE, {}, 0, 0},
-      {"too large", TRUE, 1, 1000, FaultKind::Split, FALSE, {}, 541, 4},
-      {"silent", TRUE, 1, 7, FaultKind::Silence, FALSE, {"H;007;008"}, 542, 4},
-      {"silent beside a procedure", TRUE, 1, 7, FaultKind::Silence, TRUE, {"H;007;008"}, 542, 0},
+  } cases[] = {
+      {"no pump", FALSE, 1, 7, sound, FALSE, {}, 0, 0},
+      {"sound", TRUE, 1, 7, sound, FALSE, asked, 0, 0},
+      {"other mode", TRUE, 2, 7, sound, FALSE, {}, 0, 0},
+      {"too large", TRUE, 1, 1000, sound, FALSE, {}, 541, 4},
+      {"silent", TRUE, 1, 7, silent, FALSE, asked, 542, 4},
+      {"silent beside a procedure", TRUE, 1, 7, silent, TRUE, asked, 542, 0},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
@@ -327,7 +312,7 @@ TEST(Pumps, UpdatePumpParameters) {
     bench.state.Lock()->m_Params.dwOperatingMode = c.dwMode;
     bench.state.Lock()->m_Status.bSipperDetected = c.bDetected;
     bench.state.Lock()->m_Status.bBusy = c.bBusy;
-    bench.Faults({{.kind = c.fault}});
+    bench.Faults(c.faults);
     EXPECT_EQ(bench.pumps.UpdatePumpParameters(c.dwPumpTime, 8), S_OK);
     Sleep(61'000);
     EXPECT_EQ(bench.Frames(), c.frames);
@@ -335,11 +320,9 @@ TEST(Pumps, UpdatePumpParameters) {
     EXPECT_EQ(bench.host.Calls(), c.dwError == 0 ? Texts{} : Texts{"Error 0 " + std::to_string(c.dwError)});
     EXPECT_EQ(bench.world.LogLines("[Pump] UpdatePumpParProc returned"), c.dwError == 0 ? 0U : 1U);
     EXPECT_EQ(bench.world.Written().size(), c.nCommands);
+    bench.world.kernel.threads.Start(1);
+    EXPECT_EQ(bench.pumps.UpdatePumpParameters(7, 8), c.bDetected && c.dwMode == 1 ? E_FAIL : S_OK);
   }
-  PumpBench bench(MODE_ZQ_410);
-  bench.Detect();
-  bench.world.kernel.threads.Start(1);
-  EXPECT_EQ(bench.pumps.UpdatePumpParameters(7, 8), E_FAIL);
 }
 
 // ---- countdown and pump step ----
@@ -430,14 +413,14 @@ TEST(Pumps, StopEndsEveryWait) {
     SCOPED_TRACE(c.what);
     PumpBench bench(c.iMode);
     bench.Detect();
-    bench.Faults({{.kind = FaultKind::Silence}});
+    bench.Faults({SILENCE});
     std::atomic<std::uint64_t> nEnd = 0;
     bench.After(0, [&] {
       c.run(bench);
       nEnd = bench.NowMs();
     });
     Sleep(5000);
-    bench.host.TakeCalls();
+    bench.TakeCalls();
     const std::uint64_t nStop = bench.NowMs();
     bench.Stop();
     EXPECT_LE(nEnd, nStop + 10);

@@ -61,40 +61,40 @@ TEST(SipperPort, LostUntilOpenedAndAnswered) {
   bench.Say(
       "\x02p\x03\x02"
       "d;A;B;C\x03");
-  bench.host.TakeCalls();
+  bench.TakeCalls();
   bench.world.board.UnplugPort(PumpBench::SIPPER);
   Sleep(100);
-  EXPECT_EQ(bench.host.TakeCalls(), Texts{"Lost"});
+  EXPECT_EQ(bench.TakeCalls(), Texts{"Lost"});
   EXPECT_FALSE(bench.Detected());
   EXPECT_EQ(bench.Info().m_strSipperData1, "");
   bench.sipper.SuperviseZQ420();
   EXPECT_EQ(bench.sipper.OpenSipperPort(), 0);
   bench.sipper.SuperviseZQ420();
-  EXPECT_EQ(bench.host.TakeCalls(), (Texts{"PortLost", "PortLost"}));
+  EXPECT_EQ(bench.TakeCalls(), (Texts{"PortLost", "PortLost"}));
   EXPECT_TRUE(IsSignalled(bench.state.SipperLostEvent()));
   bench.world.board.PlugPort(PumpBench::SIPPER, bench.zq420);
   EXPECT_EQ(bench.sipper.OpenSipperPort(), 1);
   bench.sipper.SuperviseZQ420();
   EXPECT_TRUE(IsSignalled(bench.state.SipperLostEvent()));
   bench.Say("\x02p\x03");
-  EXPECT_EQ(bench.host.TakeCalls(), (Texts{"Tick", "Info", "Connected"}));
+  EXPECT_EQ(bench.TakeCalls(), (Texts{"Tick", "Info", "Connected"}));
   EXPECT_FALSE(IsSignalled(bench.state.SipperLostEvent()));
 }
 
 TEST(SipperPort, OpeningAnOpenPortLosesIt) {
   PumpBench bench(MODE_ZQ_420);
   bench.Say("\x02p\x03");
-  bench.host.TakeCalls();
+  bench.TakeCalls();
   // The host opens the port again as soon as it hears of the loss.
   std::atomic<LONG> iOpened = -1;
   bench.host.On("Lost", [&] { iOpened = bench.sipper.OpenSipperPort(); });
   EXPECT_EQ(bench.sipper.OpenSipperPort(), 0);
   Sleep(300);
   EXPECT_EQ(iOpened, 1);
-  EXPECT_EQ(bench.host.TakeCalls(), Texts{"Lost"});
+  EXPECT_EQ(bench.TakeCalls(), Texts{"Lost"});
   bench.sipper.SendSipperPing();
   Sleep(300);
-  EXPECT_EQ(bench.host.TakeCalls(), (Texts{"Info", "Connected"}));
+  EXPECT_EQ(bench.TakeCalls(), (Texts{"Info", "Connected"}));
 }
 
 TEST(SipperPort, SuperviseReportsACycleOnce) {

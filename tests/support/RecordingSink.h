@@ -17,7 +17,7 @@
 
 namespace photometer::tests {
 
-class RecordingSink final : public EmptySink {
+class RecordingSink : public EmptySink {
  public:
   RecordingSink(platform::Board& board, platform::Transcript& transcript) : m_Board(board), m_Transcript(transcript) {}
 
@@ -48,8 +48,11 @@ class RecordingSink final : public EmptySink {
   void OnWarmUpCountdown(DWORD dwSeconds) override;
   DWORD QueryCuvetteWait() override;
 
- private:
+ protected:
+  /// What every callback does: notes the text, watches over the rules, runs the action.
   void Enter(const std::string& text);
+
+ private:
   /// The action for a callback, or none.
   std::function<void()> ActionFor(const std::string& text) const;
   void NoteFault(const std::string& text);
