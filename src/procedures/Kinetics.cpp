@@ -6,12 +6,12 @@
 #include "logging/LogFiles.h"
 #include "optics/InOrder.h"
 #include "optics/UnitValues.h"
+#include "procedures/RequestLimits.h"
 
 namespace photometer {
 
 namespace {
 
-constexpr int READING_ATTEMPTS = 10;
 constexpr LONG NO_VALID_READING = 313;
 constexpr LONG INTERVAL_EXCEEDED = 315;
 
@@ -24,10 +24,8 @@ HRESULT ValidateKineticsRequest(const KineticsRequest* pRequest, const Photomete
   if (pRequest == nullptr) {
     return E_POINTER;
   }
-  const double dLowest = params.bUV ? params.UVMin : params.HalogenMin;
-  const double wl = pRequest->m_dWavelength;
-  const bool bWavelengthFits = wl >= dLowest && wl <= params.HalogenMax;
-  return bWavelengthFits && std::isfinite(pRequest->m_dLampSwitchingPoint) ? S_OK : E_INVALIDARG;
+  const bool bFits = IsMeasurable(pRequest->m_dWavelength, params) && std::isfinite(pRequest->m_dLampSwitchingPoint);
+  return bFits ? S_OK : E_INVALIDARG;
 }
 
 void Kinetics::Run() {
@@ -35,15 +33,24 @@ void Kinetics::Run() {
   LONG iResult = 0;
   const bool bDrawn = DrawSample(&iResult);
   if (bDrawn) {
-    iResult = SetOptics();
-  }
-  if (bDrawn && iResult == 0 && !m_bCanceled) {
-    iResult = RunCycles();
+    iResult = MeasureAll();
   }
   if (bDrawn && iResult == 0 && !m_bCanceled) {
     m_bCanceled = !m_End.NotifyFinished(m_Request.m_dwRequestId);
   }
   Finish(iResult);
+}
+
+void Kinetics::Begin() {
+  LogPhotometerF(TRUE, "[Kinetics] ----->  Thread started.");
+  {
+    const auto state = m_State.Lock();
+    m_Request = state->m_KineticsRequest;
+    m_Params = state->m_Params;
+    m_iCuvetteSize = state->m_Status.iCuvetteSize;
+  }
+  m_Sink.NotifyCode(m_Request.m_dwRequestId, NOTIFY_STARTED, 0);
+  LogPhotometerF(FALSE, "[Kinetics] Wavelength= %.1f", m_Request.m_dWavelength);
 }
 
 bool Kinetics::DrawSample(LONG* pResult) {
@@ -74,16 +81,11 @@ bool Kinetics::RunPump(LONG* pResult) {
   return dwPump == 0;
 }
 
-void Kinetics::Begin() {
-  LogPhotometerF(TRUE, "[Kinetics] ----->  Thread started.");
-  {
-    const auto state = m_State.Lock();
-    m_Request = state->m_KineticsRequest;
-    m_Params = state->m_Params;
-    m_iCuvetteSize = state->m_Status.iCuvetteSize;
+LONG Kinetics::MeasureAll() {
+  if (const LONG iResult = SetOptics(); iResult != 0 || m_bCanceled) {
+    return iResult;
   }
-  m_Sink.NotifyCode(m_Request.m_dwRequestId, NOTIFY_STARTED, 0);
-  LogPhotometerF(FALSE, "[Kinetics] Wavelength= %.1f", m_Request.m_dWavelength);
+  return RunCycles();
 }
 
 LONG Kinetics::SetOptics() {
@@ -185,13 +187,7 @@ LONG Kinetics::TryReading(MeasureValue* pValue) {
   if (const DWORD dwResult = ReadWithoutDark(m_Unit, m_Detectors, &reading); dwResult != 0) {
     return static_cast<LONG>(dwResult);
   }
-  pValue->dValue = reading.dSample;
-  pValue->dValueRef = reading.dReference;
-  if (IsValid(reading)) {
-    return 0;
-  }
-  LogInvalidReading("Kinetics", *pValue);
-  return NO_VALID_READING;
+  return TakeOver("Kinetics", reading, pValue) ? 0 : NO_VALID_READING;
 }
 
 void Kinetics::Deliver(const MeasureValue& value) {
@@ -203,7 +199,7 @@ void Kinetics::Deliver(const MeasureValue& value) {
 void Kinetics::Finish(LONG iResult) {
   m_End.Report("Kinetics", iResult);
   m_End.MakeSafe();
-  if (m_bCanceled || (iResult != 0 && m_State.IsCancelled())) {
+  if (EndsCancelled(iResult)) {
     m_End.NotifyCancelled(m_Request.m_dwRequestId);
     LogPhotometer("[Kinetics] Measurement was canceled.");
   }

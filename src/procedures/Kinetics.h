@@ -5,7 +5,6 @@
 /// before, however long the readings took.
 #pragma once
 
-#include "optics/ShutterReading.h"
 #include "photometer/Records.h"
 #include "procedures/SampleRun.h"
 
@@ -27,6 +26,8 @@ class Kinetics : private SampleRun {
   bool DrawSample(LONG* pResult);
   /// Parameters and cycle of the pump, unless it has run one by itself.
   bool RunPump(LONG* pResult);
+  /// From the optics' set-up to the last cycle. 0, or what ends the run.
+  LONG MeasureAll();
   LONG SetOptics();
   LONG RunCycles();
   /// One cycle. 0, or what ends the run.

@@ -1,22 +1,19 @@
 #include "procedures/Measure.h"
 
 #include <algorithm>
-#include <cmath>
 
 #include "logging/LogFiles.h"
 #include "optics/InOrder.h"
 #include "optics/UnitValues.h"
 #include "procedures/PumpAndDelay.h"
+#include "procedures/RequestLimits.h"
 
 namespace photometer {
 
 namespace {
 
-constexpr int READING_ATTEMPTS = 10;
-/// Ten attempts gave no light.
+/// No attempt gave light.
 constexpr LONG NO_VALID_READING = -3;
-
-bool IsWithin(double d, double dLowest, double dHighest) { return d >= dLowest && d <= dHighest; }
 
 }  // namespace
 
@@ -25,13 +22,12 @@ HRESULT ValidateMeasureRequest(const MeasureRequest* pRequest, const PhotometerP
     return E_POINTER;
   }
   if (pRequest->m_dwReadings < 1 || pRequest->m_Wavelengths.size() != pRequest->m_Tags.size() ||
-      !IsWithin(pRequest->m_dLampSwitchingPoint, params.HalogenMin, params.UVMax)) {
+      !IsSwitchingPoint(pRequest->m_dLampSwitchingPoint, params)) {
     return E_INVALIDARG;
   }
-  const double dLowest = params.bUV ? params.UVMin : params.HalogenMin;
-  const bool bAllWithin = std::all_of(pRequest->m_Wavelengths.begin(), pRequest->m_Wavelengths.end(),
-                                      [&](double wl) { return IsWithin(wl, dLowest, params.HalogenMax); });
-  return bAllWithin ? S_OK : E_INVALIDARG;
+  const bool bAllMeasurable =
+      std::ranges::all_of(pRequest->m_Wavelengths, [&](double wl) { return IsMeasurable(wl, params); });
+  return bAllMeasurable ? S_OK : E_INVALIDARG;
 }
 
 void Measure::Run() {
@@ -141,14 +137,7 @@ LONG Measure::TryReading(MeasureValue* pValue) {
   if (dwResult != 0) {
     return static_cast<LONG>(dwResult);
   }
-  const Reading reading = WithoutDark(light, dark);
-  pValue->dValue = reading.dSample;
-  pValue->dValueRef = reading.dReference;
-  if (IsValid(reading)) {
-    return 0;
-  }
-  LogInvalidReading("Measure", *pValue);
-  return NO_VALID_READING;
+  return TakeOver("Measure", WithoutDark(light, dark), pValue) ? 0 : NO_VALID_READING;
 }
 
 DWORD Measure::ReadTurbidity(double* pTurbidity) {

@@ -6,7 +6,6 @@
 /// `OnResult` lives until the callback returns.
 #pragma once
 
-#include "optics/ShutterReading.h"
 #include "procedures/SampleRun.h"
 
 namespace photometer {

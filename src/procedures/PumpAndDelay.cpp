@@ -18,7 +18,7 @@ bool PumpAndDelay::Run(LONG* pResult, bool* pCanceled) {
   }
   m_State.Lock()->m_PumpInfo.m_bPumpCycleReported = FALSE;
   if (bDraw || m_bCycleReported) {
-    LogPhotometerF(FALSE, "[Measure] bSleep= %s, DelayTime= %d", "TRUE", static_cast<int>(m_dwDelayTime));
+    LogPhotometerF(FALSE, "[Measure] bSleep= TRUE, DelayTime= %d", static_cast<int>(m_dwDelayTime));
     m_Pumps.DelayCountdown(m_dwDelayTime, m_dwRequestId);
   }
   return true;

@@ -4,20 +4,21 @@
 
 namespace photometer {
 
-bool SampleRun::CancelSeen() {
-  m_bCanceled = m_bCanceled || m_State.IsCancelled();
-  return m_bCanceled;
-}
-
 void SampleRun::NoteActivity() {
   const DWORD dwNow = GetTickCount();
   m_State.Lock()->m_Status.dwLastActivityTick = dwNow;
 }
 
-void SampleRun::LogInvalidReading(const char* procedure, const MeasureValue& value) {
+bool SampleRun::TakeOver(const char* procedure, const Reading& reading, MeasureValue* pValue) {
+  pValue->dValue = reading.dSample;
+  pValue->dValueRef = reading.dReference;
+  if (IsValid(reading)) {
+    return true;
+  }
   LogPhotometerF(FALSE, "[%s] get invalid values...", procedure);
   LogPhotometerF(FALSE, "[%s] Pos= %d  WL= %.f  Value= %.3f  ValueRef= %.3f", procedure,
-                 static_cast<int>(value.dwPosition), value.dWavelength, value.dValue, value.dValueRef);
+                 static_cast<int>(pValue->dwPosition), pValue->dWavelength, pValue->dValue, pValue->dValueRef);
+  return false;
 }
 
 }  // namespace photometer

@@ -1,49 +1,33 @@
-/// What the runs that draw a sample and read it share: the parts that they drive, and the cancel.
+/// What the runs that draw a sample and read it share, beside what all runs do.
 #pragma once
 
 #include "calibration/WavelengthModel.h"
-#include "optics/Detectors.h"
-#include "optics/OpticalUnit.h"
+#include "optics/ShutterReading.h"
 #include "photometer/Records.h"
-#include "procedures/EndSequence.h"
+#include "procedures/ProcedureRun.h"
 #include "pumps/Pumps.h"
-#include "state/DeviceState.h"
-#include "state/HostSink.h"
 
 namespace photometer {
 
-class SampleRun {
+/// Attempts to get a reading with light.
+inline constexpr int READING_ATTEMPTS = 10;
+
+class SampleRun : protected ProcedureRun {
  public:
   SampleRun(DeviceState& state, HostSink& sink, OpticalUnit& unit, Detectors& detectors, const WavelengthModel& model,
             Pumps& pumps, EndSequence& end)
-      : m_State(state),
-        m_Sink(sink),
-        m_Unit(unit),
-        m_Detectors(detectors),
-        m_Model(model),
-        m_Pumps(pumps),
-        m_End(end) {}
-  SampleRun(const SampleRun&) = delete;
-  SampleRun& operator=(const SampleRun&) = delete;
+      : ProcedureRun(state, sink, unit, detectors, end), m_Model(model), m_Pumps(pumps) {}
 
  protected:
   ~SampleRun() = default;
 
-  /// A cancel has come. Seen once, it counts to the end of the run.
-  bool CancelSeen();
   /// The host has its values: that counts as activity.
   void NoteActivity();
-  /// A reading without light; `procedure` names the run.
-  static void LogInvalidReading(const char* procedure, const MeasureValue& value);
+  /// Puts the reading into the record. False: it is one without light, and the log says so in the name of `procedure`.
+  static bool TakeOver(const char* procedure, const Reading& reading, MeasureValue* pValue);
 
-  DeviceState& m_State;
-  HostSink& m_Sink;
-  OpticalUnit& m_Unit;
-  Detectors& m_Detectors;
   const WavelengthModel& m_Model;
   Pumps& m_Pumps;
-  EndSequence& m_End;
-  bool m_bCanceled = false;
 };
 
 }  // namespace photometer

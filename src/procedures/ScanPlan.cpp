@@ -3,14 +3,17 @@
 #include <algorithm>
 #include <limits>
 
+#include "optics/UnitValues.h"
 #include "platform/Platform.h"
+#include "procedures/RequestLimits.h"
 
 namespace photometer {
 
 namespace {
 
-constexpr DWORD HALOGEN_LAMP = 1;
-constexpr DWORD DEUTERIUM_LAMP = 2;
+/// A lamp has the number of its path.
+constexpr DWORD HALOGEN_LAMP = HALOGEN_PATH;
+constexpr DWORD DEUTERIUM_LAMP = DEUTERIUM_PATH;
 constexpr DWORD COARSE_POSITIONS = 10;
 /// The lamp's light changes little beyond 900 nm: the unit is given time to settle, ms.
 constexpr DWORD INFRARED_DELAY = 500;
@@ -92,8 +95,6 @@ void MakeCoarse(ScanPlan* pPlan) {
   pPlan->segments = coarse;
 }
 
-bool IsWithin(double d, double dLowest, double dHighest) { return d >= dLowest && d <= dHighest; }
-
 }  // namespace
 
 ScanPlan PlanScan(const ScanRequest& request, BOOL bUV, const ScanPositions& positions) {
@@ -108,13 +109,12 @@ HRESULT ValidateScanRequest(const ScanRequest* pRequest, const PhotometerParamet
   if (pRequest == nullptr) {
     return E_POINTER;
   }
-  const double dLowest = params.bUV ? params.UVMin : params.HalogenMin;
   const bool bLampFits =
       pRequest->m_dwLampMode <= DEUTERIUM_LAMP && (params.bUV || pRequest->m_dwLampMode != DEUTERIUM_LAMP);
   const bool bRangeFits = pRequest->m_dStartWavelength < pRequest->m_dEndWavelength &&
-                          IsWithin(pRequest->m_dStartWavelength, dLowest, params.HalogenMax) &&
-                          IsWithin(pRequest->m_dEndWavelength, dLowest, params.HalogenMax);
-  const bool bSwitchingFits = IsWithin(pRequest->m_dLampSwitchingPoint, params.HalogenMin, params.UVMax);
+                          IsMeasurable(pRequest->m_dStartWavelength, params) &&
+                          IsMeasurable(pRequest->m_dEndWavelength, params);
+  const bool bSwitchingFits = IsSwitchingPoint(pRequest->m_dLampSwitchingPoint, params);
   return bLampFits && bRangeFits && bSwitchingFits ? S_OK : E_INVALIDARG;
 }
 

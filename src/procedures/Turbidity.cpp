@@ -61,11 +61,6 @@ DWORD Turbidity::TakeReading(const TurbidityRange& range, DWORD dwTag, MeasureVa
   return dwResult;
 }
 
-bool Turbidity::CancelSeen() {
-  m_bCanceled = m_bCanceled || m_State.IsCancelled();
-  return m_bCanceled;
-}
-
 void Turbidity::Deliver(const MeasureValues& values) {
   const DWORD dwId = m_Request.m_dwRequestId;
   m_Sink.Notify({[&](IPhotometerSink& sink) { sink.OnResult(dwId, &values); },
@@ -74,7 +69,7 @@ void Turbidity::Deliver(const MeasureValues& values) {
 
 void Turbidity::Finish(LONG iResult) {
   m_End.Report("MeasureTurbidity", iResult);
-  if (m_bCanceled || (iResult != 0 && m_State.IsCancelled())) {
+  if (EndsCancelled(iResult)) {
     m_End.NotifyCancelled(m_Request.m_dwRequestId);
     LogPhotometer("[MeasureTurbidityProc] Measurement was canceled.");
   }

@@ -4,12 +4,8 @@
 /// Runs on a thread of its own while the device is busy. It moves neither mirror nor lamps.
 #pragma once
 
-#include "optics/Detectors.h"
-#include "optics/OpticalUnit.h"
 #include "photometer/Records.h"
-#include "procedures/EndSequence.h"
-#include "state/DeviceState.h"
-#include "state/HostSink.h"
+#include "procedures/ProcedureRun.h"
 
 namespace photometer {
 
@@ -27,10 +23,9 @@ inline constexpr double TURBIDITY_WAVELENGTH = 860.0;
 /// Sets the channel and gives its lamp time to settle. 0, or the number of the command that failed.
 DWORD SetTurbidityRange(DeviceState& state, OpticalUnit& unit, const TurbidityRange& range);
 
-class Turbidity {
+class Turbidity : private ProcedureRun {
  public:
-  Turbidity(DeviceState& state, HostSink& sink, OpticalUnit& unit, Detectors& detectors, EndSequence& end)
-      : m_State(state), m_Sink(sink), m_Unit(unit), m_Detectors(detectors), m_End(end) {}
+  using ProcedureRun::ProcedureRun;
 
   /// Thread procedure.
   void MeasureTurbidityProc();
@@ -39,18 +34,10 @@ class Turbidity {
   /// 0, or the number of the command that failed. A cancel that is seen ends it.
   LONG TakeReadings(MeasureValues* pValues);
   DWORD TakeReading(const TurbidityRange& range, DWORD dwTag, MeasureValues* pValues);
-  bool CancelSeen();
   void Deliver(const MeasureValues& values);
   void Finish(LONG iResult);
 
-  DeviceState& m_State;
-  HostSink& m_Sink;
-  OpticalUnit& m_Unit;
-  Detectors& m_Detectors;
-  EndSequence& m_End;
-
   TurbidityRequest m_Request{};
-  bool m_bCanceled = false;
 };
 
 }  // namespace photometer
