@@ -18,7 +18,6 @@ constexpr LONG CANCELLED = 326;
 constexpr DWORD COARSE_SPEED = 240;
 constexpr DWORD FINE_SPEED = 2400;
 constexpr DWORD COARSE_LENGTH = 10;
-constexpr DWORD DEUTERIUM_LAMP = 2;
 
 /// Steps that a range is widened by at its end, so that its last wavelength has its point.
 constexpr double END_STEPS = 3.0;
@@ -30,10 +29,23 @@ const char* Name(BOOL b) { return b ? "TRUE" : "FALSE"; }
 
 }  // namespace
 
-bool HasScanWavelengths(const ScanRequest& request, const WavelengthModel& model) {
+std::vector<double> ScanWavelengths(const ScanRequest& request, const WavelengthModel& model) {
+  const double dStart = request.m_dStartWavelength;
+  const double dEnd = request.m_dEndWavelength;
+  const double dStep = ScanStep(request);
   std::vector<double> wavelengths;
-  model.GetTableWavelengths(request.m_dStartWavelength, request.m_dEndWavelength, &wavelengths);
-  return !wavelengths.empty() || !model.HasTable();
+  model.GetTableWavelengths(dStart, dEnd, &wavelengths);
+  if (wavelengths.empty()) {
+    return wavelengths;
+  }
+  const double dFirst = wavelengths.front() > dStart ? dStart - dStep : dStart;
+  const double dLast = wavelengths.back() >= dEnd - dStep ? dEnd + END_STEPS * dStep : dEnd;
+  model.GetTableWavelengths(dFirst, dLast, &wavelengths);
+  return wavelengths;
+}
+
+bool HasScanWavelengths(const ScanRequest& request, const WavelengthModel& model) {
+  return !ScanWavelengths(request, model).empty() || !model.HasTable();
 }
 
 bool IsPumpStopCode(DWORD dwResult) {
@@ -62,29 +74,19 @@ void Scan::Plan() {
   const auto state = m_State.Lock();
   m_Params = state->m_Params;
   m_Request = state->m_ScanRequest;
-  BuildWavelengths();
+  m_Wavelengths = ScanWavelengths(m_Request, m_Model);
+  if (m_Wavelengths.empty()) {
+    return;  // the start has refused such a range
+  }
   const ScanPositions positions = Positions();
   m_dwFirst = positions.dwFirst;
   m_Plan = PlanScan(m_Request, m_Params.bUV, positions);
 }
 
-void Scan::BuildWavelengths() {
-  const double dStart = m_Request.m_dStartWavelength;
-  const double dEnd = m_Request.m_dEndWavelength;
-  const double dStep = ScanStep(m_Request);
-  m_Model.GetTableWavelengths(dStart, dEnd, &m_Wavelengths);
-  if (m_Wavelengths.empty()) {
-    return;
-  }
-  const double dFirst = m_Wavelengths.front() > dStart ? dStart - dStep : dStart;
-  const double dLast = m_Wavelengths.back() >= dEnd - dStep ? dEnd + END_STEPS * dStep : dEnd;
-  m_Model.GetTableWavelengths(dFirst, dLast, &m_Wavelengths);
-}
-
 ScanPositions Scan::Positions() const {
   const auto position = [this](double wl) { return static_cast<DWORD>(m_Model.GetMonochromatorPosition(wl)); };
-  return {position(m_Wavelengths.empty() ? m_Request.m_dStartWavelength : m_Wavelengths.front()),
-          position(m_Wavelengths.empty() ? m_Request.m_dEndWavelength : m_Wavelengths.back()),
+  return {position(m_Wavelengths.front()),
+          position(m_Wavelengths.back()),
           m_Params.bUV ? position(m_Request.m_dLampSwitchingPoint) : 0,
           position(m_Params.LowerFilterWL),
           position(m_Params.MiddleFilterWL),
@@ -110,7 +112,7 @@ LONG Scan::ScanAll() {
     if (CancelSeen()) {
       return 0;
     }
-    if (const LONG iResult = ScanSegmentOf(i); iResult != 0 || m_bCanceled) {
+    if (const LONG iResult = RunSegment(i); iResult != 0 || m_bCanceled) {
       return iResult;
     }
   }
@@ -125,7 +127,7 @@ LONG Scan::MoveToStart() {
                                    [&] { return m_Unit.SetMeasurementLength(bCoarse ? COARSE_LENGTH : 1); }));
 }
 
-LONG Scan::ScanSegmentOf(std::size_t nIndex) {
+LONG Scan::RunSegment(std::size_t nIndex) {
   const ScanSegment& segment = m_Plan.segments[nIndex];
   LogSegment(nIndex);
   if (CancelSeen()) {
@@ -153,7 +155,7 @@ LONG Scan::ScanSegmentOf(std::size_t nIndex) {
 }
 
 LONG Scan::SetOptics(const ScanSegment& segment) {
-  const bool bDeuterium = segment.dwLamp == DEUTERIUM_LAMP;
+  const bool bDeuterium = segment.dwLamp == DEUTERIUM_PATH;
   return static_cast<LONG>(InOrder(
       [&] { return m_Unit.SetMirror(segment.dwLamp); },
       [&] {
@@ -292,11 +294,9 @@ void Scan::NoteEnd() {
 void Scan::Finish(LONG iResult) {
   iResult = iResult != 0 ? iResult : m_iCancelResult;
   m_End.Report("ScanProc", iResult);
-  const auto isCancelled = [&] { return m_bCanceled || (iResult != 0 && m_State.IsCancelled()); };
-  NKDbgPrintfW("[Scan]  Exit: iResult= %d, bCancel= %s", iResult, Name(isCancelled()));
+  NKDbgPrintfW("[Scan]  Exit: iResult= %d, bCancel= %s", iResult, Name(EndsCancelled(iResult)));
   m_End.MakeSafe();
-  m_bCanceled = isCancelled();
-  if (m_bCanceled) {
+  if (EndsCancelled(iResult)) {
     m_State.Lock()->m_Cache[CacheEntry::MonochromatorPosition] = 0;  // no position: the next move is sent
     m_End.NotifyCancelled(m_Request.m_dwRequestId);
     LogPhotometerF(TRUE, "[Scan] Canceled by user... iResult= %d", iResult);

@@ -11,12 +11,15 @@
 #include "optics/OpticalExchange.h"
 #include "optics/OpticalLink.h"
 #include "optics/PointStream.h"
-#include "optics/ShutterReading.h"
 #include "photometer/Records.h"
 #include "procedures/SampleRun.h"
 #include "procedures/ScanPlan.h"
 
 namespace photometer {
+
+/// The table's wavelengths for the request's range, and a little more at both ends where a point would be missing.
+/// Empty: there is no table, or its wavelengths do not rise in the range.
+std::vector<double> ScanWavelengths(const ScanRequest& request, const WavelengthModel& model);
 
 /// False: the table has no wavelength for the range, since its wavelengths do not rise. True without a table.
 bool HasScanWavelengths(const ScanRequest& request, const WavelengthModel& model);
@@ -35,14 +38,12 @@ class Scan : private SampleRun {
 
  private:
   void Plan();
-  /// The table's wavelengths of the request, and a little more at both ends where a point would be missing.
-  void BuildWavelengths();
   ScanPositions Positions() const;
   /// The pump step. False: it ends the run, with `*pResult` as its error.
   bool DrawSample(LONG* pResult);
   LONG ScanAll();
   LONG MoveToStart();
-  LONG ScanSegmentOf(std::size_t nIndex);
+  LONG RunSegment(std::size_t nIndex);
   LONG SetOptics(const ScanSegment& segment);
   LONG ReadDark();
   LONG CollectSegment(std::size_t nIndex);

@@ -593,6 +593,37 @@ TEST(Scan, TableWithoutTheRangeIsRefused) {
   EXPECT_EQ(device->StartScan(&request), E_INVALIDARG);
 }
 
+TEST(Scan, RangeThatTheTableDoesNotGive) {
+  const auto parameters = [](double dB, double dC, double dD) {
+    PhotometerParameters params = DefaultParameters();
+    params.dA = 0.0;
+    params.dB = dB;
+    params.dC = dC;
+    params.dD = dD;
+    return params;
+  };
+  struct {
+    const char* what;
+    PhotometerParameters params;
+    bool bHas;
+  } const cases[] = {
+      {"rising", DefaultParameters(), true},
+      {"falling", parameters(0.0, -9e4, 1.4e9), false},
+      // From 599.942 nm on it still rises to 600 nm; a step below it, the nearest position is behind the turn.
+      {"turning", parameters(-1e4, 160'006'000.0, -639'448'000'900.0), false},
+  };
+  World world;
+  for (const auto& c : cases) {
+    DeviceState state;
+    WavelengthModel model(state);
+    EXPECT_TRUE(HasScanWavelengths(Request(599.942, 600.0), model)) << "without a table nobody can tell";
+    state.Lock()->m_Params = c.params;
+    ASSERT_TRUE(model.BuildTable()) << c.what;
+    EXPECT_EQ(HasScanWavelengths(Request(599.942, 600.0), model), c.bHas) << c.what;
+    model.FreeTable();
+  }
+}
+
 TEST(Scan, AnyOrderOfEventsAndAnySplitOfTheBytes) {
   const MeasureValues expected = ReadyDevice().Run(ScanOf(ACROSS_A_FILTER));
   for (std::uint64_t nSeed = 1; nSeed <= 30; ++nSeed) {
