@@ -40,7 +40,7 @@ void Measure::Run() {
   if (bDrawn) {
     iResult = MeasureAll();
   }
-  if (bDrawn && iResult == 0 && !m_bCanceled) {
+  if (bDrawn && iResult == 0 && !CancelSeen()) {
     LogPhotometerF(FALSE, "[Measure] delegate action [Photometer_Measurement_Completed]...");
     m_bCanceled = !m_End.NotifyFinished(m_Request.m_dwRequestId);
   }

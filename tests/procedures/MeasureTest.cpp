@@ -425,7 +425,9 @@ TEST(Measure, CancelInTheLastCallbackGivesOneEnd) {
     bench.Run(MeasureAt({525.0}));
     EXPECT_EQ(bench.Calls().back(), c.end) << c.callback;
     EXPECT_EQ(bench.Ends(), 1U);
-    EXPECT_EQ(bench.world.LogLines("[Measure] Measurement was canceled."), c.end == cases[3].end ? 0U : 1U);
+    const bool bFinished = c.end == cases[3].end;
+    EXPECT_EQ(bench.world.LogLines("[Measure] Measurement was canceled."), bFinished ? 0U : 1U);
+    EXPECT_EQ(bench.world.LogLines("[Photometer_Measurement_Completed]"), bFinished ? 1U : 0U);
     bench.world.sink.On(c.callback, nullptr);
     EXPECT_TRUE(bench.MeasuresRight());
   }
