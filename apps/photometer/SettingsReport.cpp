@@ -5,6 +5,7 @@
 
 #include <fmt/format.h>
 
+#include "ReadableText.h"
 #include "ResultHeader.h"
 #include "SettingsMeaning.h"
 #include "platform/Platform.h"
@@ -34,7 +35,9 @@ struct ValueText {
   const InstrumentSettings& settings;
   const SettingsKey& whole;
 
-  std::string operator()(const photometer::TextField& key) const { return Utf8(settings.*key.pField); }
+  std::string operator()(const photometer::TextField& key) const {
+    return Readable(photometer::platform::WideCharToMultiByte(settings.*key.pField));
+  }
   std::string operator()(const photometer::DateTimeField& key) const { return TimeText(settings.*key.pField, ' '); }
   std::string operator()(const photometer::ListField& key) const {
     const std::size_t nPoints = (settings.*key.pField).size();
