@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <cmath>
+#include <limits>
 
 #include "Draw.h"
 #include "Faults.h"
@@ -132,11 +134,26 @@ struct Field {
   void (*set)(Profile* pProfile, const Clause& clause);
 };
 
+/// The number as a field has it: cut to what fits, and 0 for what is none.
+template <typename Type>
+Type Kept(double dNumber) {
+  constexpr auto Lowest = std::numeric_limits<Type>::lowest();
+  constexpr auto Highest = std::numeric_limits<Type>::max();
+  if (std::isnan(dNumber)) {
+    return Type{};
+  }
+  // As a double, the highest value of 64 bits is one more than that.
+  if (dNumber >= static_cast<double>(Highest)) {
+    return Highest;
+  }
+  return dNumber <= static_cast<double>(Lowest) ? Lowest : static_cast<Type>(dNumber);
+}
+
 template <auto Member>
 constexpr Field NumberField(std::string_view name) {
   using Type = std::remove_cvref_t<decltype(std::declval<Profile>().*Member)>;
   return {name, [](const Profile& profile) { return static_cast<double>(profile.*Member); },
-          [](Profile* pProfile, const Clause& clause) { pProfile->*Member = static_cast<Type>(clause.At(0)); }};
+          [](Profile* pProfile, const Clause& clause) { pProfile->*Member = Kept<Type>(clause.At(0)); }};
 }
 
 constexpr std::array<Field, 16> Fields{
