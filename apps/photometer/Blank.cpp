@@ -116,7 +116,7 @@ std::string Blank::Builder::TakeCsvRow(const std::vector<std::string>& names, co
 
 std::string Blank::Builder::TakeJson(std::string_view contents) {
   const auto json = nlohmann::json::parse(contents);
-  TakeHeader("schema", fmt::format("{} {}", json.at("schema").get<std::string>(), json.at("version").get<int>()));
+  TakeHeader("schema", fmt::format("{} {}", json.at("schema").get<std::string>(), json.at("version").get<double>()));
   for (const char* name : {"kind", "outcome", "time"}) {
     TakeHeader(name, json.at(name).get<std::string>());
   }
