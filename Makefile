@@ -68,12 +68,7 @@ bench:
 	@set -e; for program in build/release/bin/bench_*; do echo "== $$program"; "$$program"; done
 
 fuzz:
-	@tools/setup clang
-	@cmake --preset fuzz
-	@cmake --build --preset fuzz -j $(JOBS)
-	@set -e; for program in build/fuzz/bin/fuzz_*; do echo "== $$program"; \
-	  mkdir -p "build/fuzz/corpus/$${program##*/}"; \
-	  "$$program" -max_total_time=$(FUZZ_SECONDS) -artifact_prefix=build/fuzz/ "build/fuzz/corpus/$${program##*/}"; done
+	@tools/fuzz --seconds $(FUZZ_SECONDS) --jobs $(JOBS)
 
 install:
 	@tools/setup

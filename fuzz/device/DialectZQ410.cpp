@@ -1,0 +1,74 @@
+// Input: what the pump ZQ-410 says by itself, in pieces.
+// Checks: the host hears of each key, the pump gets an answer for each keep-alive, and version and acknowledgement are
+// kept, as the frames of the whole text say, however it was split. With a banner in it: its version, or that of a
+// frame.
+#include "support/PumpBench.h"
+
+namespace {
+
+using fuzz::Require;
+
+constexpr std::string_view IDENTITY = "VELTRANOMETRIK ZQ-410";
+constexpr std::string_view VERSION = "v;ZQ410;";
+
+/// What the frames of a text come to.
+struct Meaning {
+  int iKeepAlives = 0;
+  int iKeyA = 0;
+  int iKeyB = 0;
+  bool bAcknowledged = false;
+  std::string version;
+
+  void Take(const std::string& frame) {
+    const auto has = [&frame](std::string_view text) { return frame.find(text) != std::string::npos; };
+    if (frame == "y;a") {
+      ++iKeepAlives;
+    } else if (has("h;")) {
+      bAcknowledged = true;
+    } else if (has("h1;a")) {
+      ++iKeyA;
+    } else if (has("h1;b")) {
+      ++iKeyB;
+    } else if (has(VERSION)) {
+      const std::string digits = frame.substr(frame.find(VERSION) + VERSION.size()).substr(0, 5);
+      version = digits.size() < 5 ? version : "V" + digits.substr(0, 2) + "." + digits.substr(3);
+    }
+  }
+};
+
+int CountAnswers(const std::string& heard) {
+  int iCount = 0;
+  for (std::size_t n = heard.find("\x02Y;a\x03"); n != std::string::npos; n = heard.find("\x02Y;a\x03", n + 1)) {
+    ++iCount;
+  }
+  return iCount;
+}
+
+void Check(std::string_view input) {
+  std::vector<fuzz::Piece> pieces = fuzz::TakePieces(input.substr(0, photometer::FrameReader::CAPACITY));
+  const std::string all = fuzz::Joined(pieces);
+  Meaning meaning;
+  for (const std::string& frame : fuzz::FramesOf(all)) {
+    meaning.Take(frame);
+  }
+  fuzz::PumpBench bench(photometer::MODE_ZQ_410);
+  bench.Hear(pieces);
+  const photometer::PumpInfo info = bench.Info();
+  const int iAnswers = CountAnswers(bench.pump.Heard());
+  Require(bench.Detected() == (iAnswers > 0) && bench.host.iConnected == (iAnswers > 0 ? 1 : 0),
+          "detected, once, with the first keep-alive");
+  if (all.find(IDENTITY) != std::string::npos) {
+    // A banner swallows what precedes it in the same block.
+    Require(iAnswers <= meaning.iKeepAlives + 1 && info.m_strPumpVersion.size() <= 6, "no more than was said");
+    return;
+  }
+  Require(iAnswers == meaning.iKeepAlives, "an answer for each keep-alive");
+  Require(bench.host.iKeyA == meaning.iKeyA && bench.host.iKeyB == meaning.iKeyB, "each key is told once");
+  Require((info.m_bPumpCycleReported != 0) == (meaning.iKeyB > 0), "key B reports a cycle");
+  Require((info.m_bPumpParamsAcknowledged != 0) == meaning.bAcknowledged, "the acknowledgement is kept");
+  fuzz::RequireEqual(info.m_strPumpVersion, meaning.version, "the last version counts");
+}
+
+const fuzz::Target target("DialectZQ410", Check);
+
+}  // namespace
