@@ -81,7 +81,7 @@ void CheckPorts(const layer::BoardFile& file, Findings& findings) {
 BoardFinding CheckInput(layer::PosixPins& pins, layer::HANDLE hPins, const std::string& folder,
                         photometer::DWORD dwPin) {
   const photometer::DWORD dwLevel = pins.GetInput(hPins, 0, dwPin);
-  if (dwLevel != layer::PinUnreadable) {
+  if (dwLevel != layer::UnreadablePin) {
     return {BoardState::Works, "pins.folder", fmt::format("pin {} (cuvette switch) is {}", dwPin, dwLevel), {}};
   }
   return {BoardState::Wrong, "pins.folder",

@@ -2,12 +2,6 @@
 
 namespace photometer::platform {
 
-namespace {
-
-constexpr DWORD UnreadablePin = 0xFFFFFFFFU;
-
-}  // namespace
-
 HANDLE GpioOpenHandle(CallSite site) {
   return CallFails(LayerCall::GpioOpenHandle, site) ? INVALID_HANDLE_VALUE : CurrentBoard().GetPins().OpenHandle();
 }

@@ -49,7 +49,17 @@ struct DCB {
 inline constexpr DWORD DCB_LENGTH = 28;
 inline constexpr DWORD DCB_CHECK_PARITY = 1U << 1U;
 inline constexpr BYTE NOPARITY = 0;
+inline constexpr BYTE ODDPARITY = 1;
+inline constexpr BYTE EVENPARITY = 2;
 inline constexpr BYTE ONESTOPBIT = 0;
+inline constexpr BYTE TWOSTOPBITS = 2;
+
+/// What `PurgeComm` discards: bytes that wait to be sent, bytes that were received.
+inline constexpr DWORD PURGE_TXCLEAR = 4;
+inline constexpr DWORD PURGE_RXCLEAR = 8;
+
+/// What `GpioGetInput` gives for a pin that cannot be read.
+inline constexpr DWORD UnreadablePin = 0xFFFFFFFFU;
 
 /// Serial read and write time-outs, ms. A read ends when the buffer is full, when the line has been silent for the
 /// interval after a first byte, or when multiplier × bytes asked + constant has passed without one.

@@ -17,20 +17,20 @@ TEST(PosixPins, ReadsLevelsAndNothingElse) {
                {"1", 1},
                {"0\n", 0},
                {"1\r\n", 1},
-               {"", PinUnreadable},
-               {"2", PinUnreadable},
-               {"10", PinUnreadable},
-               {"high", PinUnreadable},
-               {"\n1", PinUnreadable}};
+               {"", UnreadablePin},
+               {"2", UnreadablePin},
+               {"10", UnreadablePin},
+               {"high", UnreadablePin},
+               {"\n1", UnreadablePin}};
   for (const char* file : {"pin10", "gpio10/value"}) {
-    EXPECT_TRUE(pins.GetInput(handle, 3, 11) == PinUnreadable);
+    EXPECT_TRUE(pins.GetInput(handle, 3, 11) == UnreadablePin);
     for (const auto& test : cases) {
       folder.Write(file, test.text);
       EXPECT_EQ(pins.GetInput(handle, 3, 10), test.dwLevel) << file << testing::PrintToString(test.text);
     }
   }
   folder.MakeFolder("pin12");
-  EXPECT_EQ(pins.GetInput(handle, 3, 12), PinUnreadable);
+  EXPECT_EQ(pins.GetInput(handle, 3, 12), UnreadablePin);
 }
 
 TEST(PosixPins, SetUpAndOutput) {
@@ -68,7 +68,7 @@ TEST(PosixPins, HandlesAndFoldersThatAreNotThere) {
   EXPECT_TRUE(pins.CloseHandle(handle));
   EXPECT_FALSE(pins.CloseHandle(handle));
   for (const HANDLE wrong : {handle, HANDLE{0}, INVALID_HANDLE_VALUE}) {
-    EXPECT_EQ(pins.GetInput(wrong, 3, 10), PinUnreadable);
+    EXPECT_EQ(pins.GetInput(wrong, 3, 10), UnreadablePin);
     EXPECT_FALSE(pins.SetupPin(wrong, 0, 9, 1));
     EXPECT_FALSE(pins.SetOutput(wrong, 0, 9, 1));
   }

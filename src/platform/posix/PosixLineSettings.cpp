@@ -10,14 +10,11 @@
 
 #include <asm/termbits.h>
 
+#include "platform/LineFormat.h"
 #include "platform/posix/PosixClock.h"
 
 namespace photometer::platform {
 namespace {
-
-constexpr BYTE ODDPARITY = 1;
-constexpr BYTE EVENPARITY = 2;
-constexpr BYTE TWOSTOPBITS = 2;
 
 struct StandardRate {
   DWORD dwRate;
@@ -80,13 +77,6 @@ bool IsRateTaken(DWORD dwWanted, DWORD dwTaken) {
 }
 
 }  // namespace
-
-bool IsPossible(const DCB& state) {
-  const bool bByteSize =
-      std::ranges::find(ByteSizeCodes, state.ByteSize, &ByteSizeCode::byteSize) != ByteSizeCodes.end();
-  const bool bStopBits = state.StopBits == ONESTOPBIT || state.StopBits == TWOSTOPBITS;
-  return state.DCBlength == DCB_LENGTH && state.BaudRate != 0 && bByteSize && state.Parity <= EVENPARITY && bStopBits;
-}
 
 bool MakeLineRaw(int nDescriptor) {
   termios2 line{};
@@ -151,9 +141,7 @@ bool DiscardQueues(int nDescriptor, bool bInput, bool bOutput) {
 }
 
 std::int64_t NanosecondsPerByte(const DCB& state) {
-  const int nStopBits = state.StopBits == TWOSTOPBITS ? 2 : 1;
-  const int nBits = 1 + state.ByteSize + (state.Parity != NOPARITY ? 1 : 0) + nStopBits;
-  return nBits * NanosecondsPerSecond / std::max<std::int64_t>(state.BaudRate, 1);
+  return std::int64_t{BitsPerCharacter(state)} * NanosecondsPerSecond / std::max<std::int64_t>(state.BaudRate, 1);
 }
 
 }  // namespace photometer::platform

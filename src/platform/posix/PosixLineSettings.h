@@ -6,9 +6,6 @@
 
 namespace photometer::platform {
 
-/// False: the board has no such setting (another length, rate 0, byte size outside 5 to 8, another parity code or stop
-/// bit code).
-bool IsPossible(const DCB& state);
 /// Raw bytes, no flow control, modem lines ignored, breaks ignored; rate and framing stay. False: not a serial line.
 bool MakeLineRaw(int nDescriptor);
 bool ReadLineSettings(int nDescriptor, DCB* pState);

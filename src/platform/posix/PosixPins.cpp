@@ -21,7 +21,7 @@ DWORD LevelOf(std::string_view text) {
   if (level == "0" || level == "1") {
     return level == "1" ? 1 : 0;
   }
-  return PinUnreadable;
+  return UnreadablePin;
 }
 
 }  // namespace
@@ -62,7 +62,7 @@ bool PosixPins::SetOutput(HANDLE handle, DWORD /*dwPort*/, DWORD dwPin, DWORD dw
 
 DWORD PosixPins::GetInput(HANDLE handle, DWORD /*dwPort*/, DWORD dwPin) {
   if (!IsOpen(handle)) {
-    return PinUnreadable;
+    return UnreadablePin;
   }
   HostFile file = HostFile::Open(KernelPath(dwPin, "value"), O_RDONLY | O_NONBLOCK);
   if (!file.IsOpen()) {
@@ -70,7 +70,7 @@ DWORD PosixPins::GetInput(HANDLE handle, DWORD /*dwPort*/, DWORD dwPin) {
   }
   std::array<char, 8> text{};
   const std::optional<std::size_t> nRead = file.IsOpen() ? file.ReadSome(text.data(), text.size()) : std::nullopt;
-  return nRead.has_value() ? LevelOf({text.data(), *nRead}) : PinUnreadable;
+  return nRead.has_value() ? LevelOf({text.data(), *nRead}) : UnreadablePin;
 }
 
 bool PosixPins::CloseHandle(HANDLE handle) {

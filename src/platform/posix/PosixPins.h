@@ -15,9 +15,6 @@
 
 namespace photometer::platform {
 
-/// What `PosixPins::GetInput` gives for a pin that cannot be read.
-inline constexpr DWORD PinUnreadable = 0xFFFFFFFFU;
-
 class PosixPins final : public Pins {
  public:
   /// An empty folder: the board has no pins.

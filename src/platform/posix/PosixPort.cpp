@@ -17,8 +17,6 @@
 namespace photometer::platform {
 namespace {
 
-constexpr DWORD PurgeOutput = 4;
-constexpr DWORD PurgeInput = 8;
 /// USB adapters take bytes in blocks, one every 16 ms at the slowest.
 constexpr std::int64_t AdapterBlockTime = 20 * NanosecondsPerMillisecond;
 
@@ -100,7 +98,7 @@ bool PosixPort::SetTimeouts(const COMMTIMEOUTS& timeouts) {
 }
 
 bool PosixPort::Purge(DWORD dwFlags) {
-  return !m_bClosed && DiscardQueues(m_nLine, (dwFlags & PurgeInput) != 0, (dwFlags & PurgeOutput) != 0);
+  return !m_bClosed && DiscardQueues(m_nLine, (dwFlags & PURGE_RXCLEAR) != 0, (dwFlags & PURGE_TXCLEAR) != 0);
 }
 
 bool PosixPort::Read(char* pBuffer, DWORD dwBytes, DWORD* pBytesRead) {

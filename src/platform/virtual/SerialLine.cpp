@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "platform/LineFormat.h"
 #include "platform/virtual/VirtualClock.h"
 #include "platform/virtual/VirtualThread.h"
 
@@ -37,21 +38,16 @@ void SerialLine::Open(std::uint64_t nNow) {
 }
 
 bool SerialLine::SetState(const DCB& state) {
-  const bool bValid = state.DCBlength == DCB_LENGTH && state.BaudRate > 0 && state.ByteSize >= 5 &&
-                      state.ByteSize <= 8 && state.Parity <= 2 && state.StopBits <= 2;
-  if (bValid) {
-    m_state = state;
+  if (!IsPossible(state)) {
+    return false;
   }
-  return bValid;
-}
-
-std::uint64_t SerialLine::BitsPerCharacter() const {
-  return 1U + m_state.ByteSize + (m_state.Parity == NOPARITY ? 0U : 1U) + (m_state.StopBits == ONESTOPBIT ? 1U : 2U);
+  m_state = state;
+  return true;
 }
 
 std::uint64_t SerialLine::TimeOf(std::uint64_t nCharacters) const {
   const std::uint64_t nBaud = std::max<DWORD>(m_state.BaudRate, 1);
-  return (nCharacters * BitsPerCharacter() * MicrosecondsPerSecond + nBaud - 1) / nBaud;
+  return (nCharacters * BitsPerCharacter(m_state) * MicrosecondsPerSecond + nBaud - 1) / nBaud;
 }
 
 // ---- to the device ----

@@ -65,7 +65,6 @@ class SerialLine {
     std::string bytes;
   };
 
-  [[nodiscard]] std::uint64_t BitsPerCharacter() const;
   [[nodiscard]] std::uint64_t TimeOf(std::uint64_t nCharacters) const;
   [[nodiscard]] std::size_t Queued() const { return m_queue.size() - m_nTaken; }
   [[nodiscard]] std::uint64_t NextFromDevice() const;

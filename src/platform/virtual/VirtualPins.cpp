@@ -4,13 +4,6 @@
 
 namespace photometer::platform {
 
-namespace {
-
-/// What `GetInput` answers for a pin that cannot be read.
-constexpr DWORD Unreadable = 0xFFFFFFFFU;
-
-}  // namespace
-
 VirtualPins::VirtualPins(Scheduler& scheduler, VirtualClock& clock, RuleChecks& checks)
     : m_scheduler(scheduler), m_clock(clock), m_checks(checks) {}
 
@@ -59,7 +52,7 @@ bool VirtualPins::SetOutput(HANDLE handle, DWORD dwPort, DWORD dwPin, DWORD dwLe
 DWORD VirtualPins::GetInput(HANDLE handle, DWORD /*dwPort*/, DWORD dwPin) {
   const UnobservedScope scope;
   m_scheduler.Point("GpioGetInput");
-  return IsOpen(handle) ? m_pSource->ReadPin(m_clock.Now(), dwPin) : Unreadable;
+  return IsOpen(handle) ? m_pSource->ReadPin(m_clock.Now(), dwPin) : UnreadablePin;
 }
 
 bool VirtualPins::CloseHandle(HANDLE handle) {

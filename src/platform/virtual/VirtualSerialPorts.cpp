@@ -9,13 +9,6 @@
 
 namespace photometer::platform {
 
-namespace {
-
-constexpr DWORD PurgeOutput = 4;
-constexpr DWORD PurgeInput = 8;
-
-}  // namespace
-
 VirtualSerialPorts::VirtualSerialPorts(Scheduler& scheduler, VirtualClock& clock, RuleChecks& checks)
     : m_scheduler(scheduler), m_clock(clock), m_checks(checks) {
   m_scheduler.SetTimedSource(*this);
@@ -124,10 +117,10 @@ bool VirtualSerialPorts::Purge(HANDLE handle, DWORD dwFlags) {
   if (pPort == nullptr) {
     return false;
   }
-  if ((dwFlags & PurgeOutput) != 0) {
+  if ((dwFlags & PURGE_TXCLEAR) != 0) {
     pPort->pLine->DiscardOutput(m_clock.Now());
   }
-  if ((dwFlags & PurgeInput) != 0) {
+  if ((dwFlags & PURGE_RXCLEAR) != 0) {
     pPort->pLine->DiscardInput();
     TellReaders(*pPort);
   }
