@@ -1,5 +1,6 @@
 #include "platform/CallSite.h"
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 
@@ -23,6 +24,11 @@ std::atomic<CallHook*> currentHook{nullptr};
 }  // namespace
 
 std::string_view NameOf(LayerCall call) { return CallNames.at(static_cast<std::size_t>(call)); }
+
+std::optional<LayerCall> LayerCallNamed(std::string_view name) {
+  const auto* const pName = std::ranges::find(CallNames, name);
+  return pName == CallNames.end() ? std::nullopt : std::optional(static_cast<LayerCall>(pName - CallNames.begin()));
+}
 
 CallHook* SetCallHook(CallHook* pHook) { return currentHook.exchange(pHook); }
 

@@ -4,6 +4,7 @@
 /// injection hangs itself in with `SetCallHook`; without a hook a call pays one load and one comparison.
 #pragma once
 
+#include <optional>
 #include <string_view>
 
 namespace photometer::platform {
@@ -59,6 +60,8 @@ inline constexpr unsigned LayerCalls = static_cast<unsigned>(LayerCall::GetTimeF
 
 /// `CreateEventW` and so on.
 [[nodiscard]] std::string_view NameOf(LayerCall call);
+/// The call of that name, or nothing.
+[[nodiscard]] std::optional<LayerCall> LayerCallNamed(std::string_view name);
 
 class CallHook {
  public:

@@ -27,15 +27,7 @@ bool IsWord(char character) { return std::isalnum(static_cast<unsigned char>(cha
 
 std::optional<LayerCall> CallOf(std::string_view name) {
   const auto* const pAlias = std::ranges::find(Aliases, name, &std::pair<std::string_view, LayerCall>::first);
-  if (pAlias != Aliases.end()) {
-    return pAlias->second;
-  }
-  for (unsigned i = 0; i < LayerCalls; ++i) {
-    if (NameOf(static_cast<LayerCall>(i)) == name) {
-      return static_cast<LayerCall>(i);
-    }
-  }
-  return std::nullopt;
+  return pAlias != Aliases.end() ? pAlias->second : LayerCallNamed(name);
 }
 
 /// Where the comment, text or character that begins at `nBegin` ends; `nBegin` itself when none begins there.

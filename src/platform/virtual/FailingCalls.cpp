@@ -25,15 +25,6 @@ std::string_view RelativeName(std::string_view file) {
   return file.starts_with(prefix) ? file.substr(prefix.size()) : file;
 }
 
-std::optional<LayerCall> CallNamed(std::string_view name) {
-  for (unsigned i = 0; i < LayerCalls; ++i) {
-    if (NameOf(static_cast<LayerCall>(i)) == name) {
-      return static_cast<LayerCall>(i);
-    }
-  }
-  return std::nullopt;
-}
-
 /// The n-th call fails, and those after it.
 struct Choice {
   std::uint64_t nCall;
@@ -56,7 +47,7 @@ std::optional<SiteName> ParseSite(std::string_view text) {
   if (nSpace == std::string_view::npos || nColon == std::string_view::npos) {
     return std::nullopt;
   }
-  const std::optional<LayerCall> call = CallNamed(text.substr(nSpace + 1));
+  const std::optional<LayerCall> call = LayerCallNamed(text.substr(nSpace + 1));
   const std::string_view digits = text.substr(nColon + 1, nSpace - nColon - 1);
   unsigned nLine = 0;
   const auto [pEnd, error] = std::from_chars(digits.data(), digits.data() + digits.size(), nLine);
