@@ -23,7 +23,7 @@ std::vector<std::string> SipperLine::TakeFrames(Time now, std::string_view bytes
       m_bInFrame = false;
       m_Received.push_back({now, m_strFrame});
       frames.push_back(std::exchange(m_strFrame, {}));
-    } else if (m_strFrame.size() < LongestFrame) {
+    } else if (m_bInFrame && m_strFrame.size() < LongestFrame) {
       m_strFrame += byte;
     }
   }
