@@ -1,6 +1,6 @@
 /// The seam between the operating-system layer and what it runs on.
 ///
-/// A `Board` is seven services. The layer's functions (Platform.h) turn the board's function names into calls of the
+/// A `Board` is six services. The layer's functions (Platform.h) turn the board's function names into calls of the
 /// current board's services; the library calls nothing else. There are two boards: `PosixBoard` (real ports) and
 /// `VirtualBoard` (simulated ports in virtual time). Forwarding.h has services that pass everything on, to derive
 /// faults from.
@@ -85,7 +85,7 @@ class SerialPorts {
   virtual bool SetState(HANDLE handle, const DCB& state) = 0;
   virtual bool SetMask(HANDLE handle, DWORD dwMask) = 0;
   virtual bool SetTimeouts(HANDLE handle, const COMMTIMEOUTS& timeouts) = 0;
-  /// Flags as on the board: 4 discards output, 8 discards input, 0 nothing.
+  /// `PURGE_TXCLEAR`, `PURGE_RXCLEAR`, both, or 0: nothing.
   virtual bool Purge(HANDLE handle, DWORD dwFlags) = 0;
   /// Blocks as the time-outs say. True with 0 bytes: nothing came. False: the port is gone, or closed meanwhile.
   virtual bool Read(HANDLE handle, void* pBuffer, DWORD dwBytes, DWORD* pBytesRead) = 0;

@@ -45,8 +45,8 @@ class HostFile {
 };
 
 /// Puts a new file in the place of `name` in the folder: a temporary file beside it is written by `write`, brought to
-/// the medium, and renamed; then the folder is brought to the medium. If anything fails the old file stands and no
-/// temporary file is left.
+/// the medium, and renamed; then the folder is brought to the medium. If anything fails before the renaming the old
+/// file stands, and no temporary file is left.
 bool ReplaceAt(const HostFile& folder, const std::string& name, const std::function<bool(const HostFile&)>& write);
 /// The same for a path of the host and fixed bytes.
 bool ReplaceHostFile(const std::string& path, std::string_view bytes);

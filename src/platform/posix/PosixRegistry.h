@@ -1,6 +1,6 @@
 /// The registry as one readable file of the host:
 ///
-///     # lamp-on time, in seconds
+///     # Lamp-on time of the instrument, in ticks of about one second.
 ///     [\Veltranometrik]
 ///     HalLamp=123
 ///     UVLamp=0

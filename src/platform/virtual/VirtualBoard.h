@@ -1,6 +1,7 @@
 /// The virtual board: one operating-system thread, every library thread a fiber, virtual time.
 ///
-/// Each call into the layer is a scheduling point. A seed decides every choice; the same seed replays the same run to
+/// Each call into the layer that another thread could notice is a scheduling point (memory, the own thread's number,
+/// the program's path and a trace's clock are not). A seed decides every choice; the same seed replays the same run to
 /// the byte. Time moves only when nobody can run, and then to the next deadline. The thread that made the board is its
 /// thread "main". Everything that the board's rules forbid is noted as a report: a deadlock, a cycle in the order of
 /// locks, a wait, sleep or serial call begun with a lock held (the locks named in `locksForHostCode` apart), a lock
