@@ -25,18 +25,28 @@ constexpr DWORD AWhile = 20;
 class BoardContract : public testing::TestWithParam<BoardFactory> {
  protected:
   void SetUp() override { MakeBoard(UsualStartTick); }
-  void TearDown() override { SetBoard(nullptr); }
+  void TearDown() override {
+    for (const HANDLE handle : m_handles) CloseHandle(handle);
+    SetBoard(nullptr);
+  }
 
   void MakeBoard(DWORD dwStartTick) {
     SetBoard(nullptr);
+    m_handles.clear();
     m_pWorld.reset();
     m_pWorld = GetParam().make(dwStartTick);
     SetBoard(&m_pWorld->GetBoard());
   }
 
+  /// Closes the handle at the end of the test, unless the test has done so.
+  HANDLE Keep(HANDLE handle) { return m_handles.emplace_back(handle); }
+
   static std::uint64_t Microseconds() { return CurrentBoard().GetKernel().GetMicroseconds(); }
 
   std::unique_ptr<BoardUnderTest> m_pWorld;
+
+ private:
+  std::vector<HANDLE> m_handles;
 };
 
 /// Runs a suite on every board.

@@ -32,41 +32,32 @@ TEST_P(DevicesContract, AClosedPinHandleIsRefused) {
     EXPECT_FALSE(GpioCloseHandle(handle));
     EXPECT_FALSE(GpioSetupPin(handle, 2, 22, 0));
     EXPECT_FALSE(GpioSetOutput(handle, 0, 9, 1));
-    EXPECT_GT(GpioGetInput(handle, InputPort, 10), 1U);
+    EXPECT_EQ(GpioGetInput(handle, InputPort, 10), UnreadablePin);
   }
 }
 
-TEST_P(DevicesContract, TheRegistryKeepsItsValues) {
+TEST_P(DevicesContract, TheRegistryKeepsItsValuesUnderEachHandle) {
   HANDLE hKey = 0;
+  HANDLE hClosed = 0;
   DWORD dwValue = 0;
-  ASSERT_EQ(RegOpenKeyExW(u"\\Veltranometrik", &hKey), ERROR_SUCCESS);
-  EXPECT_EQ(RegQueryValueExW(hKey, u"HalLamp", &dwValue), ERROR_SUCCESS);
-  EXPECT_EQ(dwValue, 5U);
+  DWORD dwExpected = 5;
+  EXPECT_EQ(RegOpenKeyExW(u"\\Missing", &hKey), ERROR_FILE_NOT_FOUND);
   for (const DWORD dwNew : {0U, 3'601U, 0xFFFFFFFFU}) {
+    ASSERT_EQ(RegOpenKeyExW(u"\\Veltranometrik", &hKey), ERROR_SUCCESS);
+    EXPECT_NE(hKey, hClosed);
+    EXPECT_EQ(RegQueryValueExW(hKey, u"HalLamp", &dwValue), ERROR_SUCCESS);
+    EXPECT_EQ(dwValue, dwExpected);
     EXPECT_EQ(RegSetValueExW(hKey, u"HalLamp", dwNew), ERROR_SUCCESS);
     EXPECT_EQ(RegQueryValueExW(hKey, u"HalLamp", &dwValue), ERROR_SUCCESS);
     EXPECT_EQ(dwValue, dwNew);
+    EXPECT_NE(RegQueryValueExW(hKey, u"Missing", &dwValue), ERROR_SUCCESS);
+    EXPECT_EQ(RegCloseKey(hKey), ERROR_SUCCESS);
+    EXPECT_NE(RegQueryValueExW(hKey, u"HalLamp", &dwValue), ERROR_SUCCESS);
+    EXPECT_NE(RegSetValueExW(hKey, u"HalLamp", 1), ERROR_SUCCESS);
+    EXPECT_NE(RegCloseKey(hKey), ERROR_SUCCESS);
+    hClosed = hKey;
+    dwExpected = dwNew;
   }
-  EXPECT_NE(RegQueryValueExW(hKey, u"Missing", &dwValue), ERROR_SUCCESS);
-  EXPECT_EQ(RegCloseKey(hKey), ERROR_SUCCESS);
-
-  const HANDLE hClosed = hKey;
-  ASSERT_EQ(RegOpenKeyExW(u"\\Veltranometrik", &hKey), ERROR_SUCCESS);
-  EXPECT_NE(hKey, hClosed);
-  EXPECT_EQ(RegQueryValueExW(hKey, u"HalLamp", &dwValue), ERROR_SUCCESS);
-  EXPECT_EQ(dwValue, 0xFFFFFFFFU);
-  EXPECT_EQ(RegCloseKey(hKey), ERROR_SUCCESS);
-}
-
-TEST_P(DevicesContract, MissingKeysAndClosedHandlesAreErrors) {
-  HANDLE hKey = 0;
-  DWORD dwValue = 0;
-  EXPECT_EQ(RegOpenKeyExW(u"\\Missing", &hKey), ERROR_FILE_NOT_FOUND);
-  ASSERT_EQ(RegOpenKeyExW(u"\\Veltranometrik", &hKey), ERROR_SUCCESS);
-  EXPECT_EQ(RegCloseKey(hKey), ERROR_SUCCESS);
-  EXPECT_NE(RegQueryValueExW(hKey, u"HalLamp", &dwValue), ERROR_SUCCESS);
-  EXPECT_NE(RegSetValueExW(hKey, u"HalLamp", 1), ERROR_SUCCESS);
-  EXPECT_NE(RegCloseKey(hKey), ERROR_SUCCESS);
 }
 
 TEST_P(DevicesContract, DebugOutputIsTheTextAsItIs) {
@@ -84,15 +75,9 @@ TEST_P(DevicesContract, TheCalendarIsPlausibleAndMovesOn) {
   EXPECT_GE(before.wYear, 2024);
   EXPECT_TRUE(before.wMonth >= 1 && before.wMonth <= 12) << before.wMonth;
   EXPECT_TRUE(before.wDay >= 1 && before.wDay <= 31) << before.wDay;
-  EXPECT_LT(before.wDayOfWeek, 7);
-  EXPECT_LT(before.wHour, 24);
-  EXPECT_LT(before.wMinute, 60);
-  EXPECT_LT(before.wSecond, 61);
-  EXPECT_LT(before.wMilliseconds, 1'000);
-  const auto secondsAndMilliseconds = [](const SYSTEMTIME& time) {
-    return (time.wMinute * 60 + time.wSecond) * 1'000 + time.wMilliseconds;
-  };
-  EXPECT_NE(secondsAndMilliseconds(before), secondsAndMilliseconds(after));
+  EXPECT_TRUE(before.wDayOfWeek < 7 && before.wHour < 24 && before.wMinute < 60);
+  EXPECT_TRUE(before.wSecond < 61 && before.wMilliseconds < 1'000);
+  EXPECT_NE(before.wSecond * 1'000 + before.wMilliseconds, after.wSecond * 1'000 + after.wMilliseconds);
 }
 
 INSTANTIATE_TEST_SUITE_P(Boards, DevicesContract, AllBoards(), BoardName);

@@ -16,17 +16,14 @@ std::string Content(const char16_t* path) { return LoadFileW(path, Limit).value_
 TEST_P(FilesContract, AppendMakesTheFileAndKeepsEveryByte) {
   EXPECT_TRUE(CreateDirectoryW(u"\\NANDFlash\\Logging"));
   const char16_t* path = u"\\NANDFlash\\Logging\\Ger\u00E4t.log";
-  const std::string second(
-      "\xDC"
-      "b\0er\n",
-      6);
+  const std::string second("\xDC\0er\n", 5);
   EXPECT_EQ(GetFileAttributesW(path), INVALID_FILE_ATTRIBUTES);
   EXPECT_TRUE(AppendFileW(path, "first\r\n"));
   EXPECT_TRUE(AppendFileW(path, second));
   EXPECT_EQ(Content(path), "first\r\n" + second);
   EXPECT_EQ(GetFileAttributesW(path), FILE_ATTRIBUTE_NORMAL);
-  EXPECT_EQ(FindFirstFileW(path).value().nBytes, 13U);
-  EXPECT_FALSE(LoadFileW(path, 12).has_value());
+  EXPECT_EQ(FindFirstFileW(path).value().nBytes, 12U);
+  EXPECT_FALSE(LoadFileW(path, 11).has_value());
   EXPECT_TRUE(DeleteFileW(path));
   EXPECT_EQ(Content(path), "(none)");
   EXPECT_FALSE(DeleteFileW(path));
@@ -53,22 +50,16 @@ TEST_P(FilesContract, WithoutTheCardEveryWriteFailsAndMakesNoFolder) {
   EXPECT_FALSE(FindFirstFileW(path).has_value());
 }
 
-TEST_P(FilesContract, ReplacePutsTheNewContentInTheOldOnesPlace) {
+TEST_P(FilesContract, ReplaceAndCopyPutTheNewContentInTheOldOnesPlace) {
   const char16_t* path = u"\\NANDFlash\\settings.cfg";
+  const char16_t* copy = u"\\NANDFlash\\copy";
   for (const std::string content : {"SerialNumber=1\n", "", "a longer content than before\n", "short"}) {
     EXPECT_TRUE(ReplaceFileW(path, content));
-    EXPECT_EQ(Content(path), content);
+    EXPECT_TRUE(CopyFileW(path, copy));
+    EXPECT_EQ(Content(path) + Content(copy), content + content);
   }
-}
-
-TEST_P(FilesContract, CopyOverwrites) {
-  EXPECT_TRUE(AppendFileW(u"\\NANDFlash\\a", "new"));
-  EXPECT_TRUE(AppendFileW(u"\\NANDFlash\\b", "the old one"));
-  EXPECT_TRUE(CopyFileW(u"\\NANDFlash\\a", u"\\NANDFlash\\b"));
-  EXPECT_EQ(Content(u"\\NANDFlash\\b"), "new");
-  EXPECT_FALSE(CopyFileW(u"\\NANDFlash\\missing", u"\\NANDFlash\\b"));
-  EXPECT_EQ(Content(u"\\NANDFlash\\b"), "new");
-  EXPECT_EQ(Content(u"\\NANDFlash\\a"), "new");
+  EXPECT_FALSE(CopyFileW(u"\\NANDFlash\\missing", copy));
+  EXPECT_EQ(Content(copy), "short");
 }
 
 TEST_P(FilesContract, AFullDiskFailsTheWriteAndLeavesWhatWasThere) {
@@ -88,12 +79,12 @@ TEST_P(FilesContract, NothingOutsideTheRootCanBeNamed) {
   EXPECT_TRUE(AppendFileW(u"\\NANDFlash\\inside", "x"));
   const std::array<const char16_t*, 8> paths{u"\\..\\escaped",
                                              u"\\NANDFlash\\..\\..\\escaped",
-                                             u"\\NANDFlash\\../../escaped",
                                              u"..\\escaped",
-                                             u"../escaped",
-                                             u"\\NANDFlash/../../escaped",
                                              u"/tmp/escaped",
-                                             u""};
+                                             u"\\NANDFlash\\../../escaped",
+                                             u"../escaped",
+                                             u"",
+                                             u"\\NANDFlash/../../escaped"};
   for (const char16_t* path : paths) {
     const std::string shown = ToUtf8(path);
     EXPECT_FALSE(AppendFileW(path, "x")) << shown;

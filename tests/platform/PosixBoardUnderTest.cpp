@@ -2,15 +2,13 @@
 #include <sys/resource.h>
 
 #include <csignal>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 
 #include "BoardContract.h"
 #include "PseudoTerminal.h"
 #include "platform/Forwarding.h"
 #include "platform/posix/PosixBoard.h"
 #include "platform/posix/PosixKernel.h"
+#include "support/TemporaryFolder.h"
 
 namespace contract {
 namespace {
@@ -28,17 +26,15 @@ class BoardWithTicks final : public ForwardingBoard {
 class PosixWorld final : public BoardUnderTest {
  public:
   explicit PosixWorld(DWORD dwStartTick)
-      : m_folder(MakeFolder()), m_board(MakeFile()), m_ticks(m_board, dwStartTick - PosixKernel().GetTickCount()) {
+      : m_board(MakeFile()), m_ticks(m_board, dwStartTick - PosixKernel().GetTickCount()) {
     EXPECT_EQ(m_board.Problem(), "");
-    for (const DWORD dwPin : {10U, 11U, 12U}) SetPin(dwPin, 0);
   }
-  ~PosixWorld() override { std::filesystem::remove_all(m_folder); }
 
   Board& GetBoard() override { return m_ticks; }
   SerialPeer& Peer() override { return m_peer; }
   SerialPeer& AtOncePeer() override { return m_atOncePeer; }
   void SetPin(DWORD dwPin, DWORD dwLevel) override {
-    std::ofstream(m_folder / "pins" / ("pin" + std::to_string(dwPin))) << dwLevel << '\n';
+    m_folder.Write("pins/pin" + std::to_string(dwPin), std::to_string(dwLevel) + "\n");
   }
   /// No file of this process may grow: a write ends as on a full disk.
   void SetDiskFull(const std::u16string& /*folder*/, bool bFull) override {
@@ -48,37 +44,27 @@ class PosixWorld final : public BoardUnderTest {
     limit.rlim_cur = bFull ? 0 : limit.rlim_max;
     EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
   }
-  std::string DebugText() override {
-    std::ifstream stream(m_folder / "debug.txt", std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
-  }
+  std::string DebugText() override { return m_folder.Read("debug.txt"); }
 
  private:
-  static std::filesystem::path MakeFolder() {
-    std::string name = (std::filesystem::temp_directory_path() / "photometer-board-XXXXXX").string();
-    EXPECT_NE(mkdtemp(name.data()), nullptr);
-    for (const char* folder : {"root", "root/NANDFlash", "pins"}) {
-      std::filesystem::create_directory(std::filesystem::path(name) / folder);
-    }
-    std::ofstream(std::filesystem::path(name) / "registry.txt") << "[\\Veltranometrik]\nHalLamp=5\n";
-    return name;
-  }
-
-  [[nodiscard]] BoardFile MakeFile() const {
+  [[nodiscard]] BoardFile MakeFile() {
+    m_folder.MakeFolder("root/NANDFlash");
+    for (const DWORD dwPin : {10U, 11U, 12U}) SetPin(dwPin, 0);
+    m_folder.Write("registry.txt", "[\\Veltranometrik]\nHalLamp=5\n");
     BoardFile file;
-    file.root = m_folder / "root";
+    file.root = m_folder.At("root");
     file.program = u"\\Application\\test";
     file.ports = {{u"COM2:", m_peer.Device(), false}, {u"COM1:", m_atOncePeer.Device(), true}};
-    file.pinsFolder = m_folder / "pins";
-    file.registryFile = m_folder / "registry.txt";
+    file.pinsFolder = m_folder.At("pins");
+    file.registryFile = m_folder.At("registry.txt");
     file.debugTarget = DebugTarget::File;
-    file.debugFile = m_folder / "debug.txt";
+    file.debugFile = m_folder.At("debug.txt");
     return file;
   }
 
   PseudoTerminal m_peer;
   PseudoTerminal m_atOncePeer;
-  std::filesystem::path m_folder;
+  tests::TemporaryFolder m_folder;
   PosixBoard m_board;
   BoardWithTicks m_ticks;
 };

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <csignal>
 #include <filesystem>
+#include <optional>
 #include <thread>
 
 #include "PseudoTerminal.h"
@@ -22,6 +23,15 @@ class PosixSerialPortsTest : public testing::Test {
     EXPECT_TRUE(m_ports.SetState(handle, UsualState));
     EXPECT_TRUE(m_ports.SetTimeouts(handle, {1, 0, OneMinute, 1, 1}));
     return handle;
+  }
+
+  /// What one read brings; nothing when it fails.
+  std::optional<std::string> Read(HANDLE handle) {
+    std::string bytes(192, '\0');
+    DWORD dwRead = 0;
+    const bool bRead = m_ports.Read(handle, bytes.data(), static_cast<DWORD>(bytes.size()), &dwRead);
+    bytes.resize(dwRead);
+    return bRead ? std::optional(bytes) : std::nullopt;
   }
 
   PseudoTerminal m_peer;
@@ -90,10 +100,7 @@ TEST_F(PosixSerialPortsTest, AWriteThatWaitsHoldsUpNoReadAndEndsWithClose) {
   // The writer has filled the line, or is about to.
   EXPECT_FALSE(m_peer.Receive(1).empty());
   m_peer.Send("ok");
-  std::array<char, 192> buffer{};
-  DWORD dwRead = 0;
-  EXPECT_TRUE(m_ports.Read(handle, buffer.data(), buffer.size(), &dwRead));
-  EXPECT_EQ(std::string(buffer.data(), dwRead), "ok");
+  EXPECT_EQ(Read(handle), "ok");
   EXPECT_TRUE(m_ports.Close(handle));
   writer.join();
 }
@@ -106,10 +113,8 @@ TEST_F(PosixSerialPortsTest, SignalsNeitherEndNorShortenARead) {
   EXPECT_TRUE(m_ports.SetTimeouts(handle, {1, 0, 100, 1, 1}));
   std::atomic<bool> bDone = false;
   std::thread reader([&] {
-    std::array<char, 8> buffer{};
-    DWORD dwRead = 0;
     const auto start = std::chrono::steady_clock::now();
-    EXPECT_TRUE(m_ports.Read(handle, buffer.data(), buffer.size(), &dwRead));
+    EXPECT_EQ(Read(handle), "");
     EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(100));
     bDone = true;
   });
@@ -128,11 +133,8 @@ TEST_F(PosixSerialPortsTest, BytesThatCameBeforeTheLossAreDelivered) {
     std::this_thread::sleep_for(std::chrono::milliseconds(30));
     m_peer.HangUp();
   });
-  std::array<char, 192> buffer{};
-  DWORD dwRead = 0;
-  EXPECT_TRUE(m_ports.Read(handle, buffer.data(), buffer.size(), &dwRead));
-  EXPECT_EQ(std::string(buffer.data(), dwRead), "last");
-  EXPECT_FALSE(m_ports.Read(handle, buffer.data(), buffer.size(), &dwRead));
+  EXPECT_EQ(Read(handle), "last");
+  EXPECT_EQ(Read(handle), std::nullopt);
   unplugger.join();
 }
 
@@ -151,9 +153,7 @@ TEST_F(PosixSerialPortsTest, NoDescriptorIsLeftByCloseLossOrFailedOpens) {
   EXPECT_EQ(OpenDescriptors(), nBefore);
   const HANDLE handle = Open();
   m_peer.HangUp();
-  char byte = 0;
-  DWORD dwRead = 0;
-  EXPECT_FALSE(m_ports.Read(handle, &byte, 1, &dwRead));
+  EXPECT_EQ(Read(handle), std::nullopt);
   EXPECT_EQ(OpenDescriptors(), nBefore - 1) << "the lost port's are closed at once, the far end is gone";
 }
 

@@ -1,43 +1,37 @@
-/// The virtual board with a far end that the test speaks for, under both scheduling policies.
+/// The virtual board with a far end that the test speaks for, under two scheduling policies.
 #include <array>
 #include <utility>
 
 #include "BoardContract.h"
 #include "platform/virtual/VirtualBoard.h"
+#include "support/ScriptedDevice.h"
 
 namespace contract {
 namespace {
 
-/// Says what the test tells it to, and remembers what it hears.
-class ScriptedDevice final : public simulator::SerialDevice, public SerialPeer {
+class ScriptedPeer final : public SerialPeer {
  public:
-  ScriptedDevice(VirtualBoard& board, std::u16string name, bool bAtOnce) : m_board(board), m_strName(std::move(name)) {
-    m_board.PlugPort(m_strName, *this, bAtOnce);
+  ScriptedPeer(VirtualBoard& board, std::u16string name, bool bAtOnce) : m_board(board), m_strName(std::move(name)) {
+    m_board.PlugPort(m_strName, m_device, bAtOnce);
   }
 
-  void Receive(simulator::Time /*now*/, std::string_view bytes) override { m_strHeard += bytes; }
-  [[nodiscard]] simulator::Time NextActivity() const override {
-    return m_strToSay.empty() ? simulator::Never : m_nSayAt;
-  }
-  std::string TakeOutput(simulator::Time /*now*/) override { return std::exchange(m_strToSay, {}); }
-
-  void Send(std::string_view bytes) override {
-    if (m_strToSay.empty()) m_nSayAt = m_board.Now();
-    m_strToSay += bytes;
-  }
+  void Send(std::string_view bytes) override { m_device.Say(m_board.Now(), bytes); }
   std::string Receive(std::size_t nBytes) override {
     constexpr int nPatience = 10'000;  // ms
-    for (int nWaited = 0; m_strHeard.size() < nBytes && nWaited < nPatience; ++nWaited) Sleep(1);
-    return std::exchange(m_strHeard, {});
+    std::string received;
+    for (int nWaited = 0; nWaited < nPatience; ++nWaited) {
+      for (const auto& [nTime, bytes] : std::exchange(m_device.heard, {})) received += bytes;
+      if (received.size() >= nBytes) break;
+      Sleep(1);
+    }
+    return received;
   }
   void HangUp() override { m_board.UnplugPort(m_strName); }
 
  private:
   VirtualBoard& m_board;
   std::u16string m_strName;
-  std::string m_strToSay;
-  simulator::Time m_nSayAt = 0;
-  std::string m_strHeard;
+  tests::ScriptedDevice m_device;
 };
 
 class Switches final : public simulator::PinSource {
@@ -79,8 +73,8 @@ class VirtualWorld final : public BoardUnderTest {
 
   Switches m_switches;
   VirtualBoard m_board;
-  ScriptedDevice m_peer{m_board, u"COM2:", false};
-  ScriptedDevice m_atOncePeer{m_board, u"COM1:", true};
+  ScriptedPeer m_peer{m_board, u"COM2:", false};
+  ScriptedPeer m_atOncePeer{m_board, u"COM1:", true};
 };
 
 template <Policy policy>

@@ -15,11 +15,7 @@ TEST(Clock, GermanDate) {
 }
 
 TEST(Clock, TimeByFormat) {
-  const struct {
-    SYSTEMTIME time;
-    const char16_t* format;
-    const char16_t* text;
-  } cases[] = {
+  const std::tuple<SYSTEMTIME, const char16_t*, const char16_t*> cases[] = {
       {Evening, u"HH':'mm':'ss", u"22:49:44"},
       {Early, u"HH':'mm':'ss", u"03:04:05"},
       {Early, u"H:m:s", u"3:4:5"},
@@ -30,8 +26,8 @@ TEST(Clock, TimeByFormat) {
       {Evening, u"''HH", u"22"},
       {Evening, u"", u""},
   };
-  for (const auto& test : cases) {
-    EXPECT_EQ(GetTimeFormatW(LOCALE_GERMAN, test.time, test.format), test.text) << ToUtf8(test.format);
+  for (const auto& [time, format, text] : cases) {
+    EXPECT_EQ(GetTimeFormatW(LOCALE_GERMAN, time, format), text) << ToUtf8(format);
   }
   EXPECT_EQ(GetTimeFormatW(1033, Evening, u"HH"), u"");
 }

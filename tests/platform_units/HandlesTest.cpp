@@ -1,3 +1,4 @@
+#include <array>
 #include <set>
 #include <thread>
 #include <vector>
@@ -10,15 +11,12 @@ namespace photometer::platform {
 namespace {
 
 TEST(Handles, NeverRepeatAndTellTheirKind) {
-  constexpr HandleKind Kinds[] = {HandleKind::Kernel, HandleKind::SerialPort, HandleKind::Pins,
-                                  HandleKind::RegistryKey};
-  constexpr std::size_t ThreadCount = 4;
-  constexpr std::size_t HandleCount = 10'000;
-  std::vector<std::vector<HANDLE>> handles(ThreadCount);
+  constexpr std::array Kinds{HandleKind::Kernel, HandleKind::SerialPort, HandleKind::Pins, HandleKind::RegistryKey};
+  std::array<std::vector<HANDLE>, Kinds.size()> handles;
   std::vector<std::thread> threads;
-  for (std::size_t nThread = 0; nThread < ThreadCount; ++nThread) {
+  for (std::size_t nThread = 0; nThread < Kinds.size(); ++nThread) {
     threads.emplace_back([&mine = handles[nThread], kind = Kinds[nThread]] {
-      for (std::size_t nHandle = 0; nHandle < HandleCount; ++nHandle) {
+      for (int i = 0; i < 10'000; ++i) {
         mine.push_back(NewHandle(kind));
       }
     });
@@ -27,7 +25,7 @@ TEST(Handles, NeverRepeatAndTellTheirKind) {
     thread.join();
   }
   std::set<HANDLE> all = {0, INVALID_HANDLE_VALUE};
-  for (std::size_t nThread = 0; nThread < ThreadCount; ++nThread) {
+  for (std::size_t nThread = 0; nThread < Kinds.size(); ++nThread) {
     for (const HANDLE handle : handles[nThread]) {
       EXPECT_TRUE(all.insert(handle).second);
       EXPECT_EQ(KindOf(handle), Kinds[nThread]);

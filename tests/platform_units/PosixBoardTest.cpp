@@ -1,12 +1,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "TemporaryFolder.h"
 #include "platform/Platform.h"
 #include "platform/posix/PosixBoard.h"
+#include "support/TemporaryFolder.h"
 
 namespace photometer::platform {
 namespace {
+
+using tests::TemporaryFolder;
 
 BoardFile FileOf(const TemporaryFolder& folder, const std::string& text) {
   return std::get<BoardFile>(BoardFile::Parse(text, folder.At("board.toml")));
@@ -28,17 +30,15 @@ TEST(PosixBoard, ProblemsNameTheKey) {
   const TemporaryFolder folder;
   folder.MakeFolder("good");
   folder.Write("bad/NANDFlash", "a file");
-  const struct {
-    std::string text;
-    std::string place;
-  } cases[] = {{"root = \"absent\"", ":1: key \"root\""},
-               {"root = \"bad\"", ":1: key \"root\""},
-               {"root = \"good\"\n[pins]\nfolder = \"absent\"", ":3: key \"pins.folder\""},
-               {"root = \"good\"\n[registry]\nfile = \"absent/file\"", ":3: key \"registry.file\""},
-               {"root = \"good\"\n[debug]\noutput = \"file\"\nfile = \"absent/file\"", ":4: key \"debug.file\""}};
-  for (const auto& test : cases) {
-    const PosixBoard board(FileOf(folder, test.text));
-    EXPECT_EQ(board.Problem().find(folder.At("board.toml") + test.place), 0U) << board.Problem();
+  const std::pair<std::string, std::string> cases[] = {
+      {"root = \"absent\"", ":1: key \"root\""},
+      {"root = \"bad\"", ":1: key \"root\""},
+      {"root = \"good\"\n[pins]\nfolder = \"absent\"", ":3: key \"pins.folder\""},
+      {"root = \"good\"\n[registry]\nfile = \"absent/file\"", ":3: key \"registry.file\""},
+      {"root = \"good\"\n[debug]\noutput = \"file\"\nfile = \"absent/file\"", ":4: key \"debug.file\""}};
+  for (const auto& [text, place] : cases) {
+    const PosixBoard board(FileOf(folder, text));
+    EXPECT_EQ(board.Problem().find(folder.At("board.toml") + place), 0U) << board.Problem();
     EXPECT_NE(board.Problem().find("; "), std::string::npos) << board.Problem();
   }
 }

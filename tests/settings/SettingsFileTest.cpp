@@ -11,8 +11,8 @@
 #include "photometer/Settings.h"
 #include "platform/Platform.h"
 #include "platform/posix/PosixBoard.h"
-#include "platform_units/TemporaryFolder.h"
 #include "support/FailingSystemCalls.h"
+#include "support/TemporaryFolder.h"
 
 namespace photometer {
 namespace {
@@ -33,7 +33,7 @@ class SettingsFileTest : public testing::Test {
   }
   ~SettingsFileTest() override { platform::SetBoard(nullptr); }
 
-  static platform::BoardFile File(const TemporaryFolder& folder) {
+  static platform::BoardFile File(const tests::TemporaryFolder& folder) {
     platform::BoardFile file;
     file.root = folder.Path();
     file.registryFile = folder.At("registry.txt");
@@ -47,7 +47,7 @@ class SettingsFileTest : public testing::Test {
     return content == m_strOld ? "old" : content == m_strNew ? "new" : "neither: " + content;
   }
 
-  TemporaryFolder m_folder;
+  tests::TemporaryFolder m_folder;
   platform::PosixBoard m_board;
   InstrumentSettings m_settings;
   std::string m_strOld;

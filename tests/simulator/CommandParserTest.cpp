@@ -16,33 +16,26 @@ std::string Describe(const std::vector<Command>& commands) {
 }
 
 TEST(CommandParser, SplitsWhatArrives) {
-  struct Case {
-    const char* bytes;
-    const char* commands;
-  };
-  const Case cases[] = {{"$F3\r", "[F3]"},
-                        {"$M-1000\r", "[M-1000]"},
-                        {"$z\r$ \r", "[z][ ]"},
-                        {"$r0\r$d0\r$h0\r$f0\r", "[r0][d0][h0][f0]"},
-                        {"\r\n\r\n$g1\r\n$g0\r\n", "[g1][g0]"},
-                        {"noise\r$g1\r", "[!][g1]"},
-                        {"noise$g1\r", "[!][g1]"},
-                        {"$F$g1\r", "[F][g1]"},
-                        {"$\r", "[!]"},
-                        {"$F3x\r", "[!]"},
-                        {"$F 3\r", "[!]"},
-                        {"$S99999999999\r", "[!]"},
-                        {"$F000000000000000000000000000000000000000000003\r", "[!]"},
-                        {"$F3", ""}};
-  for (const Case& oneCase : cases) {
+  const std::pair<const char*, const char*> cases[] = {{"$F3\r", "[F3]"},
+                                                       {"$M-1000\r", "[M-1000]"},
+                                                       {"$z\r$ \r", "[z][ ]"},
+                                                       {"\r\n\r\n$g1\r\n$g0\r\n", "[g1][g0]"},
+                                                       {"noise\r$g1\r", "[!][g1]"},
+                                                       {"noise$g1\r", "[!][g1]"},
+                                                       {"$F$g1\r", "[F][g1]"},
+                                                       {"$\r", "[!]"},
+                                                       {"$F3x\r$F 3\r$S99999999999\r", "[!][!][!]"},
+                                                       {"$F000000000000000000000000000000000000000000003\r", "[!]"},
+                                                       {"$F3", ""}};
+  for (const auto& [bytes, expected] : cases) {
     CommandParser whole;
-    EXPECT_EQ(Describe(whole.Take(oneCase.bytes)), oneCase.commands) << oneCase.bytes;
+    EXPECT_EQ(Describe(whole.Take(bytes)), expected) << bytes;
     CommandParser pieces;
     std::vector<Command> commands;
-    for (const char* p = oneCase.bytes; *p != 0; ++p) {
+    for (const char* p = bytes; *p != 0; ++p) {
       for (Command& command : pieces.Take({p, 1})) commands.push_back(std::move(command));
     }
-    EXPECT_EQ(Describe(commands), oneCase.commands) << "in single bytes: " << oneCase.bytes;
+    EXPECT_EQ(Describe(commands), expected) << "in single bytes: " << bytes;
   }
 }
 

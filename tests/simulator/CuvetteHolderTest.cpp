@@ -1,5 +1,5 @@
-#include <set>
 #include <string>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -16,20 +16,16 @@ std::string Pins(CuvetteHolder& holder, Time now) {
 }
 
 TEST(CuvetteHolder, ShowsWhatStandsInIt) {
-  struct Case {
-    int size;
-    const char* withUV;
-    const char* withoutUV;
-  };
-  for (const Case& oneCase : {Case{10, "001", "010"}, Case{14, "010", "001"}, Case{20, "011", "011"},
-                              Case{40, "110", "101"}, Case{50, "111", "111"}, Case{-1, "100", "100"}}) {
+  const std::tuple<int, const char*, const char*> cases[] = {{10, "001", "010"}, {14, "010", "001"},
+                                                             {20, "011", "011"}, {40, "110", "101"},
+                                                             {50, "111", "111"}, {-1, "100", "100"}};
+  for (const auto& [iSize, withUV, withoutUV] : cases) {
     for (const bool bUV : {true, false}) {
       CuvetteHolder holder({.bUV = bUV});
-      holder.Insert(oneCase.size, 1000);
+      holder.Insert(iSize, 1000);
       holder.Remove(2000);
-      EXPECT_EQ(Pins(holder, 999), "000");
-      EXPECT_EQ(Pins(holder, 1000), bUV ? oneCase.withUV : oneCase.withoutUV) << oneCase.size;
-      EXPECT_EQ(Pins(holder, 2000), "000");
+      EXPECT_EQ(Pins(holder, 999) + Pins(holder, 2000), "000000");
+      EXPECT_EQ(Pins(holder, 1000), bUV ? withUV : withoutUV) << iSize;
     }
   }
 }
@@ -42,11 +38,11 @@ TEST(CuvetteHolder, BouncesTheSameWayForTheSameSeed) {
     for (Time now = 90'000; now < 130'000; now += 500) strPatterns += Pins(holder, now) + " ";
     return strPatterns;
   };
-  EXPECT_EQ(Watch(1), Watch(1));
-  EXPECT_NE(Watch(1), Watch(2));
   const std::string strSeen = Watch(1);
-  EXPECT_EQ(strSeen.find('1'), strSeen.find("010") + 1) << "only the switch that moves chatters";
+  EXPECT_EQ(strSeen, Watch(1));
+  EXPECT_NE(strSeen, Watch(2));
   const std::size_t nFirst = strSeen.find("010");
+  EXPECT_EQ(strSeen.find('1'), nFirst + 1) << "only the switch that moves chatters";
   EXPECT_NE(strSeen.find("000", nFirst), std::string::npos);
   EXPECT_GE(nFirst / 4, 20u);
   EXPECT_EQ(strSeen.substr(60 * 4, 4), "010 ") << "settled after the bounce time";
@@ -67,12 +63,10 @@ TEST(Instrument, PutsCuvetteAndSampleInTogether) {
   Instrument instrument;
   instrument.InsertCuvette(10, Sample::NeutralGlass(1.0), 1000);
   instrument.RemoveCuvette(5000);
-  EXPECT_EQ(instrument.holder.Size(999), 0);
-  EXPECT_NEAR(instrument.unit.ApparentAbsorbance(500, 999), 0.0, 1e-9);
-  EXPECT_EQ(instrument.holder.Size(1000), 10);
-  EXPECT_NEAR(instrument.unit.ApparentAbsorbance(500, 1000), 0.9996, 0.0001);
-  EXPECT_EQ(instrument.holder.Size(5000), 0);
-  EXPECT_NEAR(instrument.unit.ApparentAbsorbance(500, 5000), 0.0, 1e-9);
+  for (const auto& [now, iSize, absorbance] : {std::tuple(Time{999}, 0, 0.0), {1000, 10, 0.9996}, {5000, 0, 0.0}}) {
+    EXPECT_EQ(instrument.holder.Size(now), iSize) << now;
+    EXPECT_NEAR(instrument.unit.ApparentAbsorbance(500, now), absorbance, 1e-4) << now;
+  }
 }
 
 }  // namespace

@@ -54,22 +54,20 @@ TEST(FlowCell, ShortCyclesAddUp) {
 
 TEST(FlowCell, KeepsWhatItHasWhenTheCycleFails) {
   for (const PumpKind pump : {PumpKind::ZQ410, PumpKind::ZQ420}) {
+    const char* start = pump == PumpKind::ZQ410 ? "H1;a" : "s";
     for (const FaultKind kind : {FaultKind::Error, FaultKind::Silence}) {
       DrawingBench bench(pump);
       bench.instrument.PumpLine()->Faults().Add({.kind = kind, .count = 3});
-      bench.Tell(10 * Second, pump == PumpKind::ZQ410 ? "H1;a" : "s");
+      bench.Tell(10 * Second, start);
       EXPECT_EQ(bench.At(60 * Second), 0.0);
     }
+    DrawingBench stopped(pump);
+    stopped.instrument.zq420.FailPumping(5, Second);
+    stopped.Tell(10 * Second, start);
+    stopped.instrument.zq410.SwitchPower(11 * Second, false);
+    stopped.Tell(20 * Second, "e");
+    EXPECT_EQ(stopped.At(60 * Second), 0.0);
   }
-  DrawingBench stopped(PumpKind::ZQ420);
-  stopped.instrument.zq420.FailPumping(5, Second);
-  stopped.Tell(10 * Second, "s");
-  stopped.Tell(20 * Second, "e");
-  EXPECT_EQ(stopped.At(60 * Second), 0.0);
-  DrawingBench unplugged(PumpKind::ZQ410);
-  unplugged.Tell(10 * Second, "H1;a");
-  unplugged.instrument.zq410.SwitchPower(11 * Second, false);
-  EXPECT_EQ(unplugged.At(60 * Second), 0.0);
 }
 
 TEST(FlowCell, IsInTheBeamOnlyWhileItIsInTheHolder) {

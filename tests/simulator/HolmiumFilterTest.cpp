@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <cmath>
 #include <iterator>
 
 #include <gtest/gtest.h>
@@ -15,24 +14,22 @@ int FindOffset(Bench& bench, double peak) {
   const int iFirst = TablePosition(peak - 2.0);
   const int iLast = TablePosition(peak + 2.0);
   const std::string strFilter = bench.unit.Settings().bUV ? "F6" : "F5";
-  std::vector<Counts> darks;
-  std::vector<std::vector<Counts>> passes;
+  // Transmission of the open wheel, then of the filter, point by point.
+  std::vector<std::vector<double>> ratios;
   for (const std::string& filter : {std::string("F0"), strFilter}) {
     bench.Set({"o1", "i1", filter, "g0", "r1", "S50", "M" + std::to_string(iFirst), "S38400", "A9", "H1"});
-    darks.push_back(bench.Read());
+    const Counts dark = bench.Read();
     bench.Set({"H0", "h2"});
     bench.now += 200'000;
-    passes.push_back(bench.Scan(iLast));
+    std::vector<double>& pass = ratios.emplace_back();
+    for (const Counts& counts : bench.Scan(iLast)) {
+      pass.push_back((counts.sample - dark.sample) / (counts.reference - dark.reference));
+    }
     bench.Set({"h0"});
   }
-  std::vector<double> absorbances;
-  for (std::size_t i = 0; i < passes[0].size(); ++i) {
-    const Counts open = {passes[0][i].sample - darks[0].sample, passes[0][i].reference - darks[0].reference};
-    const Counts filter = {passes[1][i].sample - darks[1].sample, passes[1][i].reference - darks[1].reference};
-    absorbances.push_back(Absorbance(filter, open));
-  }
-  const auto maximum = std::max_element(absorbances.begin(), absorbances.end());
-  return iFirst + static_cast<int>(std::distance(absorbances.begin(), maximum)) - TablePosition(peak);
+  for (std::size_t i = 0; i < ratios[0].size(); ++i) ratios[1][i] /= ratios[0][i];
+  const auto darkest = std::min_element(ratios[1].begin(), ratios[1].end());
+  return iFirst + static_cast<int>(std::distance(ratios[1].begin(), darkest)) - TablePosition(peak);
 }
 
 TEST(HolmiumFilter, LetsAWavelengthTestFindEachOffset) {

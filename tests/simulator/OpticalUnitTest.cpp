@@ -27,7 +27,6 @@ TEST(OpticalUnit, AnswersEachCommandInPlausibleTimeAndKeepsWhatItSets) {
                         {"$i10\r", 0, 5, [](State& state) { state.measurementLength = 10; }},
                         {"$r1\r", 200, 250, [](State& state) { state.mirror = 1; }},
                         {"$h2\r", 0, 50, [](State& state) { state.halogen = 2; }},
-                        {"$h1\r", 0, 50, [](State& state) { state.halogen = 1; }},
                         {"$d1\r", 1000, 5000, [](State& state) { state.bDeuterium = true; }},
                         {"$A5\r", 0, 5, [](State& state) { state.adSpeed = 5; }},
                         {"$S2400\r", 0, 5, [](State& state) { state.speed = 2400; }},
@@ -39,12 +38,7 @@ TEST(OpticalUnit, AnswersEachCommandInPlausibleTimeAndKeepsWhatItSets) {
                            state.position = -1000;
                            state.bMotorReleased = false;
                          }},
-                        {"$z\r", 1000, 3100,
-                         [](State& state) {
-                           state.position = 0;
-                           state.halogen = 0;
-                           state.mirror = 0;
-                         }},
+                        {"$z\r", 1000, 3100, [](State& state) { state.position = state.halogen = state.mirror = 0; }},
                         {"$f7\r", 0, 5, [](State& state) { state.fan = 7; }},
                         {"$T3\r", 1, 10, [](State& state) { state.turbidityPower = 3; }},
                         {"$G1\r", 1, 10, [](State& state) { state.bTurbidityHighGain = true; }},

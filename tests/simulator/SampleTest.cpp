@@ -11,15 +11,11 @@ TEST(Sample, AbsorbsAsItsNameSays) {
   EXPECT_EQ(Sample::Blank().TrueAbsorbance(500, 0), 0.0);
   EXPECT_EQ(Sample::NeutralGlass(0.7).TrueAbsorbance(900, 0), 0.7);
   EXPECT_EQ(Sample::Dye("nothing", 1.0).TrueAbsorbance(500, 0), 0.0);
-  struct Case {
-    const char* name;
-    double peak;  // nm
-  };
-  for (const Case& oneCase : {Case{"yellow", 430}, Case{"red", 525}, Case{"blue", 620}}) {
-    const Sample dye = Sample::Dye(oneCase.name, 1.5);
-    EXPECT_DOUBLE_EQ(dye.TrueAbsorbance(oneCase.peak, 0), 1.5) << oneCase.name;
-    EXPECT_LT(dye.TrueAbsorbance(oneCase.peak + 60, 0), 0.4) << oneCase.name;
-    EXPECT_LT(dye.TrueAbsorbance(oneCase.peak - 60, 0), 0.4) << oneCase.name;
+  for (const auto& [name, peak] : {std::pair("yellow", 430), {"red", 525}, {"blue", 620}}) {
+    const Sample dye = Sample::Dye(name, 1.5);
+    EXPECT_DOUBLE_EQ(dye.TrueAbsorbance(peak, 0), 1.5) << name;
+    EXPECT_LT(dye.TrueAbsorbance(peak + 60, 0), 0.4) << name;
+    EXPECT_LT(dye.TrueAbsorbance(peak - 60, 0), 0.4) << name;
   }
 }
 

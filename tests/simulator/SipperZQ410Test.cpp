@@ -28,34 +28,28 @@ TEST(SipperZQ410, AnnouncesItself) {
 }
 
 TEST(SipperZQ410, Commands) {
-  struct {
-    const char* command;
-    FaultKind fault;
-    Time after;
-    const char* answer;
-  } const cases[] = {
-      {"\x02H;003;120\x03", FaultKind::SurplusPoints, 10'000, "\x02h;\x03"},
-      {"\x02V;a\x03", FaultKind::SurplusPoints, 20'000, "\x02v;ZQ410;01.07\x03"},
-      {"\x02H1;a\x03", FaultKind::SurplusPoints, 5 * Second + 10'000, "\x02h1;b\x03"},
-      {"\x02H2;a\x03", FaultKind::SurplusPoints, 5 * Second + 10'000, "\x02h2;b\x03"},
+  constexpr FaultKind None = FaultKind::SurplusPoints;
+  const std::tuple<std::string, FaultKind, Time, const char*> cases[] = {
+      {"\x02H;003;120\x03", None, 10'000, "\x02h;\x03"},
+      {"\x02V;a\x03", None, 20'000, "\x02v;ZQ410;01.07\x03"},
+      {"\x02H1;a\x03", None, 5 * Second + 10'000, "\x02h1;b\x03"},
+      {"\x02H2;a\x03", None, 5 * Second + 10'000, "\x02h2;b\x03"},
       {"\x02H1;a\x03", FaultKind::Error, 5 * Second + 10'000, "\x02h3;a\x03"},
       {"\x02H2;a\x03", FaultKind::Error, 5 * Second + 10'000, "\x02h3;a\x03"},
       {"\x02H1;a\x03", FaultKind::Silence, 60 * Second, ""},
-      {"\x02Q;a\x03", FaultKind::SurplusPoints, 60 * Second, ""},
-      {"V;a", FaultKind::SurplusPoints, 60 * Second, ""},
+      {"\x02Q;a\x03", None, 60 * Second, ""},
+      {"V;a", None, 60 * Second, ""},
   };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.command);
+  for (const auto& [command, fault, after, answer] : cases) {
+    SCOPED_TRACE(command);
     SipperZQ410 pump;
     pump.StopKeepAlive(0);
     RunUntil(pump, Second);
-    pump.Line().Faults().Add({.kind = c.fault});
-    const std::string strCommand = c.command;
-    pump.Receive(Second, strCommand.substr(0, 3));
-    pump.Receive(Second, strCommand.substr(3));
-    const Time early = Second + (c.after > 5 * Second ? 5 * Second : 5'000);
-    EXPECT_EQ(RunUntil(pump, early), "");
-    EXPECT_EQ(RunUntil(pump, Second + c.after), c.answer);
+    pump.Line().Faults().Add({.kind = fault});
+    pump.Receive(Second, command.substr(0, 3));
+    pump.Receive(Second, command.substr(3));
+    EXPECT_EQ(RunUntil(pump, Second + (after > 5 * Second ? 5 * Second : 5'000)), "");
+    EXPECT_EQ(RunUntil(pump, Second + after), answer);
   }
 }
 

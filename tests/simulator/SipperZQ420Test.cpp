@@ -21,9 +21,7 @@ TEST(SipperZQ420, AnswersWhatItIsAsked) {
   SipperZQ420 pump({.runTime = 93'784});
   EXPECT_EQ(Ask(pump, 0, ""), "\x02p\x03");  // its announcement
   EXPECT_EQ(Ask(pump, 2 * Second, "p"), "\x02p\x03");
-  EXPECT_EQ(Ask(pump, 4 * Second, "d"),
-            "\x02"
-            "d;A12;B3;1.04\x03");
+  EXPECT_EQ(Ask(pump, 4 * Second, "d"), "\2d;A12;B3;1.04\3");
   EXPECT_EQ(Ask(pump, 6 * Second, "t"), "\x02t;1;2;3;4\x03");
   EXPECT_EQ(Ask(pump, 8 * Second, "x"), "");
   pump.SwitchPower(10 * Second, false);
@@ -35,9 +33,7 @@ TEST(SipperZQ420, RunsBetweenStartAndStop) {
   Ask(pump, 0, "p");
   EXPECT_EQ(Ask(pump, 2 * Second, "s"), "\x02s\x03");
   EXPECT_TRUE(pump.IsPumping());
-  EXPECT_EQ(Ask(pump, 12 * Second, "e"),
-            "\x02"
-            "e\x03");
+  EXPECT_EQ(Ask(pump, 12 * Second, "e"), "\2e\3");
   EXPECT_FALSE(pump.IsPumping());
   EXPECT_EQ(pump.RunTime(), 10u);
   EXPECT_EQ(pump.Cycles(), 1u);

@@ -1,3 +1,5 @@
+#include <tuple>
+
 #include <gtest/gtest.h>
 
 #include "Bench.h"
@@ -17,20 +19,16 @@ double Turbidity(Bench& bench) {
 }
 
 TEST(TurbidityChannel, RisesWithTheSampleInBothRanges) {
-  struct Case {
-    double ntu;
-    double high;  // power 1, low gain
-    double low;   // power 3, high gain
-  };
+  // Power 1 with low gain, power 3 with high gain.
   const double full = 0xFFFFFF - 2000.0;
-  for (const Case& oneCase :
-       {Case{0, 200, 14'400}, Case{1, 600, 43'200}, Case{40, 16'200, 1'166'400}, Case{1000, 400'200, full}}) {
+  for (const auto& [ntu, high, low] :
+       {std::tuple(0.0, 200.0, 14'400.0), {1, 600, 43'200}, {40, 16'200, 1'166'400}, {1000, 400'200, full}}) {
     Bench bench;
-    bench.unit.SetSample(Sample::Blank().WithTurbidity(oneCase.ntu));
+    bench.unit.SetSample(Sample::Blank().WithTurbidity(ntu));
     bench.Set({"T1", "G0"});
-    EXPECT_NEAR(Turbidity(bench), oneCase.high, 40 + 0.001 * oneCase.high) << oneCase.ntu;
+    EXPECT_NEAR(Turbidity(bench), high, 40 + 0.001 * high) << ntu;
     bench.Set({"T3", "G1"});
-    EXPECT_NEAR(Turbidity(bench), oneCase.low, 40 + 0.001 * oneCase.low) << oneCase.ntu;
+    EXPECT_NEAR(Turbidity(bench), low, 40 + 0.001 * low) << ntu;
   }
 }
 

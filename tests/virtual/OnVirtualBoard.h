@@ -18,11 +18,13 @@
 #include "platform/virtual/ExhaustivePolicy.h"
 #include "platform/virtual/ReplayPolicy.h"
 #include "platform/virtual/VirtualBoard.h"
+#include "support/ScriptedDevice.h"
 
 namespace virtualtest {
 
 using namespace photometer;
 using namespace photometer::platform;
+using tests::ScriptedDevice;
 
 inline VirtualBoardOptions Seeded(std::uint64_t seed) {
   VirtualBoardOptions options;

@@ -64,6 +64,22 @@ VirtualBoardOptions With(std::shared_ptr<SchedulingPolicy> pPolicy) {
   return options;
 }
 
+TEST(SchedulingPolicyTest, AThreadThatPollsOrGivesWayLetsTheOthersRun) {
+  for (std::uint64_t nRun = 0; nRun < 100; ++nRun) {
+    const bool bGivesWay = nRun >= 50;
+    OnVirtualBoard world(EveryPolicy(nRun / 5 + 1)[nRun % 5]);
+    const HANDLE hEvent = CreateEventW(TRUE, FALSE, nullptr);
+    world.Run("Setter", [hEvent] { SetEvent(hEvent); });
+    while (WaitForSingleObject(hEvent, 0) != WAIT_OBJECT_0) {
+      if (bGivesWay) {
+        Sleep(0);
+      }
+    }
+    EXPECT_LT(world.board.Points(), bGivesWay ? 20U : 2'000U) << nRun;
+    CloseHandle(hEvent);
+  }
+}
+
 // ---- priorities ----
 
 /// How many of the seeds from 1 on lose the wake-up.
@@ -96,23 +112,6 @@ TEST(PriorityPolicyTest, TheBoundIsThatOfThePaper) {
   // 0.99 of the runs miss it, 0.99^459 < 0.01.
   EXPECT_EQ(PriorityPolicy::SeedsFor(0.99, {2, 10, false}, 10), 459U);
   EXPECT_EQ(PriorityPolicy::SeedsFor(0.99, {1, 10, false}, 1), 1U);
-}
-
-TEST(PriorityPolicyTest, AThreadThatPollsOrGivesWayLetsTheOthersRun) {
-  for (std::uint64_t seed = 1; seed <= 20; ++seed) {
-    for (const bool bGivesWay : {false, true}) {
-      OnVirtualBoard world(With(std::make_shared<PriorityPolicy>(seed)));
-      const HANDLE hEvent = CreateEventW(TRUE, FALSE, nullptr);
-      world.Run("Setter", [hEvent] { SetEvent(hEvent); });
-      while (WaitForSingleObject(hEvent, 0) != WAIT_OBJECT_0) {
-        if (bGivesWay) {
-          Sleep(0);
-        }
-      }
-      EXPECT_LT(world.board.Points(), bGivesWay ? 20U : 2'000U);
-      CloseHandle(hEvent);
-    }
-  }
 }
 
 // ---- every schedule ----
@@ -151,17 +150,14 @@ void FiveCalls(const std::shared_ptr<SchedulingPolicy>& pPolicy) {
 // One pre-emption: before any of the three calls. A second one: before any of the other's two, and the first thread is
 // back. By the number of the point the creation of the thread counts as the first one.
 TEST(ExhaustivePolicyTest, CountsTheSchedulesOfASmallWindow) {
-  struct Case {
-    ExhaustiveOptions options;
-    std::uint64_t nSchedules;
-  };
-  for (const Case& entry : {Case{{0}, 1}, Case{{1}, 4}, Case{{2}, 10}, Case{{1, UINT32_MAX, 2}, 3},
-                            Case{{1, UINT32_MAX, 2, 2}, 3}, Case{{1, UINT32_MAX, 1, 1}, 1}}) {
-    const auto pPolicy = std::make_shared<ExhaustivePolicy>(entry.options);
+  const std::vector<std::pair<ExhaustiveOptions, std::uint64_t>> cases = {
+      {{0}, 1}, {{1}, 4}, {{2}, 10}, {{1, UINT32_MAX, 2}, 3}, {{1, UINT32_MAX, 2, 2}, 3}, {{1, UINT32_MAX, 1, 1}, 1}};
+  for (const auto& [options, nSchedules] : cases) {
+    const auto pPolicy = std::make_shared<ExhaustivePolicy>(options);
     do {
       FiveCalls(pPolicy);
     } while (pPolicy->NextSchedule());
-    EXPECT_EQ(pPolicy->Schedules(), entry.nSchedules) << entry.options.nMostPreemptions;
+    EXPECT_EQ(pPolicy->Schedules(), nSchedules) << options.nMostPreemptions;
   }
 }
 
@@ -191,9 +187,8 @@ TEST(DecisionsTest, AListShrinksToTheOneSwitchThatLosesTheWakeUp) {
   // Large parts first: a switch and the one back go together.
   for (std::size_t nPart = list.size() - 1; nPart > 0; --nPart) {
     for (std::size_t i = 0; i + nPart <= list.size();) {
-      DecisionList fewer = list;
-      const auto first = fewer.begin() + static_cast<std::ptrdiff_t>(i);
-      fewer.erase(first, first + static_cast<std::ptrdiff_t>(nPart));
+      DecisionList fewer(list.begin(), list.begin() + static_cast<std::ptrdiff_t>(i));
+      fewer.insert(fewer.end(), list.begin() + static_cast<std::ptrdiff_t>(i + nPart), list.end());
       const bool bStillLost = LostWakeUp(With(std::make_shared<ReplayPolicy>(fewer))).bLost;
       list = bStillLost ? fewer : list;
       i += bStillLost ? 0 : nPart;

@@ -5,32 +5,30 @@
 
 namespace virtualtest {
 
-/// Writes `nTimes` on the port. The call that failed; empty: none.
-inline std::string RunTinyProgram(int nTimes, bool bDrain) {
+/// Writes twice on the port. The call that failed; empty: none.
+inline std::string RunTinyProgram(bool bDrain) {
   using namespace photometer;
   using namespace photometer::platform;
   const HANDLE hEvent = CreateEventW(TRUE, FALSE, nullptr);
   if (hEvent == 0) {
     return "event";
   }
+  CloseHandle(hEvent);
   const HANDLE hPort = CreateFileW(u"COM2:");
   if (hPort == INVALID_HANDLE_VALUE) {
-    CloseHandle(hEvent);
     return "port";
   }
-  std::string failed;
   if (bDrain) {
-    PurgeComm(hPort, 8);
+    PurgeComm(hPort, PURGE_RXCLEAR);
   }
-  for (int i = 0; i < nTimes && failed.empty(); ++i) {
+  for (int i = 0; i < 2; ++i) {
     DWORD dwWritten = 0;
-    failed = WriteFile(hPort, "$a\r", 3, &dwWritten) != FALSE ? "" : "write";
+    if (WriteFile(hPort, "$a\r", 3, &dwWritten) == FALSE) {
+      return "write";
+    }
   }
-  CloseHandle(hEvent);
-  if (failed.empty()) {
-    CloseHandle(hPort);
-  }
-  return failed;
+  CloseHandle(hPort);
+  return "";
 }
 
 }  // namespace virtualtest

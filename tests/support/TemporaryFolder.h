@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+namespace photometer::tests {
+
 class TemporaryFolder {
  public:
   TemporaryFolder() {
@@ -50,3 +52,5 @@ class TemporaryFolder {
  private:
   std::filesystem::path m_path;
 };
+
+}  // namespace photometer::tests

@@ -1,7 +1,6 @@
 /// A device at the end of a line that says what it was told at the times it was told, and keeps what it hears.
 #pragma once
 
-#include <algorithm>
 #include <deque>
 #include <string>
 #include <string_view>
@@ -10,7 +9,7 @@
 
 #include "simulator/SerialDevice.h"
 
-namespace virtualtest {
+namespace photometer::tests {
 
 class ScriptedDevice final : public simulator::SerialDevice {
  public:
@@ -23,16 +22,13 @@ class ScriptedDevice final : public simulator::SerialDevice {
   }
 
   void Receive(simulator::Time now, std::string_view bytes) override { heard.emplace_back(now, bytes); }
-
   [[nodiscard]] simulator::Time NextActivity() const override {
     return m_script.empty() ? simulator::Never : m_script.front().first;
   }
-
   std::string TakeOutput(simulator::Time now) override {
     std::string bytes;
-    while (!m_script.empty() && m_script.front().first <= now) {
+    for (; !m_script.empty() && m_script.front().first <= now; m_script.pop_front()) {
       bytes += m_script.front().second;
-      m_script.pop_front();
     }
     return bytes;
   }
@@ -44,4 +40,4 @@ class ScriptedDevice final : public simulator::SerialDevice {
   std::deque<std::pair<simulator::Time, char>> m_script;
 };
 
-}  // namespace virtualtest
+}  // namespace photometer::tests
