@@ -12,6 +12,7 @@
 #include "simulator/OpticalUnit.h"
 #include "simulator/SipperZQ410.h"
 #include "simulator/SipperZQ420.h"
+#include "support/DefaultRecords.h"
 
 namespace {
 
@@ -25,26 +26,6 @@ constexpr DWORD LongestRun = 1'200'000;
 constexpr DWORD SessionSeconds = 36'003;
 
 class Host final : public EmptySink {};
-
-PhotometerParameters Parameters(DWORD dwMode) {
-  PhotometerParameters params{};
-  params.dA = -0.00004438;
-  params.dB = -0.18985745;
-  params.dC = 89325.07932532;
-  params.dD = -1771912.20088685;
-  params.UpperFilterWL = 550;
-  params.MiddleFilterWL = 450;
-  params.LowerFilterWL = 375;
-  params.HalogenMin = 330;
-  params.HalogenMax = 1100;
-  params.UVMin = 190;
-  params.UVMax = 350;
-  params.bUV = 1;
-  params.dwBaudRate = 9600;
-  params.dwByteSize = 8;
-  params.dwOperatingMode = dwMode;
-  return params;
-}
 
 void WaitUntilNotBusy(IPhotometer& photometer) {
   for (DWORD dwWaited = 0; photometer.GetStatus().bBusy != 0; dwWaited += LookPeriod) {
@@ -79,8 +60,9 @@ void TenHourSession(benchmark::State& state) {
   auto* const pPhotometer = new Photometer;
   pPhotometer->AddRef();
   pPhotometer->SetSink(&host);
-  const PhotometerParameters params = Parameters(dwMode);
-  const CalibrationData calibration{360.7, 340.0, 880, 340, {345.0, 520.0, 885.0}};
+  PhotometerParameters params = tests::DefaultParameters();
+  params.dwOperatingMode = dwMode;
+  const CalibrationData calibration = tests::DefaultCalibration();
   if (pPhotometer->Initialize(&params, &calibration) != S_OK) throw std::runtime_error("the device does not start");
   WaitUntilNotBusy(*pPhotometer);
   const std::uint64_t nPoints = board.Points();
