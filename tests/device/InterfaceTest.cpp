@@ -69,7 +69,7 @@ TEST(Interface, SlotsOfTheSink) {
 template <class Result, class... Arguments>
 Result CallSlot(IPhotometer* pPhotometer, std::size_t nSlot, Arguments... arguments) {
   void* const* pTable = nullptr;
-  std::memcpy(&pTable, pPhotometer, sizeof(pTable));
+  std::memcpy(&pTable, static_cast<const void*>(pPhotometer), sizeof(pTable));
   using Operation = Result (*)(IPhotometer*, Arguments...);
   return reinterpret_cast<Operation>(pTable[nSlot])(pPhotometer, arguments...);
 }
