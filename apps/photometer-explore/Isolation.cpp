@@ -129,6 +129,16 @@ int StartProcess(const std::function<int()>& body) {
   return iProcess;
 }
 
+int AnyEndedProcess() {
+  siginfo_t ended{};
+  while (waitid(P_ALL, 0, &ended, WEXITED | WNOWAIT) < 0) {
+    if (errno != EINTR) {
+      return -1;
+    }
+  }
+  return ended.si_pid;
+}
+
 std::string WaitForProcess(int iProcess, int* pResult) {
   int iStatus = 0;
   if (iProcess < 0) {

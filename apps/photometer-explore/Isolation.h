@@ -33,6 +33,9 @@ Outcome RunIsolated(const Plan& plan, const RunOptions& options, unsigned nSecon
 
 /// Starts a process that runs `body` and ends with its result. Its number, for `waitpid`.
 int StartProcess(const std::function<int()>& body);
+/// Waits until one of this process's own has ended, and tells which; `WaitForProcess` has yet to take its result. -1:
+/// there is none.
+int AnyEndedProcess();
 /// Waits for its end. Empty: it ended with 0 or 1; else what ended it.
 std::string WaitForProcess(int iProcess, int* pResult);
 

@@ -259,7 +259,8 @@ Finding CompleteResults(const Evidence& evidence) {
         if ((run.name != "ScanProc" && run.name != "HolmiumOxideScan") || bTurbidity) {
           continue;
         }
-        const auto nPosition = static_cast<std::int64_t>(value.dwPosition);
+        // Positions below the reference are negative.
+        const std::int64_t nPosition = static_cast<std::int32_t>(value.dwPosition);
         if (position && step && nPosition - *position != *step) {
           return run.name + " delivers position " + std::to_string(nPosition) + " after " + std::to_string(*position);
         }

@@ -94,6 +94,27 @@ TEST(Properties, ALampThatIsOffNeedNotBeTold) {
   EXPECT_EQ(Broken("measure", "Measure", {LampOn, Started, Finished}, false, false), "");
 }
 
+TEST(Properties, OfResults) {
+  struct {
+    std::vector<std::int32_t> positions;
+    const char* broken;
+  } const cases[] = {{{5, 6, 7}, ""}, {{-2, -1, 0, 1}, ""}, {{5, 6, 8}, "complete results"}};
+  for (const auto& c : cases) {
+    VirtualBoard board;
+    Ledger ledger(board);
+    ledger.NoteThread(board.GetKernel().GetCurrentThreadId(), "HolmiumOxideScan");
+    for (const std::int32_t iPosition : c.positions) {
+      photometer::MeasureValue value{};
+      value.dwPosition = static_cast<photometer::DWORD>(iPosition);
+      ledger.NoteResult(7, {value});
+    }
+    ledger.Note(EventKind::Callback, "OnNotify", 7, 17);
+    ledger.Note(EventKind::ThreadEnds, "HolmiumOxideScan", 0);
+    const std::vector<Violation> violations = Judge({ledger, FindRuns(ledger), {}, {}, true});
+    EXPECT_EQ(violations.empty() ? "" : violations.front().property, c.broken);
+  }
+}
+
 TEST(Properties, OfShutdown) {
   VirtualBoard board;
   Ledger ledger(board);
