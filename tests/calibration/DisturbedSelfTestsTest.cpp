@@ -54,9 +54,7 @@ enum class Disturbance { Cancel, Shutdown };
 class DisturbedRun {
  public:
   DisturbedRun(const Procedure& procedure, Policy policy, std::uint64_t nSeed)
-      : m_Procedure(procedure), m_Bench({}, Options(policy, nSeed)) {
-    EXPECT_TRUE(m_Bench.StartUp());
-  }
+      : m_Procedure(procedure), m_Bench({}, Options(policy, nSeed)) {}
 
   /// Undisturbed: the number of scheduling points.
   std::uint64_t CountPoints() {
@@ -115,7 +113,7 @@ class DisturbedRun {
       return;
     }
     if (disturbance == Disturbance::Shutdown) {
-      EXPECT_TRUE(m_Bench.StartUp());
+      EXPECT_TRUE(m_Bench.StartUp(THREE_WAVELENGTHS));
       return;
     }
     EXPECT_EQ(m_Bench.device->StartWaveLengthTest(), S_OK);
@@ -133,7 +131,7 @@ class DisturbedRun {
   }
 
   const Procedure& m_Procedure;
-  Bench m_Bench;
+  StartedBench m_Bench;
   std::atomic<bool> m_bDone{false};
 };
 

@@ -45,8 +45,7 @@ TEST(HolmiumOxideScan, DeliversTheFiltersSpectrum) {
   } const cases[] = {{true, 6500, 7300}, {false, 6500, 7300}, {true, 5000, 5001}, {true, -1000, 15000}};
   for (const auto& c : cases) {
     SCOPED_TRACE(testing::Message() << c.iFirst << " to " << c.iLast << (c.bUV ? "" : " without UV"));
-    Bench bench({.bUV = c.bUV});
-    ASSERT_TRUE(bench.StartUp({525.0}));
+    StartedBench bench({.bUV = c.bUV});
     bench.Forget();
     ASSERT_EQ(Start(bench, c.iFirst, c.iLast), S_OK);
     ASSERT_TRUE(bench.device.WaitUntilNotBusy());
@@ -103,65 +102,47 @@ struct ScriptedScan : Optics {
 };
 
 TEST(HolmiumOxideScan, PointsInTheBatchesInWhichTheyArrive) {
-  constexpr simulator::Time LATER = SECOND / 2;
   const std::string points = ScriptedScan::Light(10'000, 10);
-  const std::string all = points + "ok\r";
-  const auto batches = [&](const std::vector<std::size_t>& sizes) {
-    Answer answer;
-    std::size_t nFrom = 0;
-    for (const std::size_t nSize : sizes) {
-      answer.push_back({LATER, all.substr(nFrom, nSize)});
-      nFrom += nSize;
-    }
-    answer.push_back({LATER, all.substr(nFrom)});
-    return answer;
-  };
+  const std::string first = points.substr(0, 20);
+  const std::string second = points.substr(20);
   struct {
     const char* what;
-    Answer answer;
+    /// Half a second after one another.
+    Texts blocks;
     const char* expected;
-    const char* debug;
   } const cases[] = {
-      {"all at once", batches({}), "OnResult(5, 10) 5:17/100", ""},
-      {"20 bytes", batches({20}), "OnResult(5, 3) OnResult(5, 7) 5:17/100", ""},
-      {"pieces of points", batches({4, 4, 40, 10}),
-       "OnResult(5, 0) OnResult(5, 1) OnResult(5, 7) OnResult(5, 1) OnResult(5, 1) 5:17/100", ""},
-      {"the end later than the last point", batches({60}), "OnResult(5, 10) 5:17/100", ""},
-      {"the end cut", batches({61, 1}), "OnResult(5, 10) 5:17/100", ""},
-      {"silence behind 20 bytes",
-       {{LATER, points.substr(0, 20)}},
-       "OnResult(5, 3) OnError(0, 302)",
-       "[Photometer] Timeout: received 3 pts, 10 expected"},
-      {"silence", {}, "OnError(0, 302)", "[Photometer] Timeout: received 0 pts, 10 expected"},
-      {"surplus", {{LATER, points + points.substr(0, 6)}}, "OnError(0, 303)", ""},
-      {"surplus behind a batch",
-       {{LATER, points.substr(0, 20)}, {LATER, points.substr(20) + "ok\rxyz"}},
-       "OnResult(5, 3) OnError(0, 303)",
-       ""},
-      {"error", {{LATER, "error\r\n"}}, "OnError(0, 304)", ""},
-      {"error behind a batch",
-       {{LATER, points.substr(0, 20)}, {LATER, "error\r\n"}},
-       "OnResult(5, 3) OnError(0, 304)",
-       ""},
-      {"error in pieces",
-       {{LATER, points.substr(0, 18) + "err"}, {LATER, "or\r\n"}},
-       "OnResult(5, 3) OnError(0, 304)",
-       ""},
+      {"all at once", {points + "ok\r"}, "OnResult(5, 10) 5:17/100"},
+      {"20 bytes", {first, second + "ok\r"}, "OnResult(5, 3) OnResult(5, 7) 5:17/100"},
+      {"less than a point",
+       {points.substr(0, 4), points.substr(4) + "ok\r"},
+       "OnResult(5, 0) OnResult(5, 10) 5:17/100"},
+      {"the end later than the last point", {points, "ok\r"}, "OnResult(5, 10) 5:17/100"},
+      {"the end in pieces", {points + "o", "k", "\r"}, "OnResult(5, 10) 5:17/100"},
+      {"silence behind 20 bytes", {first}, "OnResult(5, 3) OnError(0, 302)"},
+      {"surplus", {points + points.substr(0, 6)}, "OnError(0, 303)"},
+      {"surplus behind a batch", {first, second + "ok\rxyz"}, "OnResult(5, 3) OnError(0, 303)"},
+      {"error", {"error\r\n"}, "OnError(0, 304)"},
+      {"error in pieces behind a batch", {points.substr(0, 18) + "err", "or\r\n"}, "OnResult(5, 3) OnError(0, 304)"},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
+    Answer answer;
+    for (const std::string& block : c.blocks) {
+      answer.push_back({SECOND / 2, block});
+    }
     ScriptedScan scan(10);
-    scan.Run(c.answer);
-    EXPECT_EQ(scan.Calls(), c.expected);
-    const bool bFinished = scan.Calls().ends_with("5:17/100");
+    scan.Run(answer);
+    const std::string calls = scan.Calls();
+    EXPECT_EQ(calls, c.expected);
+    EXPECT_FALSE(scan.state.Lock()->m_Status.bBusy);
+    const bool bFinished = calls.ends_with("5:17/100");
     EXPECT_EQ(scan.Cached(CacheEntry::MonochromatorPosition), bFinished ? FIRST + 10 : UNKNOWN);
     EXPECT_EQ(scan.world.Written().back(), bFinished ? "$h0" : "$f0");
-    const std::u16string debug(c.debug, c.debug + std::string(c.debug).size());
-    EXPECT_TRUE(debug.empty() || DebugLines(scan.world, debug) == 1);
-    EXPECT_FALSE(scan.state.Lock()->m_Status.bBusy);
+    EXPECT_EQ(DebugLines(scan.world, u"[Photometer] Timeout: received 3 pts, 10 expected"),
+              calls.ends_with("302)") ? 1U : 0U);
     if (!bFinished) {
-      const std::string number = scan.Calls().substr(scan.Calls().find("(0, ") + 4, 3);
-      EXPECT_EQ(ErrorRecords(scan.world), Texts{"[HolmiumOxideScan] SetADSpeed returned " + number});
+      const std::string record = "[HolmiumOxideScan] SetADSpeed returned " + calls.substr(calls.size() - 4, 3);
+      EXPECT_EQ(ErrorRecords(scan.world), Texts{record});
     }
   }
 }

@@ -95,7 +95,7 @@ class Bench {
   Bench& operator=(const Bench&) = delete;
 
   /// The start-up, with the parameters of the simulated instrument's kind. True: initialised.
-  bool StartUp(const std::vector<double>& zeros = DefaultCalibration().ZeroWavelengths) {
+  bool StartUp(const std::vector<double>& zeros) {
     PhotometerParameters params = DefaultParameters();
     params.bUV = world.unit.Settings().bUV ? TRUE : FALSE;
     CalibrationData calibration = DefaultCalibration();
@@ -149,6 +149,18 @@ class Bench {
 
   World world;
   Device device;
+};
+
+/// High gain, normal gain, last filter.
+inline const std::vector<double> THREE_WAVELENGTHS{365.0, 525.0, 885.0};
+
+/// A bench whose device is initialised.
+class StartedBench : public Bench {
+ public:
+  explicit StartedBench(const UnitSettings& unit = {}, const platform::VirtualBoardOptions& board = {})
+      : Bench(unit, board) {
+    EXPECT_TRUE(StartUp(THREE_WAVELENGTHS));
+  }
 };
 
 }  // namespace photometer::tests

@@ -136,8 +136,6 @@ TEST(StartUp, ShutdownInTheWavelengthTestIsNoFailedAttempt) {
 
 // ---- cuvettes ----
 
-const std::vector<double> THREE_WAVELENGTHS{365.0, 525.0, 885.0};
-
 /// Inserts a dark cuvette; it is taken out three seconds after the host was asked to.
 void InsertUntilAsked(World& world) {
   world.holder.Insert(10, world.board.Now());
@@ -289,19 +287,6 @@ TEST(StartUp, EndsWithTheNumberOfTheCommandThatFails) {
       EXPECT_EQ(bench.world.LogLines("[InitProc] LAMP Test finished... NOT OK"), c.letter == 'z' ? 1U : 0U);
       ExpectSecondTrySucceeds(bench);
     }
-  }
-}
-
-TEST(StartUp, RepeatsASpectrumThatFailed) {
-  for (const char letter : {'i', 'M', 'a', 's'}) {
-    SCOPED_TRACE(letter);
-    Bench bench;
-    bench.AddFault({FaultKind::Error, letter, 1});
-    EXPECT_TRUE(bench.StartUp(TWO_WAVELENGTHS));
-    EXPECT_EQ(bench.world.LogLines(RESTARTING), 1U);
-    EXPECT_EQ(bench.world.LogLines("Find Peak at Index"), 1U) << "there is no peak in no spectrum";
-    EXPECT_EQ(ErrorRecords(bench.world), Texts{});
-    EXPECT_TRUE(MeasuresGlassRight(bench));
   }
 }
 

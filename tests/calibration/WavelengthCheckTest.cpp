@@ -103,8 +103,7 @@ TEST(WavelengthCheck, FindsThePeaksAtAllOffsetsAndChangesNothing) {
   for (int iOffset = -15; iOffset <= 15; iOffset += 3) {
     const bool bUV = iOffset % 2 == 0;
     SCOPED_TRACE(testing::Message() << iOffset << (bUV ? "" : ", without UV"));
-    Bench bench({.bUV = bUV, .positionOffset = 3});
-    ASSERT_TRUE(bench.StartUp({525.0}));
+    StartedBench bench({.bUV = bUV, .positionOffset = 3});
     bench.SetOffsetsOfSpectra({iOffset, iOffset, iOffset, 3});
     RunCheck(bench);
     ExpectPeaksFound(bench, iOffset);
@@ -127,8 +126,7 @@ TEST(WavelengthCheck, Progress) {
        "9:15/82 4/50 4/75 9:15/94 OnResult(9, 7)"},
   };
   for (const auto& [nPeaks, calls] : cases) {
-    Bench bench;
-    ASSERT_TRUE(bench.StartUp({525.0}));
+    StartedBench bench;
     RunCheck(bench, std::vector<double>(nPeaks, 453.8));
     EXPECT_EQ(bench.Calls(), std::string("9:25/0 ") + calls + " 4/100 9:17/100");
     EXPECT_EQ(bench.world.Written().empty(), nPeaks == 0) << "without peaks the unit is left alone";
@@ -137,8 +135,7 @@ TEST(WavelengthCheck, Progress) {
 
 TEST(WavelengthCheck, MaximumAtTheEdge) {
   for (const auto& [dNominal, dEdge] : {std::pair{441.0, 443.0}, std::pair{464.0, 462.0}}) {
-    Bench bench;
-    ASSERT_TRUE(bench.StartUp({525.0}));
+    StartedBench bench;
     RunCheck(bench, {dNominal, 537.0});
     const MeasureValues results = bench.world.sink.Results();
     ASSERT_EQ(results.size(), 2U);
@@ -157,8 +154,7 @@ TEST(WavelengthCheck, CuvetteIsRemovedAndThePeakMeasuredAgain) {
   std::size_t nAsked = 0;
   for (std::uint64_t n = 0; n < 30; ++n) {
     SCOPED_TRACE(n);
-    Bench bench;
-    ASSERT_TRUE(bench.StartUp({525.0}));
+    StartedBench bench;
     bench.RemoveAfter("31/0");
     bench.world.holder.Insert(10, bench.world.board.Now() + n * PERIOD);
     RunCheck(bench);
@@ -173,8 +169,7 @@ TEST(WavelengthCheck, CuvetteIsRemovedAndThePeakMeasuredAgain) {
 }
 
 TEST(WavelengthCheck, HostThatDoesNotWaitForTheRemoval) {
-  Bench bench;
-  ASSERT_TRUE(bench.StartUp({525.0}));
+  StartedBench bench;
   bench.world.sink.SkipCuvetteWait();
   bench.Forget();
   bench.device->SetCuvetteSize(10);
@@ -192,8 +187,7 @@ TEST(WavelengthCheck, HostThatDoesNotWaitForTheRemoval) {
 TEST(WavelengthCheck, CancelledAnywhereEndsWith18Alone) {
   for (const std::string at : {"9:25/0", "9:15/10", "4/50", "4/75", "9:15/70", "9:15/100", "31/0"}) {
     SCOPED_TRACE(at);
-    Bench bench;
-    ASSERT_TRUE(bench.StartUp({525.0}));
+    StartedBench bench;
     if (at == "31/0") {
       bench.InsertAndWait();
     }
@@ -207,8 +201,7 @@ TEST(WavelengthCheck, CancelledAnywhereEndsWith18Alone) {
 }
 
 TEST(WavelengthCheck, CancelWhileACuvetteWaitsIsSeenSoon) {
-  Bench bench;
-  ASSERT_TRUE(bench.StartUp({525.0}));
+  StartedBench bench;
   bench.InsertAndWait();
   ASSERT_EQ(Start(bench), S_OK);
   platform::Sleep(60'000);
@@ -220,8 +213,7 @@ TEST(WavelengthCheck, CancelWhileACuvetteWaitsIsSeenSoon) {
 }
 
 TEST(WavelengthCheck, CancelAfterTheEndWasDecided) {
-  Bench bench;
-  ASSERT_TRUE(bench.StartUp({525.0}));
+  StartedBench bench;
   bench.On("OnResult(9, 3)", [&] { bench.device->CancelMeasurement(); });
   for (const std::vector<double>& peaks : {PEAKS, {537.0}}) {
     RunCheck(bench, peaks);
@@ -242,8 +234,7 @@ TEST(WavelengthCheck, CommandErrorEndsIt) {
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
-    Bench bench;
-    ASSERT_TRUE(bench.StartUp({525.0}));
+    StartedBench bench;
     bench.AddFault(c.fault);
     RunCheck(bench);
     EXPECT_EQ(bench.Ends(), std::string("OnError(0, ") + c.error + ") OnError(9, " + c.error + ")");

@@ -14,7 +14,6 @@ namespace {
 
 constexpr int OLD_OFFSET = 3;
 const UnitSettings OLD{.positionOffset = OLD_OFFSET};
-const std::vector<double> ZEROS{365.0, 525.0, 885.0};
 
 std::string ExpectedCalls(std::size_t nAttempts, bool bPassed, bool bZeros) {
   std::string calls = "43/0 33/0 29/0";
@@ -30,9 +29,9 @@ enum class Zeros { Kept, Rebuilt, None };
 /// The host's own list of one entry, at a wavelength that the calibration does not have, tells whether it is kept.
 constexpr double OWN_WAVELENGTH = 500.0;
 
-bool StartUpWithOwnZeros(Bench& bench) {
+void GiveOwnZeros(Bench& bench) {
   const std::vector<WavelengthCalibrationEntry> own{{0, OWN_WAVELENGTH, 1.0, 2.0, {}}};
-  return bench.StartUp(ZEROS) && bench.device->SetWavelengthCalibrations(&own) == S_OK;
+  ASSERT_EQ(bench.device->SetWavelengthCalibrations(&own), S_OK);
 }
 
 Zeros ZerosOf(Bench& bench) {
@@ -40,7 +39,7 @@ Zeros ZerosOf(Bench& bench) {
   if (bench.device->GetWavelengthCalibration(OWN_WAVELENGTH, &entry) == S_OK) {
     return Zeros::Kept;
   }
-  const bool bAll = std::ranges::all_of(ZEROS, [&](double dWavelength) {
+  const bool bAll = std::ranges::all_of(THREE_WAVELENGTHS, [&](double dWavelength) {
     return bench.device->GetWavelengthCalibration(dWavelength, &entry) == S_OK && entry.dValue > 0.0 &&
            entry.dValueRef > 0.0;
   });
@@ -70,8 +69,8 @@ TEST(WavelengthTest, OffsetsOfEachAttempt) {
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(testing::PrintToString(c.offsets));
-    Bench bench(OLD);
-    ASSERT_TRUE(StartUpWithOwnZeros(bench));
+    StartedBench bench(OLD);
+    GiveOwnZeros(bench);
     bench.SetOffsetsOfSpectra(c.offsets);
     RunTest(bench);
 
@@ -88,8 +87,8 @@ TEST(WavelengthTest, OffsetsOfEachAttempt) {
 }
 
 TEST(WavelengthTest, PassedTestMakesAnUninitialisedDeviceReady) {
-  Bench bench(OLD);
-  ASSERT_TRUE(StartUpWithOwnZeros(bench));
+  StartedBench bench(OLD);
+  GiveOwnZeros(bench);
   bench.SetOffsetsOfSpectra({16, 20, -30, OLD_OFFSET, 4});
   RunTest(bench);
   const MeasureRequest request = MeasureAt({500.0});
@@ -144,8 +143,7 @@ TEST(WavelengthTest, SpectraThatFailCountAsOutOfTolerance) {
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
-    Bench bench;
-    ASSERT_TRUE(bench.StartUp(ZEROS));
+    StartedBench bench;
     c.fault(bench);
     RunTest(bench);
     EXPECT_EQ(bench.IsInitialized(), c.bPassed);
@@ -157,8 +155,7 @@ TEST(WavelengthTest, SpectraThatFailCountAsOutOfTolerance) {
 }
 
 TEST(WavelengthTest, CommandErrorEndsIt) {
-  Bench bench;
-  ASSERT_TRUE(bench.StartUp(ZEROS));
+  StartedBench bench;
   bench.SetOffsetsOfSpectra({6});
   bench.AddFault({FaultKind::Error, 'z'});
   RunTest(bench);
@@ -171,8 +168,7 @@ TEST(WavelengthTest, CommandErrorEndsIt) {
 
 TEST(WavelengthTest, ZerosWithoutLight) {
   for (const bool bPassed : {true, false}) {  // after nine tries without light, and with ten
-    Bench bench;
-    ASSERT_TRUE(bench.StartUp(ZEROS));
+    StartedBench bench;
     bench.SetOffsetsOfSpectra({6});
     int iReadings = 0;
     bool bZeros = false;
@@ -197,8 +193,7 @@ TEST(WavelengthTest, ZerosWithoutLight) {
 }
 
 TEST(WavelengthTest, CuvetteHasToBeRemoved) {
-  Bench bench;
-  ASSERT_TRUE(bench.StartUp(ZEROS));
+  StartedBench bench;
   bench.SetOffsetsOfSpectra({6});
   bench.InsertAndWait();
   bench.RemoveAfter("31/2");

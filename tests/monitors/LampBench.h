@@ -25,6 +25,13 @@ using Texts = std::vector<std::string>;
 /// Keeps the calls about lamp and check with their times in ms ("601000 Ready(1)"), answers the timer's questions, and
 /// runs actions inside calls.
 class LampSink final : public EmptySink {
+ private:
+  template <class Action>
+  auto Locked(const Action& action) const {
+    const std::lock_guard lock(m_Mutex);
+    return action();
+  }
+
  public:
   struct Answers {
     BOOL bActive = FALSE;
@@ -34,71 +41,59 @@ class LampSink final : public EmptySink {
   };
 
   void Answer(const Answers& answers) {
-    const std::lock_guard lock(m_Mutex);
-    m_Answers = answers;
+    Locked([&] { m_Answers = answers; });
   }
-  void On(const std::string& text, std::function<void()> action) {
-    const std::lock_guard lock(m_Mutex);
-    m_Actions[text] = std::move(action);
+  void On(const std::string& text, const std::function<void()>& action) {
+    Locked([&] { m_Actions[text] = action; });
   }
   /// Times count from now on, and the calls so far are forgotten.
   void StartClock(std::uint64_t nMicroseconds) {
-    const std::lock_guard lock(m_Mutex);
-    m_nStart = nMicroseconds;
-    m_Calls.clear();
+    Locked([&] {
+      m_nStart = nMicroseconds;
+      m_Calls.clear();
+    });
   }
   [[nodiscard]] Texts Calls() const {
-    const std::lock_guard lock(m_Mutex);
-    return m_Calls;
+    return Locked([&] { return m_Calls; });
   }
   [[nodiscard]] std::uint64_t StartOfClock() const {
-    const std::lock_guard lock(m_Mutex);
-    return m_nStart;
+    return Locked([&] { return m_nStart; });
   }
   [[nodiscard]] int Questions() const {
-    const std::lock_guard lock(m_Mutex);
-    return m_iQuestions;
+    return Locked([&] { return m_iQuestions; });
   }
 
   void OnUVLampReady(BOOL bReady) override { Note(bReady ? "Ready(1)" : "Ready(0)"); }
   void OnWavelengthCheckDue() override { Note("CheckDue"); }
   void OnWarmUpCountdown(DWORD dwSeconds) override { RunAction("Countdown(" + std::to_string(dwSeconds) + ")"); }
   void GetHostActivity(BOOL* pActive, LONG* pCount) override {
-    {
-      const std::lock_guard lock(m_Mutex);
+    const Answers answers = Locked([&] {
       ++m_iQuestions;
-      *pActive = m_Answers.bActive;
-      *pCount = m_Answers.iCount;
-    }
+      return m_Answers;
+    });
+    *pActive = answers.bActive;
+    *pCount = answers.iCount;
     RunAction("GetHostActivity");
   }
   void GetHostBusy(BOOL* pBusy) override {
-    const std::lock_guard lock(m_Mutex);
-    *pBusy = m_Answers.bBusy;
+    *pBusy = Locked([&] { return m_Answers.bBusy; });
   }
   void GetUVLampWarmUpTime(DWORD* pSeconds) override {
     Note("WarmUpTime?");
-    const std::lock_guard lock(m_Mutex);
-    *pSeconds = m_Answers.dwWarmUpTime;
+    *pSeconds = Locked([&] { return m_Answers.dwWarmUpTime; });
   }
 
  private:
   void Note(const std::string& text) {
-    {
-      const std::uint64_t nNow = platform::CurrentBoard().GetKernel().GetMicroseconds();
-      const std::lock_guard lock(m_Mutex);
-      m_Calls.push_back(std::to_string((nNow - m_nStart) / 1000) + " " + text);
-    }
+    const std::uint64_t nNow = platform::CurrentBoard().GetKernel().GetMicroseconds();
+    Locked([&] { m_Calls.push_back(std::to_string((nNow - m_nStart) / 1000) + " " + text); });
     RunAction(text);
   }
   void RunAction(const std::string& text) {
-    std::function<void()> action;
-    {
-      const std::lock_guard lock(m_Mutex);
-      if (const auto found = m_Actions.find(text); found != m_Actions.end()) {
-        action = found->second;
-      }
-    }
+    const std::function<void()> action = Locked([&] {
+      const auto found = m_Actions.find(text);
+      return found == m_Actions.end() ? std::function<void()>() : found->second;
+    });
     if (action) {
       action();
     }
