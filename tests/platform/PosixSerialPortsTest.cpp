@@ -128,9 +128,13 @@ TEST_F(PosixSerialPortsTest, SignalsNeitherEndNorShortenARead) {
 TEST_F(PosixSerialPortsTest, BytesThatCameBeforeTheLossAreDelivered) {
   const HANDLE handle = Open();
   EXPECT_TRUE(m_ports.SetTimeouts(handle, {OneMinute, 0, OneMinute, 1, 1}));
+  const auto waitForUnread = [&](int nBytes) {
+    while (m_peer.Unread() != nBytes) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  };
   m_peer.Send("last");
+  waitForUnread(4);
   std::thread unplugger([&] {
-    std::this_thread::sleep_for(std::chrono::milliseconds(30));
+    waitForUnread(0);
     m_peer.HangUp();
   });
   EXPECT_EQ(Read(handle), "last");

@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <stdlib.h>
+#include <sys/ioctl.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -45,6 +46,13 @@ class PseudoTerminal final : public SerialPeer {
     photometer::platform::DCB state{};
     EXPECT_TRUE(photometer::platform::ReadLineSettings(m_nKeeper, &state));
     return state.BaudRate;
+  }
+
+  /// Bytes that have come through and that nobody has read; a line that hangs up loses them.
+  [[nodiscard]] int Unread() const {
+    int nBytes = 0;
+    EXPECT_EQ(ioctl(m_nKeeper, FIONREAD, &nBytes), 0);
+    return nBytes;
   }
 
   void Send(std::string_view bytes) override {

@@ -17,6 +17,8 @@
 namespace photometer {
 namespace {
 
+using tests::TemporaryFolder;
+
 const std::string FileName = "Application/settings.cfg";
 
 class SettingsFileTest : public testing::Test {
