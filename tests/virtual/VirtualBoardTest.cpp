@@ -170,7 +170,7 @@ struct RunHashes {
   bool operator==(const RunHashes&) const = default;
 };
 
-/// Three threads, two locks, an event and a line with traffic in both directions.
+/// Four threads, two of them waiting for the same event, a lock and a line with traffic in both directions.
 RunHashes BusyRun(const VirtualBoardOptions& options, DecisionList* pDecisions = nullptr, bool bTraced = true) {
   Transcript transcript;
   OnVirtualBoard world(options);
@@ -199,15 +199,17 @@ RunHashes BusyRun(const VirtualBoardOptions& options, DecisionList* pDecisions =
       SetEvent(hData);
     }
   });
-  world.Run("Writer", [&] {
-    for (int i = 0; count(0) < 300 && i < 1000; ++i) {
-      DWORD dwWritten = 0;
-      WriteFile(hPort, "$a\r", 3, &dwWritten);
-      WaitForSingleObject(hData, 5);
-    }
-    AppendFileW(u"\\SDMemory\\x", "line\r\n");
-    NKDbgPrintfW("text");
-  });
+  for (const char* name : {"WriterA", "WriterB"}) {
+    world.Run(name, [&] {
+      for (int i = 0; count(0) < 300 && i < 1000; ++i) {
+        DWORD dwWritten = 0;
+        WriteFile(hPort, "$a\r", 3, &dwWritten);
+        WaitForSingleObject(hData, 5);
+      }
+      AppendFileW(u"\\SDMemory\\x", "line\r\n");
+      NKDbgPrintfW("text");
+    });
+  }
   world.Join();
   CloseHandle(hData);
   CloseHandle(hPort);
