@@ -30,15 +30,19 @@ class AbsorbanceCriterion {
   /// A point that was asked for and not delivered.
   void AddMissing() { Add(std::nan(""), 1.0); }
 
-  [[nodiscard]] bool Holds() const {
-    return m_nPoints > 0 && m_nBeyondThree * 100 <= m_nPoints && m_nBeyondFive == 0 &&
-           std::fabs(m_dSum) < 3.0 * std::sqrt(m_nPoints);
+  [[nodiscard]] bool Holds() const { return HoldsButForBias() && std::fabs(m_dSum) < 3.0 * std::sqrt(m_nPoints); }
+  /// For points that share an error, such as a dark value: they may have a bias.
+  [[nodiscard]] bool HoldsButForBias() const {
+    return m_nPoints > 0 && m_nBeyondThree * 100 <= m_nPoints && m_nBeyondFive == 0;
   }
+  [[nodiscard]] int Points() const { return m_nPoints; }
+  /// Mean deviation, in standard deviations.
+  [[nodiscard]] double Bias() const { return m_dSum / m_nPoints; }
   /// For a few points, of which one in a thousand may well lie beyond three: none beyond five.
   [[nodiscard]] bool HoldsForFew() const { return m_nPoints > 0 && m_nBeyondFive == 0; }
   [[nodiscard]] std::string Text() const {
     return std::to_string(m_nPoints) + " points, " + std::to_string(m_nBeyondThree) + " beyond 3, " +
-           std::to_string(m_nBeyondFive) + " beyond 5, mean " + std::to_string(m_dSum / m_nPoints);
+           std::to_string(m_nBeyondFive) + " beyond 5, mean " + std::to_string(Bias());
   }
 
  private:
@@ -74,16 +78,20 @@ inline void AddAbsorbances(const World& world, const std::vector<WavelengthCalib
   }
 }
 
-/// Measures `sample` at the wavelengths of the zero values that the host was given, and takes it out again. True: the
-/// absorbances are right.
-inline bool MeasuresRight(World& world, Device& device, const simulator::Sample& sample) {
-  const std::vector<WavelengthCalibrationEntry> zeros = world.sink.References();
+inline std::vector<double> WavelengthsOf(const std::vector<WavelengthCalibrationEntry>& zeros) {
   std::vector<double> wavelengths;
   for (const WavelengthCalibrationEntry& zero : zeros) {
     wavelengths.push_back(zero.dWavelength);
   }
+  return wavelengths;
+}
+
+/// Measures `sample` at the wavelengths of the zero values that the host was given, and takes it out again. True: the
+/// absorbances are right.
+inline bool MeasuresRight(World& world, Device& device, const simulator::Sample& sample) {
+  const std::vector<WavelengthCalibrationEntry> zeros = world.sink.References();
   world.unit.SetSample(sample, world.board.Now());
-  const MeasureRequest request = MeasureAt(wavelengths);
+  const MeasureRequest request = MeasureAt(WavelengthsOf(zeros));
   const std::size_t nBefore = world.sink.Results().size();
   const bool bStarted = device->StartMeasure(&request) == S_OK && device.WaitUntilNotBusy();
   MeasureValues values = world.sink.Results();

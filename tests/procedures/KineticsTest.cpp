@@ -7,34 +7,28 @@
 #include <gtest/gtest.h>
 
 #include "Runs.h"
-#include "platform/Platform.h"
 #include "procedures/Kinetics.h"
 
 namespace photometer::tests {
 namespace {
 
-using Texts = std::vector<std::string>;
 using simulator::FaultKind;
 using simulator::Sample;
 
-constexpr DWORD FINISHED = 17;
-constexpr DWORD CANCELLED = 18;
-constexpr double SWITCHING_POINT = 340.0;
-
 /// Duration in minutes, interval in seconds.
 KineticsRequest Request(DWORD dwDuration, DWORD dwInterval, double dWavelength = 500.0) {
-  return {RUN_ID, dwDuration, dwInterval, dWavelength, SWITCHING_POINT};
+  return {RUN_ID, dwDuration, dwInterval, dWavelength, 340.0};
 }
 
 Start KineticsOf(const KineticsRequest& request) {
   return [request](IPhotometer& photometer) { return photometer.StartKinetics(&request); };
 }
 
-/// When the unit received the commands that begin with `prefix`, ms.
-std::vector<double> Times(const World& world, const std::string& prefix) {
+/// When the unit was told to light the halogen lamp, ms.
+std::vector<double> LitTimes(const World& world) {
   std::vector<double> times;
   for (const simulator::ReceivedCommand& command : world.unit.Commands()) {
-    if (command.strText.starts_with(prefix)) {
+    if (command.strText.starts_with("$h1")) {
       times.push_back(static_cast<double>(command.time) / 1000.0);
     }
   }
@@ -45,27 +39,22 @@ std::vector<double> Times(const World& world, const std::string& prefix) {
 
 TEST(Kinetics, KeepsItsCadence) {
   for (const platform::Policy policy : {platform::Policy::FirstCome, platform::Policy::Random}) {
-    WorldOptions options;
-    options.board.policy = policy;
+    WorldOptions options = Scheduled(policy, 1);
     options.board.startTick = 0xFFFF0000;  // the counter wraps in the first minutes
     ReadyDevice device(options);
     device.world.StopTracing();
     device.world.unit.ForgetCommands();
     const MeasureValues values = device.Run(KineticsOf(Request(43, 13)));
     ASSERT_EQ(values.size(), 200U) << "the first start beyond 2,580 s is that at 2,587 s";
+    const std::vector<double> lit = LitTimes(device.world);
+    ASSERT_EQ(lit.size(), values.size());
     for (std::size_t i = 0; i < values.size(); ++i) {
       ASSERT_EQ(values[i].dwTag, i);
       ASSERT_DOUBLE_EQ(values[i].dWavelength, static_cast<double>(i) * 13.0 / 60.0);
-      ASSERT_GT(values[i].dValue, 0.0);
       ASSERT_EQ(values[i].dTurbidity, 0.0);
-    }
-    const std::vector<double> lit = Times(device.world, "$h1");
-    ASSERT_EQ(lit.size(), values.size());
-    // A wait may end late, by a millisecond or so; the readings take a quarter of a second.
-    for (std::size_t i = 1; i < lit.size(); ++i) {
+      // A wait may end late, by a millisecond or so; the readings take a quarter of a second.
       ASSERT_NEAR(lit[i] - lit[0], 13'000.0 * static_cast<double>(i), 20.0) << i;
     }
-    EXPECT_EQ(device.Notified(FINISHED), 1U);
   }
 }
 
@@ -74,19 +63,10 @@ TEST(Kinetics, DurationAndInterval) {
     const char* what;
     DWORD dwDuration;
     DWORD dwInterval;
-    std::vector<double> minutes;
-  } const cases[] = {
-      {"no duration", 0, 10, {0.0, 10.0 / 60.0}},
-      {"half a minute apart", 1, 30, {0.0, 0.5, 1.0, 1.5}},
-      {"longer than the duration", 1, 90, {0.0, 1.5}},
-  };
+    std::size_t nValues;
+  } const cases[] = {{"no duration", 0, 10, 2}, {"half a minute apart", 1, 30, 4}, {"beyond the duration", 1, 90, 2}};
   for (const auto& c : cases) {
-    ReadyDevice device;
-    const MeasureValues values = device.Run(KineticsOf(Request(c.dwDuration, c.dwInterval)));
-    ASSERT_EQ(values.size(), c.minutes.size()) << c.what;
-    for (std::size_t i = 0; i < values.size(); ++i) {
-      EXPECT_DOUBLE_EQ(values[i].dWavelength, c.minutes[i]) << c.what;
-    }
+    EXPECT_EQ(ReadyDevice().Run(KineticsOf(Request(c.dwDuration, c.dwInterval))).size(), c.nValues) << c.what;
   }
 }
 
@@ -94,7 +74,7 @@ TEST(Kinetics, WithoutIntervalCyclesRunBackToBack) {
   ReadyDevice device;
   device.world.unit.ForgetCommands();
   const MeasureValues values = device.Run(KineticsOf(Request(1, 0)));
-  const std::vector<double> lit = Times(device.world, "$h1");
+  const std::vector<double> lit = LitTimes(device.world);
   ASSERT_EQ(values.size(), lit.size());
   ASSERT_GT(values.size(), 50U);
   for (std::size_t i = 0; i < values.size(); ++i) {
@@ -104,34 +84,41 @@ TEST(Kinetics, WithoutIntervalCyclesRunBackToBack) {
   EXPECT_LE(values[values.size() - 2].dWavelength, 1.0);
 }
 
-// ---- what goes over the wire ----
+// ---- what it does ----
 
-TEST(Kinetics, WireOfARun) {
+TEST(Kinetics, SetsAndReadsInThisOrder) {
   struct {
     const char* what;
     double dWavelength;
-    Texts setUp;
-    Texts cycle;
+    bool bUV;
+    Texts setUp, cycle;
   } const cases[] = {
-      {"halogen lamp", 500.0, {"$r1", "$F2", "$M5785"}, {"$h1", "$H1", "$a3", "$H0", "$a3", "$h0"}},
-      {"high power", 360.0, {"$r1", "$F1", "$g1", "$M4121"}, {"$h2", "$H1", "$a3", "$H0", "$a3", "$h0"}},
+      {"halogen lamp", 500.0, true, {"$r1", "$F2", "$M5785"}, {"$h1", "$H1", "$a3", "$H0", "$a3", "$h0"}},
+      {"high power", 360.0, true, {"$r1", "$F1", "$g1", "$M4121"}, {"$h2", "$H1", "$a3", "$H0", "$a3", "$h0"}},
+      {"no deuterium lamp", 335.0, false, {"$F1", "$g1", "$M3828"}, {"$h1", "$H1", "$a3", "$H0", "$a3", "$h0"}},
       {"deuterium lamp",
        250.0,
+       true,
        {"$r2", "$F1", "$g1", "$M2847", "$a3", "$d1", "$a3", "$f7"},
        {"$H1", "$a3", "$H0", "$a3"}},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
-    ReadyDevice device;
-    device.world.transcript.Clear();
+    WorldOptions options;
+    options.unit.bUV = c.bUV;
+    PhotometerParameters params = DefaultParameters();
+    params.bUV = c.bUV ? TRUE : FALSE;
+    ReadyDevice device(options, params);
     device->SetCuvetteSize(24);
     const MeasureValues values = device.Run(KineticsOf(Request(0, 10, c.dWavelength)));
     Texts expected = c.setUp;
     expected.insert(expected.end(), c.cycle.begin(), c.cycle.end());
     expected.insert(expected.end(), c.cycle.begin(), c.cycle.end());
-    expected.emplace_back("$r0");
+    if (c.bUV) {
+      expected.emplace_back("$r0");
+    }
     Texts written = device.world.Written();
-    if (written.back() == "$h0") {
+    if (c.dWavelength == 250.0 && written.back() == "$h0") {
       written.pop_back();  // the start-up may have left it unknown
     }
     EXPECT_EQ(written, expected);
@@ -139,108 +126,70 @@ TEST(Kinetics, WireOfARun) {
       EXPECT_EQ(value.iCuvetteSize, 24);
       EXPECT_NEAR(WavelengthOfPosition(DefaultParameters(), value.dwPosition), c.dWavelength, 0.05);
     }
-    EXPECT_EQ(device.world.sink.Calls().front(), "OnNotify(9, 25, 0)");
-    EXPECT_EQ(device.world.sink.Calls().back(), "OnNotify(9, 17, 100)");
+    EXPECT_EQ(device.Calls("OnNotify"), (Texts{"OnNotify(9, 25, 0)", "OnNotify(9, 17, 100)"}));
+    EXPECT_EQ(device.Log("[Kinetics]"),
+              (Texts{"[Kinetics] ----->  Thread started.",
+                     "[Kinetics] Wavelength= " + std::to_string(static_cast<int>(c.dWavelength)) + ".0",
+                     "[Kinetics] Thread closed with iResult= 0"}));
   }
-}
-
-TEST(Kinetics, LinesOfTheLog) {
-  ReadyDevice device;
-  device.Run(KineticsOf(Request(0, 10)));
-  for (const char* line : {"|  [Kinetics] ----->  Thread started.\n", "|  [Kinetics] Wavelength= 500.0\n",
-                           "|  [Kinetics] Thread closed with iResult= 0\n"}) {
-    EXPECT_EQ(device.world.LogLines(line), 1U) << line;
-  }
-}
-
-// ---- what goes in comes out ----
-
-/// Slope of y over x.
-double Slope(const std::vector<double>& x, const std::vector<double>& y) {
-  double sx = 0, sy = 0, sxx = 0, sxy = 0;
-  for (std::size_t i = 0; i < x.size(); ++i) {
-    sx += x[i], sy += y[i], sxx += x[i] * x[i], sxy += x[i] * y[i];
-  }
-  const auto n = static_cast<double>(x.size());
-  return (n * sxy - sx * sy) / (n * sxx - sx * sx);
 }
 
 TEST(Kinetics, ReactionOfFirstOrder) {
-  for (const double dRate : {0.005, 0.02}) {
-    SCOPED_TRACE(dRate);
-    ReadyDevice device;
-    const MeasureValue blank = device.Run(KineticsOf(Request(0, 10))).front();
-    const simulator::AbsorptionBand band{.centre = 500.0, .absorbance = 1.0, .deviation = 30.0};
-    device.world.unit.SetSample(Sample::Kinetics(band, dRate, device.world.board.Now()), device.world.board.Now());
-    std::vector<double> seconds;
-    std::vector<double> logarithms;
-    for (const MeasureValue& value : device.Run(KineticsOf(Request(3, 5)))) {
-      const double dAbsorbance = -std::log10(value.dValue / value.dValueRef * blank.dValueRef / blank.dValue);
-      if (dAbsorbance < 0.9) {
-        seconds.push_back(value.dWavelength * 60.0);
-        logarithms.push_back(std::log(1.0 - dAbsorbance));
-      }
-    }
-    ASSERT_GT(seconds.size(), 20U);
-    EXPECT_NEAR(Slope(seconds, logarithms), -dRate, 0.01 * dRate);
+  constexpr double RATE = 0.01;  // 1/s
+  ReadyDevice device;
+  const MeasureValue blank = device.Run(KineticsOf(Request(0, 10))).front();
+  const simulator::AbsorptionBand band{.centre = 500.0, .absorbance = 1.0, .deviation = 30.0};
+  device.world.unit.SetSample(Sample::Kinetics(band, RATE, device.world.board.Now()), device.world.board.Now());
+  for (const MeasureValue& value : device.Run(KineticsOf(Request(3, 5)))) {
+    const double dAbsorbance = -std::log10(value.dValue / value.dValueRef * blank.dValueRef / blank.dValue);
+    // The first reading is taken within the first second.
+    EXPECT_NEAR(dAbsorbance, 1.0 - std::exp(-RATE * value.dWavelength * 60.0), 1.0 * RATE) << value.dwTag;
   }
+}
+
+TEST(Kinetics, ValidatesTheRequest) {
+  const double dNaN = std::numeric_limits<double>::quiet_NaN();
+  struct {
+    double dWavelength, dSwitching;
+    HRESULT expected;
+  } const cases[] = {
+      {190.0, 340.0, S_OK}, {189.9, 340.0, E_INVALIDARG}, {1100.1, 340.0, E_INVALIDARG},   {dNaN, 340.0, E_INVALIDARG},
+      {500.0, 0.0, S_OK},   {500.0, dNaN, E_INVALIDARG},  {500.0, HUGE_VAL, E_INVALIDARG},
+  };
+  for (const auto& c : cases) {
+    const KineticsRequest request{RUN_ID, 1, 10, c.dWavelength, c.dSwitching};
+    EXPECT_EQ(ValidateKineticsRequest(&request, DefaultParameters()), c.expected)
+        << c.dWavelength << " " << c.dSwitching;
+  }
+  EXPECT_EQ(ValidateKineticsRequest(nullptr, DefaultParameters()), E_POINTER);
 }
 
 // ---- failures ----
 
-struct FailureCase {
-  const char* what;
-  simulator::Fault fault;
-  DWORD dwInterval;
-  LONG iResult;
-  const char* command;
-  const char* line;
-  std::size_t nValues;
-};
-
 TEST(Kinetics, Failures) {
-  const FailureCase cases[] = {
+  struct {
+    const char* what;
+    DWORD dwInterval;
+    Failure failure;
+  } const cases[] = {
       {"interval exceeded",
-       {.kind = FaultKind::Late, .letter = 'h', .nth = 3, .delay = 3'500'000},
        3,
-       315,
-       "SetHalogenLamp",
-       "  Interval exceeded...   Interval= 3 s   Elapsed Time= 37",
-       1},
-      {"filter never answers", {.kind = FaultKind::Silence, .letter = 'F'}, 10, 2, "SetFilter", "[Kinetics] Wave", 0},
-      {"reading answers error",
-       {.kind = FaultKind::Error, .letter = 'a', .nth = 3},
-       100,
-       132,
-       "GetADValue",
-       "[Kinetics] Wave",
-       1},
-      {"lamp answers error",
-       {.kind = FaultKind::Error, .letter = 'h', .nth = 3},
-       10,
-       64,
-       "SetHalogenLamp",
-       "[Kinetics] Wave",
-       1},
+       {{.kind = FaultKind::Late, .letter = 'h', .nth = 3, .delay = 3'500'000}, 315, "[Kinetics] SetHalogenLamp", 1}},
+      {"filter is silent", 10, {{.kind = FaultKind::Silence, .letter = 'F'}, 2, "[Kinetics] SetFilter"}},
+      {"reading", 100, {{.kind = FaultKind::Error, .letter = 'a', .nth = 3}, 132, "[Kinetics] GetADValue", 1}},
+      {"lamp on", 10, {{.kind = FaultKind::Error, .letter = 'h', .nth = 3}, 64, "[Kinetics] SetHalogenLamp", 1}},
+      {"lamp off", 10, {{.kind = FaultKind::Error, .letter = 'h', .nth = 2}, 64, "[Kinetics] SetHalogenLamp"}},
   };
-  for (const FailureCase& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
     ReadyDevice device;
-    device.world.unit.WireFaults().Add(c.fault);
-    EXPECT_EQ(device.Run(KineticsOf(Request(1, c.dwInterval))).size(), c.nValues);
-    const std::string strNumber = std::to_string(c.iResult);
-    EXPECT_EQ(device.Errors(), Texts{"OnError(0, " + strNumber + ")"});
-    EXPECT_EQ(device.Notified(FINISHED) + device.Notified(CANCELLED), 0U);
-    EXPECT_EQ(device.world.LogLines(std::string("[Kinetics] ") + c.command + " returned " + strNumber + "\n"), 1U);
-    EXPECT_EQ(device.world.LogLines(c.line), 1U);
-    device.ExpectDark();
-    device.world.unit.WireFaults().Clear();
-    EXPECT_EQ(device.Run(KineticsOf(Request(1, 30))).size(), 4U);
-    EXPECT_EQ(device.Notified(FINISHED), 1U);
+    device.ExpectFailure(KineticsOf(Request(1, c.dwInterval)), c.failure);
+    EXPECT_EQ(device.world.LogLines("|    Interval exceeded...   Interval= 3 s   Elapsed Time= 37"),
+              c.failure.iResult == 315 ? 1U : 0U);
   }
 }
 
-TEST(Kinetics, InvalidReadings) {
+TEST(Kinetics, TakesTenAttemptsForAReading) {
   for (const int iInvalid : {9, 10}) {
     SCOPED_TRACE(iInvalid);
     WorldOptions options;
@@ -253,14 +202,13 @@ TEST(Kinetics, InvalidReadings) {
         device.world.unit.SetFaults({});
       }
     };
-    const MeasureValues values = device.Run(KineticsOf(Request(0, 60)));
-    device.world.ports.beforeWrite = nullptr;
     const bool bFails = iInvalid == 10;
-    EXPECT_EQ(values.size(), bFails ? 0U : 2U);
+    EXPECT_EQ(device.Run(KineticsOf(Request(0, 60))).size(), bFails ? 0U : 2U);
     EXPECT_EQ(device.Errors(), bFails ? Texts{"OnError(0, 313)"} : Texts{});
     EXPECT_EQ(device.Notified(FINISHED), bFails ? 0U : 1U);
-    EXPECT_EQ(device.world.LogLines("[Kinetics] get invalid values...\n"), static_cast<std::size_t>(iInvalid));
-    EXPECT_EQ(device.world.LogLines("  WL= 0  Value= 0.000  ValueRef= 0.000\n"), static_cast<std::size_t>(iInvalid));
+    const Texts log = device.Log();
+    EXPECT_EQ(std::ranges::count(log, "[Kinetics] get invalid values..."), iInvalid);
+    EXPECT_EQ(std::ranges::count(log, "[Kinetics] Pos= 5785  WL= 0  Value= 0.000  ValueRef= 0.000"), iInvalid);
   }
 }
 
@@ -268,17 +216,25 @@ TEST(Kinetics, InvalidReadings) {
 
 TEST(Kinetics, CancelledAtManyPoints) { ExpectCancellable(KineticsOf(Request(0, 2)), 200); }
 
+TEST(Kinetics, CancelledInTheLastCycle) {
+  ReadyDevice device;
+  device.AtValue(2, [&] { EXPECT_EQ(device->CancelMeasurement(), S_OK); });
+  EXPECT_EQ(device.Run(KineticsOf(Request(0, 10))).size(), 2U);
+  EXPECT_EQ(device.Calls("OnNotify"), (Texts{"OnNotify(9, 25, 0)", "OnNotify(9, 18, 100)"}));
+}
+
 TEST(Kinetics, CancelledInTheWait) {
   ReadyDevice device;
   device.AtValue(2, [&] { EXPECT_EQ(device->CancelMeasurement(), S_OK); });
   const std::uint64_t nStart = device.world.board.Now();
   EXPECT_EQ(device.Run(KineticsOf(Request(60, 600))).size(), 2U);
   EXPECT_LT(device.world.board.Now() - nStart, 610'000'000U);
-  EXPECT_EQ(device.Notified(CANCELLED), 1U);
+  EXPECT_EQ(device.Calls().back(), "OnNotify(9, 18, 100)");
   EXPECT_TRUE(device.Errors().empty());
-  EXPECT_EQ(device.world.LogLines("[Kinetics] Measurement has been canceled !\n"), 1U);
-  EXPECT_EQ(device.world.LogLines("[Kinetics] Measurement was canceled.\n"), 1U);
-  EXPECT_EQ(device.world.LogLines("[Kinetics] Thread closed with iResult= 0\n"), 1U);
+  const Texts log = device.Log();
+  EXPECT_EQ(Texts(log.end() - 3, log.end()),
+            (Texts{"[Kinetics] Measurement has been canceled !", "[Kinetics] Measurement was canceled.",
+                   "[Kinetics] Thread closed with iResult= 0"}));
 }
 
 TEST(Kinetics, ShutdownInTheWaitIsNoCancel) {
@@ -293,71 +249,11 @@ TEST(Kinetics, ShutdownInTheWaitIsNoCancel) {
 TEST(Kinetics, CancelAndErrorAreBothReported) {
   ReadyDevice device;
   device.world.unit.WireFaults().Add({.kind = FaultKind::Silence, .letter = 'F', .nth = 1});
-  const Start start = KineticsOf(Request(1, 10));
-  device.Run([&](IPhotometer& photometer) {
-    const HRESULT result = start(photometer);
-    platform::Sleep(30'000);
-    EXPECT_EQ(photometer.CancelMeasurement(), S_OK);
-    return result;
-  });
-  EXPECT_EQ(device.Notified(CANCELLED), 1U);
-  EXPECT_EQ(device.Errors(), Texts{"OnError(0, 2)"});
-  EXPECT_EQ(device.Notified(FINISHED), 0U);
+  device.Run(ThenCancel(KineticsOf(Request(1, 10)), 30'000));
+  EXPECT_EQ(device.Calls(), (Texts{"OnNotify(9, 25, 0)", "OnNotify(9, 18, 100)", "OnError(0, 2)"}));
 }
 
-// ---- the start, and any order of events ----
-
-TEST(Kinetics, StartAndValidation) {
-  const double dNaN = std::numeric_limits<double>::quiet_NaN();
-  struct {
-    bool bUV;
-    double dWavelength;
-    double dSwitching;
-    HRESULT expected;
-  } const cases[] = {
-      {true, 190.0, 340.0, S_OK},
-      {true, 189.9, 340.0, E_INVALIDARG},
-      {true, 1100.0, 340.0, S_OK},
-      {true, 1100.1, 340.0, E_INVALIDARG},
-      {false, 330.0, 340.0, S_OK},
-      {false, 329.9, 340.0, E_INVALIDARG},
-      {true, dNaN, 340.0, E_INVALIDARG},
-      {true, 500.0, dNaN, E_INVALIDARG},
-      {true, 500.0, 0.0, S_OK},
-      {true, 500.0, HUGE_VAL, E_INVALIDARG},
-      {true, HUGE_VAL, 0.0, E_INVALIDARG},
-  };
-  PhotometerParameters params = DefaultParameters();
-  for (const auto& c : cases) {
-    params.bUV = c.bUV ? TRUE : FALSE;
-    const KineticsRequest request{RUN_ID, 1, 10, c.dWavelength, c.dSwitching};
-    EXPECT_EQ(ValidateKineticsRequest(&request, params), c.expected) << c.dWavelength << ", " << c.dSwitching;
-  }
-  World world;
-  Device device(world);
-  const KineticsRequest request = Request(0, 10);
-  EXPECT_EQ(device->StartKinetics(nullptr), E_POINTER);
-  ASSERT_TRUE(device.StartUp());
-  ASSERT_EQ(device->StartKinetics(&request), S_OK);
-  EXPECT_EQ(device->StartKinetics(&request), E_FAIL) << "while one runs";
-  EXPECT_TRUE(device.WaitUntilNotBusy());
-  device->Shutdown();
-  EXPECT_EQ(device->StartKinetics(&request), E_FAIL) << "after Shutdown";
-}
-
-TEST(Kinetics, AnyOrderOfEventsAndAnySplitOfTheBytes) {
-  const MeasureValues expected = ReadyDevice().Run(KineticsOf(Request(0, 3)));
-  for (std::uint64_t nSeed = 1; nSeed <= 30; ++nSeed) {
-    SCOPED_TRACE(nSeed);
-    WorldOptions options;
-    options.board.seed = options.unit.seed = nSeed;
-    options.board.policy = platform::Policy::Random;
-    options.bAtOnce = nSeed % 2 == 0;
-    ReadyDevice device(options);
-    ExpectSameValues(device.Run(KineticsOf(Request(0, 3))), expected);
-    EXPECT_EQ(device.Notified(FINISHED), 1U);
-  }
-}
+TEST(Kinetics, AnyOrderOfEventsAndAnySplitOfTheBytes) { ExpectSameInAnyOrder(KineticsOf(Request(0, 3))); }
 
 }  // namespace
 }  // namespace photometer::tests

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <atomic>
 #include <cmath>
-#include <memory>
 #include <utility>
 
 #include <gtest/gtest.h>
@@ -19,8 +18,6 @@ using platform::FormatText;
 using platform::Policy;
 using platform::Sleep;
 
-constexpr DWORD FINISHED = 17;
-constexpr DWORD CANCELLED = 18;
 /// Between two looks at the device, and the longest that a run takes, ms.
 constexpr DWORD LOOK_PERIOD = 20;
 constexpr DWORD LONGEST_RUN = 7'200'000;
@@ -29,16 +26,9 @@ constexpr double NOISE = 0.02;
 /// On top of it for a turbidity, counts: five standard deviations.
 constexpr double TURBIDITY_NOISE = 40.0;
 
-WorldOptions Options(Policy policy, std::uint64_t nSeed) {
-  WorldOptions options;
-  options.board.seed = nSeed;
-  options.board.policy = policy;
-  return options;
-}
-
 /// What a run delivers, and its number of scheduling points.
 MeasureValues RunUndisturbed(const Start& start, Policy policy, std::uint64_t* pPoints) {
-  ReadyDevice device(Options(policy, 1));
+  ReadyDevice device(Scheduled(policy, 1));
   const std::uint64_t nFirst = device.world.board.Points();
   const MeasureValues values = device.Run(start);
   *pPoints = device.world.board.Points() - nFirst;
@@ -48,34 +38,50 @@ MeasureValues RunUndisturbed(const Start& start, Policy policy, std::uint64_t* p
 
 /// One run that is cancelled at a scheduling point, and the run after it.
 void CancelAt(const Start& start, Policy policy, std::uint64_t nPoint, const MeasureValues& expected) {
-  ReadyDevice device(Options(policy, nPoint));
+  ReadyDevice device(Scheduled(policy, nPoint));
   HRESULT cancelled = E_FAIL;
   std::atomic<bool> bDone = false;
   device.world.board.RunAtPoint(device.world.board.Points() + nPoint, "host", [&] {
     cancelled = device->CancelMeasurement();
     bDone = true;
   });
-  MeasureValues values = device.Run(start);
+  const MeasureValues values = device.Run(start);
   while (!bDone) {
     Sleep(LOOK_PERIOD);
   }
-  const std::size_t nFinished = device.Notified(FINISHED);
-  EXPECT_EQ(nFinished + device.Notified(CANCELLED), 1U);
-  EXPECT_TRUE(nFinished == 1 || cancelled == S_OK);
+  const bool bFinished = device.Notified(FINISHED) == 1;
+  EXPECT_EQ(device.Notified(FINISHED) + device.Notified(CANCELLED), 1U);
+  EXPECT_TRUE(device.Errors().empty());
+  EXPECT_TRUE(bFinished || cancelled == S_OK);
   device.ExpectDark();
   ASSERT_LE(values.size(), expected.size());
-  EXPECT_TRUE(nFinished == 0 || values.size() == expected.size());
+  EXPECT_TRUE(!bFinished || values.size() == expected.size());
   ExpectSameValues(values, {expected.begin(), expected.begin() + static_cast<std::ptrdiff_t>(values.size())});
   ExpectSameValues(device.Run(start), expected);
-  EXPECT_EQ(device.Notified(FINISHED), nFinished + 1);
-  EXPECT_TRUE(device.Errors().empty());
+  EXPECT_EQ(device.Notified(FINISHED), 1U);
 }
 
 }  // namespace
 
-ReadyDevice::ReadyDevice(WorldOptions options) : world(std::move(options)) {
-  m_Device.emplace(world);
-  EXPECT_TRUE(m_Device->StartUp());
+Start ThenCancel(const Start& start, DWORD dwMilliseconds) {
+  return [=](IPhotometer& photometer) {
+    const HRESULT result = start(photometer);
+    Sleep(dwMilliseconds);
+    EXPECT_EQ(photometer.CancelMeasurement(), S_OK);
+    return result;
+  };
+}
+
+WorldOptions Scheduled(Policy policy, std::uint64_t nSeed) {
+  WorldOptions options;
+  options.board.seed = nSeed;
+  options.board.policy = policy;
+  return options;
+}
+
+ReadyDevice::ReadyDevice(const WorldOptions& options, const PhotometerParameters& params)
+    : world(options), m_Params(params), m_Device(std::make_unique<Device>(world)) {
+  StartUp();
 }
 
 ReadyDevice::~ReadyDevice() {
@@ -83,7 +89,15 @@ ReadyDevice::~ReadyDevice() {
   world.ExpectClean();
 }
 
+void ReadyDevice::StartUp() {
+  const CalibrationData calibration = DefaultCalibration();
+  EXPECT_EQ((*m_Device)->Initialize(&m_Params, &calibration), S_OK);
+  EXPECT_TRUE(m_Device->WaitUntilNotBusy());
+  EXPECT_TRUE((*m_Device)->GetStatus().bInitialized);
+}
+
 MeasureValues ReadyDevice::Run(const Start& start) {
+  world.transcript.Clear();
   const std::size_t nBefore = world.sink.Results().size();
   EXPECT_EQ(start(*m_Device->operator->()), S_OK);
   EXPECT_TRUE(WaitForEnd());
@@ -102,6 +116,23 @@ bool ReadyDevice::WaitForEnd() const {
   return false;
 }
 
+void ReadyDevice::ExpectFailure(const Start& start, const Failure& failure) {
+  world.unit.WireFaults().Add(failure.fault);
+  EXPECT_EQ(Run(start).size(), failure.nValues);
+  const std::string strNumber = std::to_string(failure.iResult);
+  EXPECT_EQ(Calls().front(), "OnNotify(9, 25, 0)");
+  EXPECT_EQ(Calls().back(), "OnError(0, " + strNumber + ")");
+  EXPECT_EQ(Notified(FINISHED) + Notified(CANCELLED), 0U);
+  const Texts log = Log();
+  EXPECT_EQ(std::ranges::count(log, failure.strRecord + " returned " + strNumber), 1);
+  const Texts written = world.Written();
+  EXPECT_EQ(Texts(written.end() - 4, written.end()), (Texts{"$r0", "$d0", "$h0", "$f0"}));
+  ExpectDark();
+  world.unit.WireFaults().Clear();
+  EXPECT_GT(Run(start).size(), failure.nValues);
+  EXPECT_EQ(Notified(FINISHED), 1U);
+}
+
 void ReadyDevice::AtValue(std::size_t n, std::function<void()> action) {
   const std::size_t nWanted = world.sink.Results().size() + n;
   world.sink.On("OnResult", [this, nWanted, bDone = std::make_shared<bool>(false), action = std::move(action)] {
@@ -114,17 +145,29 @@ void ReadyDevice::AtValue(std::size_t n, std::function<void()> action) {
 
 void ReadyDevice::Restart() {
   EXPECT_EQ((*m_Device)->Shutdown(), S_OK);
-  EXPECT_TRUE(m_Device->StartUp());
+  StartUp();
 }
 
 std::size_t ReadyDevice::Notified(DWORD dwCode) const {
   return world.sink.Count(FormatText(100, "OnNotify(%u, %u, 100)", RUN_ID, dwCode));
 }
 
-std::vector<std::string> ReadyDevice::Errors() const {
-  std::vector<std::string> errors = world.sink.Calls();
-  std::erase_if(errors, [](const std::string& call) { return !call.starts_with("OnError"); });
-  return errors;
+Texts ReadyDevice::Calls(const std::string& prefix) const {
+  Texts calls = world.sink.Calls();
+  std::erase_if(calls, [&](const std::string& call) { return !call.starts_with(prefix); });
+  return calls;
+}
+
+Texts ReadyDevice::Log(const std::string& prefix) const {
+  constexpr std::string_view AFTER_TIME = "|  ";
+  Texts lines;
+  for (const std::string& line : world.transcript.Texts("log")) {
+    const std::size_t nText = line.find(AFTER_TIME);
+    if (nText != std::string::npos && line.substr(nText + AFTER_TIME.size()).starts_with(prefix)) {
+      lines.push_back(line.substr(nText + AFTER_TIME.size()));
+    }
+  }
+  return lines;
 }
 
 void ReadyDevice::ExpectDark() {
@@ -157,13 +200,25 @@ void ExpectCancellable(const Start& start, std::uint64_t nRuns) {
   for (const Policy policy : {Policy::FirstCome, Policy::Random}) {
     std::uint64_t nPoints = 0;
     const MeasureValues expected = RunUndisturbed(start, policy, &nPoints);
-    for (std::uint64_t n = 0; n < nRuns; ++n) {
+    for (std::uint64_t n = 0; n < nRuns && !testing::Test::HasFailure(); ++n) {
       const std::uint64_t nPoint = 1 + nPoints * n / nRuns;
       SCOPED_TRACE((policy == Policy::Random ? "random, point " : "point ") + std::to_string(nPoint) + " of " +
                    std::to_string(nPoints));
       CancelAt(start, policy, nPoint, expected);
-      ASSERT_FALSE(testing::Test::HasFailure());
     }
+  }
+}
+
+void ExpectSameInAnyOrder(const Start& start) {
+  const MeasureValues expected = ReadyDevice().Run(start);
+  for (std::uint64_t nSeed = 1; nSeed <= 30; ++nSeed) {
+    SCOPED_TRACE(nSeed);
+    WorldOptions options = Scheduled(Policy::Random, nSeed);
+    options.unit.seed = nSeed;
+    options.bAtOnce = nSeed % 2 == 0;
+    ReadyDevice device(options);
+    ExpectSameValues(device.Run(start), expected);
+    EXPECT_EQ(device.Notified(FINISHED), 1U);
   }
 }
 

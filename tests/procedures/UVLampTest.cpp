@@ -97,58 +97,17 @@ TEST(UVLamp, OnIsRefused) {
       {"no thread", [](LampBench& b) { b.world.kernel.threads.Start(1); }},
   };
   for (const auto& [what, hinder] : cases) {
-    for (const DWORD dwSession : {0U, 9U}) {
-      SCOPED_TRACE(what);
-      LampBench bench;
-      SetSession(bench, SOME_SESSION);
-      hinder(bench);
-      const BOOL bBusy = bench.IsBusy();
-      EXPECT_EQ(bench.lamp.SetUVLamp(TRUE, dwSession), E_FAIL);
-      EXPECT_TRUE(bench.Session() == SOME_SESSION);
-      EXPECT_EQ(bench.IsBusy(), bBusy);
-      EXPECT_EQ(bench.world.Written(), Texts{});
-      EXPECT_EQ(bench.world.LogLines("WarmUpProc"), 0U);
-    }
+    SCOPED_TRACE(what);
+    LampBench bench;
+    SetSession(bench, SOME_SESSION);
+    hinder(bench);
+    const BOOL bBusy = bench.IsBusy();
+    EXPECT_EQ(bench.lamp.SetUVLamp(TRUE, 9), E_FAIL);
+    EXPECT_TRUE(bench.Session() == SOME_SESSION);
+    EXPECT_EQ(bench.IsBusy(), bBusy);
+    EXPECT_EQ(bench.world.Written(), Texts{});
+    EXPECT_EQ(bench.world.LogLines("WarmUpProc"), 0U);
   }
-}
-
-TEST(UVLamp, AfterAThreadThatCouldNotBeCreatedTheNextOneRuns) {
-  LampBench bench;
-  bench.LookAtLamp();
-  bench.world.kernel.threads.Start(1);
-  EXPECT_EQ(bench.lamp.SetUVLamp(TRUE, 0), E_FAIL);
-  EXPECT_EQ(bench.lamp.SetUVLamp(TRUE, 0), S_OK);
-  bench.WaitUntilNotBusy();
-  bench.ExpectAgreement(true);
-}
-
-TEST(UVLamp, DeviceRefusesWhenItIsNotReady) {
-  World world;
-  Device device(world);
-  EXPECT_EQ(device->SetUVLamp(TRUE, 0), E_FAIL) << "before Initialize";
-  EXPECT_EQ(device->SetUVLamp(FALSE, 0), 0);
-  ASSERT_EQ(device.Initialize(), S_OK);
-  EXPECT_EQ(device->SetUVLamp(TRUE, 0), E_FAIL) << "in the start-up";
-  EXPECT_EQ(device->SetUVLamp(FALSE, 0), 1);
-  ASSERT_TRUE(device.WaitUntilNotBusy());
-  EXPECT_TRUE(device->GetStatus().bInitialized) << "the start-up is not disturbed";
-  const MeasureRequest request = MeasureAt({500.0});
-  ASSERT_EQ(device->StartMeasure(&request), S_OK);
-  EXPECT_EQ(device->SetUVLamp(TRUE, 0), E_FAIL) << "beside a procedure";
-  ASSERT_TRUE(device.WaitUntilNotBusy());
-  EXPECT_EQ(device->SetUVLamp(TRUE, 0), S_OK);
-  EXPECT_EQ(device->SetUVLamp(TRUE, 0), E_FAIL) << "beside a warm-up";
-  EXPECT_EQ(device->StartMeasure(&request), E_FAIL);
-  ASSERT_TRUE(device.WaitUntilNotBusy());
-  EXPECT_TRUE(device->GetStatus().bUVLampOn);
-  EXPECT_EQ(device->SetUVLamp(TRUE, 0), S_OK) << "it burns already: only the optics are set";
-  ASSERT_TRUE(device.WaitUntilNotBusy());
-  device->Shutdown();
-  EXPECT_EQ(device->SetUVLamp(TRUE, 0), E_FAIL) << "after Shutdown";
-  EXPECT_EQ(device->SetUVLamp(FALSE, 0), 0);
-  device.Close();
-  world.ExpectSwitchedOff();
-  world.ExpectClean();
 }
 
 // ---- off ----
@@ -179,32 +138,6 @@ TEST(UVLamp, OffTellsLampAndFan) {
     EXPECT_TRUE(bench.Session() == UVSession{});
     EXPECT_EQ(bench.host.Calls(), Texts{});
   }
-}
-
-TEST(UVLamp, OffBesideAnExchangeGoesOutRightAfterIt) {
-  LampBench bench;
-  bench.Light();
-  EXPECT_TRUE(bench.BurnsAtUnit());
-  bench.SetBusy(TRUE);
-  EXPECT_EQ(bench.unit.SetGain(TRUE), 0U);
-  DWORD dwResult = 1;
-  const HANDLE hThread = CreateThread(
-      [&] {
-        dwResult =
-            InOrder([&] { return bench.unit.MoveMonochromator(9000); }, [&] { return bench.unit.SetGain(FALSE); });
-      },
-      "driver", nullptr);
-  Sleep(20);
-  const DWORD dwBefore = GetTickCount();
-  EXPECT_EQ(bench.lamp.SetUVLamp(FALSE, 0), 1);
-  EXPECT_EQ(GetTickCount(), dwBefore) << "the caller does not wait";
-  EXPECT_EQ(bench.world.Written().back(), "$M9000");
-  WaitForSingleObject(hThread, INFINITE);
-  CloseHandle(hThread);
-  EXPECT_EQ(dwResult, 0U);
-  const Texts commands = bench.world.Written();
-  EXPECT_EQ(Texts(commands.end() - 4, commands.end()), (Texts{"$M9000", "$d0", "$f0", "$g0"}));
-  bench.ExpectAgreement(false);
 }
 
 TEST(UVLamp, DecidedSwitchOffComesBeforeAnyOtherCommand) {
@@ -239,82 +172,41 @@ TEST(UVLamp, SessionEndsWithTheLamp) {
   }
 }
 
-/// The host switches off so many ms after it switched on: in the optics' setting, at the lamp's command, in the
-/// countdown.
-TEST(UVLamp, OffDuringTheWarmUpWins) {
-  struct {
-    DWORD dwAfter;
-    bool bToldToLight;
-  } const cases[] = {{0, false},   {100, false},   {500, false},  {1000, true},
-                     {4000, true}, {30'000, true}, {90'000, true}};
-  for (const auto& c : cases) {
-    for (const DWORD dwSession : {0U, 5U}) {
-      SCOPED_TRACE(c.dwAfter);
-      LampBench bench;
-      bench.PowerUp();
-      bench.host.Answer({FALSE, 0, FALSE, 90});
-      EXPECT_EQ(bench.lamp.SetUVLamp(TRUE, dwSession), S_OK);
-      Sleep(c.dwAfter);
+/// A warm-up of two seconds, switched off by the host at a scheduling point of it; 0: not at all. Its points.
+std::uint64_t WarmUpSwitchedOffAt(std::uint64_t nPoint) {
+  VirtualBoardOptions options;
+  options.policy = Policy::Random;
+  options.seed = 1 + nPoint;
+  LampBench bench(options);
+  bench.LookAtLamp();
+  bench.host.Answer({FALSE, 0, FALSE, 2});
+  const std::uint64_t nFirst = bench.world.board.Points();
+  std::atomic<bool> bDone{nPoint == 0};
+  if (nPoint != 0) {
+    bench.world.board.RunAtPoint(nFirst + nPoint, "host", [&] {
       EXPECT_EQ(bench.lamp.SetUVLamp(FALSE, 0), 1);
-      const DWORD dwBefore = GetTickCount();
-      bench.WaitUntilNotBusy();
-      EXPECT_LE(GetTickCount() - dwBefore, 5000U);
-      bench.ExpectAgreement(false);
-      EXPECT_EQ(bench.world.LogLines("Thread closed with iResult= 77"), 1U);
-      const Texts written = bench.world.Written();
-      EXPECT_EQ(std::ranges::count(written, "$d1"), c.bToldToLight ? 1 : 0);
-      EXPECT_TRUE(bench.Session() == UVSession{});
-    }
-  }
-}
-
-/// One warm-up, the host's switch-off at a scheduling point of it.
-class SwitchOffAtPoint {
- public:
-  explicit SwitchOffAtPoint(std::uint64_t nSeed) : m_Bench(Options(nSeed)) {
-    m_Bench.LookAtLamp();
-    m_Bench.host.Answer({FALSE, 0, FALSE, 2});
-  }
-  std::uint64_t CountPoints() {
-    const std::uint64_t nFirst = m_Bench.world.board.Points();
-    Run();
-    return m_Bench.world.board.Points() - nFirst;
-  }
-  void SwitchOffAt(std::uint64_t nPoint) {
-    std::atomic<bool> bDone{false};
-    m_Bench.world.board.RunAtPoint(m_Bench.world.board.Points() + nPoint, "host", [&] {
-      EXPECT_EQ(m_Bench.lamp.SetUVLamp(FALSE, 0), 1);
       bDone = true;
     });
-    Run();
-    while (!bDone) {
-      Sleep(50);
-    }
-    m_Bench.ExpectAgreement(false);
-    EXPECT_TRUE(m_Bench.Session() == UVSession{});
   }
-
- private:
-  static VirtualBoardOptions Options(std::uint64_t nSeed) {
-    VirtualBoardOptions options;
-    options.policy = Policy::Random;
-    options.seed = nSeed;
-    return options;
+  EXPECT_EQ(bench.lamp.SetUVLamp(TRUE, 1), S_OK);
+  bench.WaitUntilNotBusy();
+  const std::uint64_t nPoints = bench.world.board.Points() - nFirst;
+  while (!bDone) {
+    Sleep(50);
   }
-  void Run() {
-    EXPECT_EQ(m_Bench.lamp.SetUVLamp(TRUE, 1), S_OK);
-    m_Bench.WaitUntilNotBusy();
-  }
-  LampBench m_Bench;
-};
+  bench.ExpectAgreement(nPoint == 0);
+  EXPECT_EQ(bench.world.LogLines("Thread closed with iResult= 77"), nPoint == 0 ? 0U : 1U);
+  EXPECT_EQ(bench.Session().m_dwUVSession, nPoint == 0 ? 1U : 0U);
+  return nPoints;
+}
 
 TEST(UVLamp, OffWinsAtEveryPointOfTheWarmUp) {
-  const std::uint64_t nPoints = SwitchOffAtPoint(1).CountPoints();
+  const std::uint64_t nPoints = WarmUpSwitchedOffAt(0);
   ASSERT_GT(nPoints, 500U);
   // The first points are those of the switch-on itself: what comes before it is not meant by the switch-off.
   for (std::uint64_t nPoint = 40; nPoint < nPoints && !::testing::Test::HasFailure(); nPoint += 3) {
     SCOPED_TRACE(nPoint);
-    SwitchOffAtPoint(nPoint).SwitchOffAt(nPoint);
+    WarmUpSwitchedOffAt(nPoint);
   }
 }
 

@@ -1,0 +1,127 @@
+// A sample that a sipper pump draws before the run: how the pump's end and a cancel end the run.
+
+#include <algorithm>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "Runs.h"
+#include "platform/Platform.h"
+#include "procedures/Scan.h"
+#include "simulator/SipperZQ410.h"
+
+namespace photometer::tests {
+namespace {
+
+using simulator::FaultKind;
+
+HRESULT StartMeasure(IPhotometer& photometer) {
+  MeasureRequest request = MeasureAt({525.0});
+  request.m_dwRequestId = RUN_ID;
+  return photometer.StartMeasure(&request);
+}
+
+HRESULT StartScan(IPhotometer& photometer) {
+  const ScanRequest request{RUN_ID, 500.0, 502.0, 340.0, 0, FALSE, FALSE};
+  return photometer.StartScan(&request);
+}
+
+HRESULT StartKinetics(IPhotometer& photometer) {
+  const KineticsRequest request{RUN_ID, 0, 5, 525.0, 340.0};
+  return photometer.StartKinetics(&request);
+}
+
+struct Intake {
+  const char* what;
+  std::vector<simulator::Fault> faults;
+  bool bCancel;
+  /// Callbacks between the start and the end of the run, results left out; and what the measurement logs meanwhile.
+  Texts calls;
+  Texts log;
+};
+
+/// A run on an instrument with the pump, which needs 5 s, and 2 s for the sample to settle.
+void ExpectIntake(const Intake& intake, const Start& start, bool bMeasures) {
+  simulator::SipperZQ410 pump;
+  World world;
+  world.board.PlugPort(u"COM1:", pump);
+  Device device(world);
+  PhotometerParameters params = DefaultParameters();
+  params.dwOperatingMode = 1;
+  params.PumpTime = 5;
+  params.DelayTime = 2;
+  const CalibrationData calibration = DefaultCalibration();
+  ASSERT_EQ(device->Initialize(&params, &calibration), S_OK);
+  ASSERT_TRUE(device.WaitUntilNotBusy());
+  world.holder.Insert(10, world.board.Now());
+  platform::Sleep(5000);  // the pump announces itself
+  ASSERT_TRUE(device->GetStatus().bSipperDetected);
+  for (const simulator::Fault& fault : intake.faults) {
+    pump.Line().Faults().Add(fault);
+  }
+  world.transcript.Clear();
+  ASSERT_EQ((intake.bCancel ? ThenCancel(start, 2000) : start)(*device.operator->()), S_OK);
+  EXPECT_TRUE(device.WaitUntilNotBusy());
+  Texts calls = world.sink.Calls();
+  std::erase_if(calls,
+                [](const std::string& call) { return call.starts_with("OnResult") || call.ends_with("15, 100)"); });
+  EXPECT_EQ(calls, intake.calls);
+  Texts log = world.transcript.Texts("log");
+  std::erase_if(log, [](const std::string& line) {
+    return line.find("ump") == std::string::npos && line.find("Delay") == std::string::npos;
+  });
+  for (std::string& line : log) {
+    line.erase(0, line.find("|  ") + 3);
+  }
+  EXPECT_EQ(log, bMeasures ? intake.log : Texts{});
+  device.Close();
+  world.ExpectClean();
+}
+
+TEST(SampleIntake, EndsOfTheRun) {
+  const Intake intakes[] = {
+      {"sound",
+       {},
+       false,
+       {"OnNotify(9, 25, 0)", "OnNotify(9, 17, 100)"},
+       {"[Measure] start pumping... PumpTime= 5", "[Measure] bSleep= TRUE, DelayTime= 2"}},
+      {"pump fails",
+       {{.kind = FaultKind::Error, .letter = '1'}},
+       false,
+       {"OnNotify(9, 25, 0)"},
+       {"[Measure] start pumping... PumpTime= 5", "[Measure] Pump(), iResult= 514"}},
+      {"cancelled",
+       {},
+       true,
+       {"OnNotify(9, 25, 0)", "OnNotify(9, 18, 100)"},
+       {"[Measure] start pumping... PumpTime= 5", "[Measure] Pump(), iResult= 516"}},
+      {"parameters fail",
+       {{.kind = FaultKind::Silence, .letter = 'H'}},
+       false,
+       {"OnNotify(9, 25, 0)", "OnError(0, 532)"},
+       {}},
+  };
+  const std::pair<const char*, Start> starts[] = {
+      {"measure", StartMeasure}, {"scan", StartScan}, {"kinetics", StartKinetics}};
+  for (const Intake& intake : intakes) {
+    for (const auto& [procedure, start] : starts) {
+      SCOPED_TRACE(std::string(intake.what) + ", " + procedure);
+      ExpectIntake(intake, start, procedure == starts[0].first);
+    }
+  }
+}
+
+TEST(SampleIntake, NumbersThatEndAScanWithoutAnError) {
+  std::vector<DWORD> numbers;
+  for (DWORD dwNumber = 0; dwNumber < 700; ++dwNumber) {
+    if (IsPumpStopCode(dwNumber)) {
+      numbers.push_back(dwNumber);
+    }
+  }
+  EXPECT_EQ(numbers, (std::vector<DWORD>{512, 513, 514, 516, 612, 613, 614, 615, 616, 617}));
+}
+
+}  // namespace
+}  // namespace photometer::tests
