@@ -79,7 +79,7 @@ class DisturbedRun {
     EXPECT_TRUE(CountEnds() == 1 || disturbance == Disturbance::Shutdown);
     EXPECT_FALSE(m_Bench.device->GetStatus().bCancel);
     m_Bench.world.sink.AllowCallbacks();
-    MakeReady(disturbance);
+    EXPECT_TRUE(m_Bench.IsInitialized() || m_Bench.StartUp(THREE_WAVELENGTHS));
     ExpectSoundRun();
   }
 
@@ -105,19 +105,6 @@ class DisturbedRun {
     m_Bench.world.sink.ForbidCallbacks();
     EXPECT_EQ(m_Bench.device->Shutdown(), S_OK);
     EXPECT_LE(m_Bench.world.board.Now() - nStart, LIMIT);
-  }
-
-  /// After a cancelled wavelength test, or after `Shutdown`.
-  void MakeReady(Disturbance disturbance) {
-    if (m_Bench.IsInitialized()) {
-      return;
-    }
-    if (disturbance == Disturbance::Shutdown) {
-      EXPECT_TRUE(m_Bench.StartUp(THREE_WAVELENGTHS));
-      return;
-    }
-    EXPECT_EQ(m_Bench.device->StartWaveLengthTest(), S_OK);
-    EXPECT_TRUE(m_Bench.device.WaitUntilNotBusy());
   }
 
   void ExpectSoundRun() {

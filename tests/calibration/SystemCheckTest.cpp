@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cmath>
 #include <functional>
 #include <limits>
@@ -193,110 +194,83 @@ struct Net {
   DWORD dwReference;
 };
 
-/// Instrument without UV whose readings are scripted, in the order of the check: halogen lamp; filters 1 to 4, each
-/// open and with the filter; eleven of the detectors. Its scans fail, and with them the wavelength step.
-struct ScriptedCheck {
+/// Readings of an instrument without UV, in the order of the check.
+struct Script {
   Net lamp{200'000, 200'000};
+  /// Of each of the four filters.
   Net open{200'000, 200'000};
   Net filter{2'000, 200'000};
   std::vector<Net> detectors = std::vector<Net>(11, Net{200'000, 200'000});
-
-  /// The last record of the status.
-  [[nodiscard]] std::string Run() const {
-    Optics optics;
-    optics.state.Lock()->m_Params.bUV = FALSE;
-    optics.state.Lock()->m_SystemCheckRequest = {ID, DefaultCalibration().dReferencePeak, 0.0};
-    Script(optics);
-    CuvetteHolder cuvette(optics.state, optics.sink);
-    FilterSpectrum spectrum(optics.state, optics.sink, optics.unit, optics.detectors, optics.model, cuvette);
-    HolmiumPeak peak(optics.state, optics.model, spectrum);
-    EndSequence end(optics.state, optics.sink, optics.link, optics.unit);
-    SystemCheck(optics.state, optics.sink, optics.unit, optics.detectors, optics.model, peak, end).SystemCheckProc();
-    optics.Stop();
-    return LastStatus(optics.world);
-  }
-
- private:
-  static constexpr DWORD DARK = 1000;
-
-  void Script(Optics& optics) const {
-    const auto add = [&optics](const Net& net) {
-      optics.device.Script("$a3", Readings(DARK, DARK, 3));
-      optics.device.Script("$a3", Readings(DARK + net.dwSample, DARK + net.dwReference, 3));
-    };
-    add(lamp);
-    // The spectrum takes a dark reading before its scan fails.
-    optics.device.Script("$a3", Readings(DARK, DARK, 3));
-    const DWORD dwLast = optics.model.GetTablePosition(DefaultCalibration().dReferencePeak + 2.0);
-    optics.device.Script("$s" + std::to_string(dwLast + 1), "error\r\n");
-    for (int i = 0; i < 4; ++i) {
-      add(open);
-      add(filter);
-    }
-    for (const Net& net : detectors) {
-      add(net);
-    }
-  }
 };
 
-TEST(SystemCheck, LampLimit) {
-  ScriptedCheck check;
-  check.lamp = {500'000, 100'000};
-  EXPECT_EQ(check.Run(), "[0 0 1 1 1 1 1 0 1  2 2 3 2]");
-  check.lamp.dwReference = 100'001;
-  EXPECT_EQ(check.Run(), "[0 1 1 1 1 1 1 0 1  2 2 3 2]");
-}
-
-TEST(SystemCheck, FilterLimit) {
-  struct {
-    Net open;
-    Net filter;
-    bool bPassed;
-  } const cases[] = {
-      {{1000, 1000}, {100, 1000}, false},  // exactly 1
-      {{1000, 1000}, {99, 1000}, true},    //
-      {{1000, 1000}, {99, 500}, false},    // the reference has halved: so has the lamp
-      {{1000, 1000}, {0, 1000}, true},     // no light counts as one count
-      {{0, 1000}, {0, 1000}, false},       // no light at all says nothing
-      {{10, 1000}, {0, 1000}, false},      // exactly 1
-      {{1000, 0}, {10, 1000}, true},       //
+/// Runs the check with scripted readings; its scans fail, and with them the wavelength step. The last record.
+std::string RunScripted(const Script& script) {
+  constexpr DWORD DARK = 1000;
+  Optics optics;
+  const auto add = [&optics](const Net& net) {
+    optics.device.Script("$a3", Readings(DARK, DARK, 3));
+    optics.device.Script("$a3", Readings(DARK + net.dwSample, DARK + net.dwReference, 3));
   };
-  for (const auto& c : cases) {
-    ScriptedCheck check;
-    check.open = c.open;
-    check.filter = c.filter;
-    EXPECT_EQ(check.Run(), (c.bPassed ? "[0 1 1 1 1 1 1 0 1  2 2 3 2]" : "[0 1 1 0 0 0 0 0 1  2 3 3 2]"))
-        << c.open.dwSample << " " << c.filter.dwSample;
+  add(script.lamp);
+  optics.device.Script("$a3", Readings(DARK, DARK, 3));  // the spectrum's dark reading
+  const DWORD dwLast = optics.model.GetTablePosition(DefaultCalibration().dReferencePeak + 2.0);
+  optics.device.Script("$s" + std::to_string(dwLast + 1), "error\r\n");
+  for (int i = 0; i < 4; ++i) {
+    add(script.open);
+    add(script.filter);
   }
+  std::ranges::for_each(script.detectors, add);
+  optics.state.Lock()->m_Params.bUV = FALSE;
+  optics.state.Lock()->m_SystemCheckRequest = {ID, DefaultCalibration().dReferencePeak, 0.0};
+  CuvetteHolder cuvette(optics.state, optics.sink);
+  FilterSpectrum spectrum(optics.state, optics.sink, optics.unit, optics.detectors, optics.model, cuvette);
+  HolmiumPeak peak(optics.state, optics.model, spectrum);
+  EndSequence end(optics.state, optics.sink, optics.link, optics.unit);
+  SystemCheck(optics.state, optics.sink, optics.unit, optics.detectors, optics.model, peak, end).SystemCheckProc();
+  optics.Stop();
+  return LastStatus(optics.world);
 }
 
-TEST(SystemCheck, NoiseLimit) {
-  // Two values of an absorbance in equal numbers: the deviation is half their distance.
-  const auto alternating = [](double dDistance) {
-    std::vector<Net> nets{{1, 200'000}};  // far off, but the first one does not count
-    for (int i = 0; i < 10; ++i) {
-      const double dSample = 10'000'000.0 * std::pow(10.0, i % 2 == 0 ? 0.0 : -dDistance);
-      nets.push_back({static_cast<DWORD>(std::lround(dSample)), 10'000'000});
-    }
-    return nets;
-  };
-  std::vector<Net> dark(11, Net{0, 200'000});
+/// Two values of an absorbance in equal numbers: the deviation is half their distance. The first reading is far off,
+/// but does not count.
+std::vector<Net> Alternating(double dDistance) {
+  std::vector<Net> nets{{1, 200'000}};
+  for (int i = 0; i < 10; ++i) {
+    const double dSample = 10'000'000.0 * std::pow(10.0, i % 2 == 0 ? 0.0 : -dDistance);
+    nets.push_back({static_cast<DWORD>(std::lround(dSample)), 10'000'000});
+  }
+  return nets;
+}
+
+TEST(SystemCheck, Limits) {
+  constexpr const char* PASSED = "[0 1 1 1 1 1 1 0 1  2 2 3 2]";
+  constexpr const char* NO_LAMP = "[0 0 1 1 1 1 1 0 1  2 2 3 2]";
+  constexpr const char* NO_FILTER = "[0 1 1 0 0 0 0 0 1  2 3 3 2]";
+  constexpr const char* NOISY = "[0 1 1 1 1 1 1 0 0  2 2 3 3]";
+  const std::vector<Net> dark(11, Net{0, 200'000});
   std::vector<Net> one = dark;
   one[5] = {1, 200'000};
   struct {
     const char* what;
-    std::vector<Net> detectors;
-    bool bPassed;
+    Script script;
+    const char* words;
   } const cases[] = {
-      {"below", alternating(2 * 0.00499), true},
-      {"above", alternating(2 * 0.00501), false},
-      {"no usable reading", dark, true},
-      {"one usable reading", one, true},
+      {"lamp at the limit", {.lamp = {500'000, 100'000}}, NO_LAMP},
+      {"lamp above it", {.lamp = {500'000, 100'001}}, PASSED},
+      {"absorbance 1", {.open = {1000, 1000}, .filter = {100, 1000}}, NO_FILTER},
+      {"above 1", {.open = {1000, 1000}, .filter = {99, 1000}}, PASSED},
+      {"with half the lamp", {.open = {1000, 1000}, .filter = {99, 500}}, NO_FILTER},
+      {"no light counts as one count", {.open = {1000, 1000}, .filter = {0, 1000}}, PASSED},
+      {"one of ten counts", {.open = {10, 1000}, .filter = {0, 1000}}, NO_FILTER},
+      {"no light at all says nothing", {.open = {0, 1000}, .filter = {0, 1000}}, NO_FILTER},
+      {"no reference without the filter", {.open = {1000, 0}, .filter = {10, 1000}}, PASSED},
+      {"noise below the limit", {.detectors = Alternating(2 * 0.00499)}, PASSED},
+      {"noise above it", {.detectors = Alternating(2 * 0.00501)}, NOISY},
+      {"no usable reading", {.detectors = dark}, PASSED},
+      {"one usable reading", {.detectors = one}, PASSED},
   };
   for (const auto& c : cases) {
-    ScriptedCheck check;
-    check.detectors = c.detectors;
-    EXPECT_EQ(check.Run(), (c.bPassed ? "[0 1 1 1 1 1 1 0 1  2 2 3 2]" : "[0 1 1 1 1 1 1 0 0  2 2 3 3]")) << c.what;
+    EXPECT_EQ(RunScripted(c.script), c.words) << c.what;
   }
 }
 
