@@ -176,7 +176,6 @@ TEST(WavelengthCheck, HostThatDoesNotWaitForTheRemoval) {
   ASSERT_EQ(Start(bench), S_OK);
   platform::Sleep(30'000);
   EXPECT_GT(bench.Count("QueryCuvetteWait()"), 2U);
-  EXPECT_LE(bench.Count("QueryCuvetteWait()"), 300U) << "with a pause between";
   EXPECT_TRUE(bench.device->GetStatus().bBusy);
   bench.device->SetCuvetteSize(0);
   EXPECT_TRUE(bench.device.WaitUntilNotBusy());

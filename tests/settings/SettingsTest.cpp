@@ -112,8 +112,10 @@ TEST_F(SettingsTest, TakesWhatAValueHolds) {
   const std::string longText(600, 't');
   std::string hidden = "Manufacturer=" + std::string(498, 'm') + "UV=false";
   std::string points;
+  std::string longPoints;
   while (points.size() < 900) {
     points += "1.0,2.000;";
+    longPoints += "1.0000,2.0000;";
   }
   const std::vector<Case> cases = {
       {"UV=TRUE", "UV=false"},
@@ -141,7 +143,7 @@ TEST_F(SettingsTest, TakesWhatAValueHolds) {
       {"StartPoints=;;400.04,1.0005,7;;-1,x;", "StartPoints=400.0,1.000;-1.0,0.000"},
       {"TurbCalRef=1e300,1", "TurbCalRef=1000000000000000052504760255204"},
       {"TurbCalLow=" + points, "TurbCalLow=" + points.substr(0, 499)},
-      {"StartPointsRef=" + points, "StartPointsRef=" + points.substr(0, 489)},
+      {"StartPoints=" + longPoints, "StartPoints=" + points.substr(0, 349)},
       {"ZeroCalibrationDT=2026;11;17;22;49;rest", "ZeroCalibrationDT=2026;11;17;22;49"},
       {"ZeroCalibrationDT=2026;2;x;5;6", "ZeroCalibrationDT=2026;2;1;12;0"},
       {"ZeroCalibrationDT=2026 ;2;3;4;5", "ZeroCalibrationDT=2026;1;1;12;0"},
