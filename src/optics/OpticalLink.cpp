@@ -32,11 +32,9 @@ bool Contains(const std::string& text, const char* word) { return text.find(word
 // ---- port and reader ----
 
 BOOL OpticalLink::OpenOpticalPort() {
-  m_Backlog = Backlog::LineEnd;
   {
     const auto state = m_State.Lock();
-    m_Waiting.clear();
-    m_Owed = {};
+    m_Waiting.clear();  // what is owed to the switching off of a `Shutdown` just before stays owed
   }
   PortReader reader{.name = "OpticalReader", .onBlock = nullptr, .onEnd = nullptr};
   reader.onBlock = [this](std::string_view bytes) { KeepReceived(bytes); };
