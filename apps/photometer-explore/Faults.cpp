@@ -24,6 +24,7 @@ constexpr std::string_view ZQ420Letters = "pdtse";
 constexpr const char16_t* CardFolder = u"\\SDMemory";
 constexpr const char16_t* LogFolder = u"\\NANDFlash\\Logging";
 constexpr const char16_t* FlashFolder = u"\\NANDFlash";
+constexpr const char16_t* ProgramFolder = u"\\Application";
 
 /// Where the numbers of a fault stand.
 constexpr std::size_t Begin = 0;
@@ -116,6 +117,12 @@ void SetLamps(World& world, double dHalogen, bool bDeuteriumLights) {
   world.instrument.unit.SetFaults(faults);
 }
 
+void SetDisksFull(World& world, bool bFull) {
+  for (const char16_t* folder : {FlashFolder, ProgramFolder}) {
+    world.board.SetDiskFull(folder, bFull);
+  }
+}
+
 void DrawSize(Draw& draw, Clause* pFault) {
   constexpr std::array<double, 5> Sizes{10, 14, 20, 50, -1};
   pFault->numbers.push_back(draw.Pick(Sizes));
@@ -169,8 +176,8 @@ const std::array<Kind, 21> Kinds{{
      [](World& w, const Clause&) { w.board.RemoveFolder(LogFolder); },
      [](World& w, const Clause&) { w.board.MakeFolder(LogFolder); }},
     {"full", 3, true, DrawNone,
-     [](World& w, const Clause&) { w.board.SetDiskFull(FlashFolder, true); },
-     [](World& w, const Clause&) { w.board.SetDiskFull(FlashFolder, false); }},
+     [](World& w, const Clause&) { SetDisksFull(w, true); },
+     [](World& w, const Clause&) { SetDisksFull(w, false); }},
     {"halogen", 4, true, [](Draw& d, Clause* p) { p->numbers.push_back(d.OneIn(2) ? 0.0 : 0.01); },
      [](World& w, const Clause& f) { SetLamps(w, f.At(Third), w.instrument.unit.Settings().faults.bDeuteriumLights); },
      [](World& w, const Clause&) { SetLamps(w, 1.0, w.instrument.unit.Settings().faults.bDeuteriumLights); }},

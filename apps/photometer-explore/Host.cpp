@@ -26,6 +26,12 @@ constexpr std::uint64_t ShutdownLimit = 3 * MicrosecondsPerSecond;
 /// For threads that a callback has held up, ms.
 constexpr DWORD ThreadsEndLimit = 20'000;
 
+/// For cuvettes and keys to come to rest, ms.
+constexpr DWORD SettlingTime = 1000;
+/// The answer that a fault holds up longest is there by then, ms.
+constexpr DWORD LatestAnswer = 70'000;
+constexpr double AgainWavelength = 500.0;
+
 constexpr double GlassAbsorbance = 0.5;
 /// Ten times what the noise makes of it.
 constexpr double AbsorbanceTolerance = 0.01;
@@ -33,7 +39,9 @@ constexpr double AbsorbanceTolerance = 0.01;
 }  // namespace
 
 Host::Host(World& world)
-    : m_world(world), m_sink(world.ledger, world.board.GetKernel(), world.plan.profile.dwWarmUpTime) {
+    : m_world(world),
+      m_sink(world.ledger, world.board.GetKernel(), world.plan.profile.dwWarmUpTime),
+      m_files(world.ledger) {
   for (const Step& step : world.plan.steps) {
     if (step.actor == Actor::Callback) {
       m_callbackSteps.emplace(step.nWhen, &step.operation);
@@ -240,20 +248,24 @@ std::int64_t Host::MarkWindow(bool bBegins) {
 
 // ---- the end ----
 
+bool Host::BecomeIdle() {
+  if (WaitIdle(Patience) != 0) {
+    return true;
+  }
+  InsertCuvette(0);
+  Perform({"cancel", {}, {}}, false);
+  Perform({"cancel-flush", {}, {}}, false);
+  return !m_bHalfUp && WaitIdle(LongestRun) != 0;
+}
+
 void Host::Close() {
-  const auto perform = [this](const char* name, double dNumber) { Perform({name, {dNumber}, {}}, false); };
-  if (WaitIdle(Patience) == 0) {
-    InsertCuvette(0);
-    perform("cancel", 0);
-    perform("cancel-flush", 0);
-    // An `Initialize` that failed may leave the device busy until the next one, or `Shutdown`.
-    if (!m_bHalfUp && WaitIdle(LongestRun) == 0) {
-      m_world.ledger.NoteViolation("never stuck", "still busy half an hour after the last operation");
-    }
+  // An `Initialize` that failed may leave the device busy until the next one, or `Shutdown`.
+  if (!BecomeIdle() && !m_bHalfUp) {
+    m_world.ledger.NoteViolation("never stuck", "still busy half an hour after the last operation");
   }
   if (const IPhotometer* pDevice = m_pDevice; pDevice != nullptr) {
-    perform("shutdown", 0);
-    perform("release", 0);
+    Perform({"shutdown", {}, {}}, false);
+    Perform({"release", {}, {}}, false);
   }
   if (!m_world.WaitForThreads(ThreadsEndLimit)) {
     m_world.ledger.NoteViolation("never stuck", "a thread of the library runs on after the last Release");
@@ -265,11 +277,13 @@ void Host::Close() {
 void Host::Recover() {
   m_callbackSteps.clear();
   m_world.Heal();
+  platform::Sleep(SettlingTime);
   CreateDevice();
   if (m_pDevice == nullptr) {
     FailRecovery("the device object cannot be made");
     return;
   }
+  m_files.CheckSettings();
   if (StartUp()) {
     MeasureGlass();
   }
@@ -293,41 +307,80 @@ bool Host::StartUp() {
   return true;
 }
 
-void Host::MeasureGlass() {
-  const std::vector<WavelengthCalibrationEntry> zeros = m_sink.References();
-  {
-    const UnobservedScope scope;
-    m_world.instrument.unit.SetSample(simulator::Sample::NeutralGlass(GlassAbsorbance), m_world.board.Now());
-  }
+void Host::PutIntoBeam(const simulator::Sample& sample) {
+  const UnobservedScope scope;
+  m_world.instrument.unit.SetSample(sample, m_world.board.Now());
+}
+
+MeasureValues Host::Measure(std::string_view property, const std::vector<double>& wavelengths) {
   MeasureRequest request{};
   request.m_dwRequestId = NextRequestId();
   request.m_dLampSwitchingPoint = 340.0;
   request.m_dwReadings = 1;
-  for (const WavelengthCalibrationEntry& zero : zeros) {
-    request.m_Wavelengths.push_back(zero.dWavelength);
-    request.m_Tags.push_back(1);
-  }
+  request.m_Wavelengths = wavelengths;
+  request.m_Tags.assign(wavelengths.size(), 1);
   const std::size_t nBefore = m_world.ledger.Values().size();
   IPhotometer& device = *m_pDevice;
-  if (device.StartMeasure(&request) != S_OK) {
-    FailRecovery("a measurement is refused with everything in order");
-    return;
+  if (const HRESULT result = device.StartMeasure(&request); result != S_OK) {
+    m_world.ledger.NoteViolation(property, "a measurement is refused with everything in order");
+    return {};
   }
   WaitIdle(LongestRun);
-  const MeasureValues& values = m_world.ledger.Values();
-  if (values.size() != nBefore + zeros.size()) {
-    FailRecovery("a measurement delivers " + std::to_string(values.size() - nBefore) + " of " +
-                 std::to_string(zeros.size()) + " values with everything in order");
-    return;
+  const MeasureValues& all = m_world.ledger.Values();
+  if (all.size() != nBefore + wavelengths.size()) {
+    m_world.ledger.NoteViolation(property, "a measurement delivers " + std::to_string(all.size() - nBefore) + " of " +
+                                               std::to_string(wavelengths.size()) + " values with everything in order");
+    return {};
   }
-  for (std::size_t i = 0; i < zeros.size(); ++i) {
-    const MeasureValue& value = values[nBefore + i];
-    const double dAbsorbance = -std::log10(value.dValue / value.dValueRef / (zeros[i].dValue / zeros[i].dValueRef));
+  return {all.begin() + static_cast<std::ptrdiff_t>(nBefore), all.end()};
+}
+
+void Host::CheckGlass(std::string_view property, const MeasureValues& values, const std::vector<double>& blanks) {
+  for (std::size_t i = 0; i < values.size(); ++i) {
+    const MeasureValue& value = values[i];
+    const double dAbsorbance = -std::log10(value.dValue / value.dValueRef / blanks[i]);
     const double dExpected = m_world.instrument.unit.ApparentAbsorbance(value.dWavelength, m_world.board.Now());
     if (!(std::fabs(dAbsorbance - dExpected) < AbsorbanceTolerance)) {
-      FailRecovery("a glass of " + std::to_string(dExpected) + " is measured as " + std::to_string(dAbsorbance) +
-                   " at " + std::to_string(value.dWavelength) + " nm");
+      m_world.ledger.NoteViolation(property, "a glass of " + std::to_string(dExpected) + " is measured as " +
+                                                 std::to_string(dAbsorbance) + " at " +
+                                                 std::to_string(value.dWavelength) + " nm");
     }
+  }
+}
+
+void Host::MeasureGlass() {
+  std::vector<double> wavelengths;
+  std::vector<double> blanks;
+  for (const WavelengthCalibrationEntry& zero : m_sink.References()) {
+    wavelengths.push_back(zero.dWavelength);
+    blanks.push_back(zero.dValue / zero.dValueRef);
+  }
+  PutIntoBeam(simulator::Sample::NeutralGlass(GlassAbsorbance));
+  CheckGlass("recovery", Measure("recovery", wavelengths), blanks);
+}
+
+// ---- the next start ----
+
+void Host::StartAgain() {
+  constexpr std::string_view Property = "next start";
+  m_world.EndFaults();
+  InsertCuvette(0);
+  platform::Sleep(m_world.IsLineSound() ? SettlingTime : LatestAnswer);
+  IPhotometer* const pDevice = m_pDevice;
+  if (pDevice == nullptr || m_world.WasUnitLost() || !BecomeIdle() || !pDevice->GetStatus().bInitialized) {
+    return;
+  }
+  Perform({"set-sink", {1}, {}}, false);
+  // What the host itself has begun to write would be the beginning of the next command.
+  Perform({"write-optical", {}, "\r"}, false);
+  std::vector<double> blanks;
+  for (const MeasureValue& value : Measure(Property, {AgainWavelength})) {
+    blanks.push_back(value.dValue / value.dValueRef);
+  }
+  if (!blanks.empty()) {
+    PutIntoBeam(simulator::Sample::NeutralGlass(GlassAbsorbance));
+    CheckGlass(Property, Measure(Property, {AgainWavelength}), blanks);
+    PutIntoBeam(simulator::Sample::Blank());
   }
 }
 

@@ -11,11 +11,14 @@
 #include <string_view>
 #include <vector>
 
+#include "HostFiles.h"
 #include "HostSink.h"
 #include "World.h"
 #include "photometer/IPhotometer.h"
 
 namespace explorer {
+
+using photometer::MeasureValues;
 
 class Host {
  public:
@@ -27,6 +30,8 @@ class Host {
 
   /// The plan's steps, to the end of all of them.
   void RunProgramme();
+  /// With everything in order again the device, if it is up, must measure right.
+  void StartAgain();
   /// What runs has to end by itself; then the device is shut down and given back.
   void Close();
   /// A new start with everything in order, and a measurement with right values.
@@ -34,6 +39,7 @@ class Host {
 
   // ---- what operations need; see Operations.h ----
 
+  HostFiles& Files() { return m_files; }
   DWORD NextRequestId() { return ++m_dwRequests; }
   std::int64_t AddAndRelease(photometer::IPhotometer& device);
   std::int64_t SetSink(photometer::IPhotometer& device, bool bSet);
@@ -59,9 +65,17 @@ class Host {
   bool StartUp();
   void MeasureGlass();
   void FailRecovery(const std::string& text);
+  /// Cancels what takes long. False: the device stays busy.
+  bool BecomeIdle();
+  /// One reading at each wavelength; none, and a violation of the property, when that fails.
+  MeasureValues Measure(std::string_view property, const std::vector<double>& wavelengths);
+  /// Values of the glass against those without it, sample by reference.
+  void CheckGlass(std::string_view property, const MeasureValues& values, const std::vector<double>& blanks);
+  void PutIntoBeam(const simulator::Sample& sample);
 
   World& m_world;
   HostSink m_sink;
+  HostFiles m_files;
   std::atomic<photometer::IPhotometer*> m_pDevice{nullptr};
   std::atomic<int> m_iInside{0};
   std::atomic<int> m_iActors{0};

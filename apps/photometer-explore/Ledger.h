@@ -27,9 +27,12 @@ enum class EventKind : std::uint8_t {
   Result,          ///< a: request id; b: first of its values in `Values`; c: their count
   PumpFailed,      ///< a: the pump's result
   ErrorRecord,     ///< a line for the error list
-  OpticalCommand,  ///< written to the optical unit, or tried. a: letter, b: argument or -1; c: 1 written
+  OpticalCommand,  ///< written to the optical unit, or tried. a: letter, b: argument or -1; c: 1 written,
+                   ///< and `Early` when the unit was still at an earlier command
   OpticalPort      ///< a: 1 opened, 0 closed
 };
+
+inline constexpr std::int64_t Early = 2;
 
 struct Event {
   EventKind kind{};

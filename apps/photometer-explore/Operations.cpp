@@ -225,7 +225,7 @@ std::int64_t Give(Host& /*host*/, IPhotometer& device, const Clause& clause) {
 }
 
 // clang-format off
-const std::array<Operation, 48> Table{{
+const std::array<Operation, 50> Table{{
     {"add-and-release", 2, "", Answers::Nothing, DrawNothing,
      [](Host& host, IPhotometer& device, const Clause&) -> std::int64_t { return host.AddAndRelease(device); }},
     {"status", 4, "", Answers::Nothing, DrawNothing,
@@ -306,6 +306,10 @@ const std::array<Operation, 48> Table{{
        p->numbers = {draw.Pick(Sizes)};
      },
      [](Host& host, IPhotometer&, const Clause& clause) { return host.InsertCuvette(static_cast<int>(clause.At(0))); }},
+    {"log-files", 1, "", Answers::Nothing, DrawNothing,
+     [](Host& host, IPhotometer&, const Clause&) -> std::int64_t { return host.Files().KeepLogs(), 0; }},
+    {"settings", 1, "", Answers::Nothing, DrawNothing,
+     [](Host& host, IPhotometer&, const Clause&) -> std::int64_t { return host.Files().KeepSettings(), 0; }},
     {"begin-window", 0, "", Answers::Nothing, DrawNothing,
      [](Host& host, IPhotometer&, const Clause&) { return host.MarkWindow(true); }},
     {"end-window", 0, "", Answers::Nothing, DrawNothing,

@@ -216,6 +216,15 @@ Finding NoCancelLost(const Evidence& evidence) {
 
 // ---- errors ----
 
+Finding OneError(const Evidence& evidence) {
+  for (const ProcedureRun& run : evidence.runs.runs) {
+    if (RuleOf(run) == nullptr && run.name != "Timer" && run.Called("OnError") > 1) {
+      return run.name + " reported " + std::to_string(run.Called("OnError")) + " errors";
+    }
+  }
+  return std::nullopt;
+}
+
 /// Records that a run owes the error list.
 std::size_t RecordsOf(const ProcedureRun& run) {
   if (run.Called("OnError") > 0) {
@@ -281,6 +290,22 @@ Finding RightRequest(const Evidence& evidence) {
         return run.name + " with request " + std::to_string(nRequest) + " reports for request " +
                std::to_string(pEvent->a);
       }
+    }
+  }
+  return std::nullopt;
+}
+
+// ---- commands ----
+
+/// These may be written at any time: switching off, and what the host sends itself.
+constexpr std::string_view AtAnyTime = "rdhf vq";
+
+Finding OneAfterAnother(const Evidence& evidence) {
+  for (const Event& event : evidence.ledger.Events()) {
+    const bool bEarly = event.kind == EventKind::OpticalCommand && (event.c & Early) != 0;
+    if (evidence.bLineSound && bEarly && AtAnyTime.find(static_cast<char>(event.a)) == std::string_view::npos) {
+      return event.name + " was sent at " + std::to_string(event.nTime / 1000) +
+             " ms, while the unit was at an earlier command";
     }
   }
   return std::nullopt;
@@ -370,7 +395,7 @@ Finding NothingLeft(const Evidence& evidence) { return First(evidence.leftovers)
 /// Noted by whoever sees it.
 Finding SeenOnTheWay(const Evidence& /*evidence*/) { return std::nullopt; }
 
-constexpr std::array<Property, 27> Table{{
+constexpr std::array<Property, 31> Table{{
     {"board rules", "no deadlock, no cycle of locks, no lock held across a wait, no closed handle used, no spinning",
      BoardRules},
     {"one end", "each started procedure ends once, in one of the ways that its rules allow", OneEnd},
@@ -381,9 +406,12 @@ constexpr std::array<Property, 27> Table{{
     {"cancelled only when asked", "a procedure is cancelled only when that was asked for while it ran",
      CancelledOnlyWhenAsked},
     {"no cancel lost", "a procedure that was cancelled does not finish", NoCancelLost},
+    {"one error", "what is no procedure reports an error once", OneError},
     {"one error record", "the error list has one record for each failed procedure", OneErrorRecord},
     {"complete results", "delivered values are numbers, in order, and none is missing between two", CompleteResults},
     {"right request", "a procedure reports with the number of its own request", RightRequest},
+    {"one after another", "with the line in order, a command is sent when the one before it has been answered",
+     OneAfterAnother},
     {"halogen lamp off", "after each procedure the halogen lamp is off, or was told so", HalogenOffAfterEnd},
     {"all off after Shutdown", "after Shutdown mirror, lamps and fan were told to be off", AllOffAfterShutdown},
     {"unit dark", "at the very end the unit's lamps and fan are off", UnitDark},
@@ -399,6 +427,8 @@ constexpr std::array<Property, 27> Table{{
     {"answers", "each operation answers one of its codes", SeenOnTheWay},
     {"references", "the last Release finds no reference left", SeenOnTheWay},
     {"no crash", "the process survives the run, and the run ends", SeenOnTheWay},
+    {"whole settings", "the settings' file is whole, old or new", SeenOnTheWay},
+    {"next start", "with everything in order again, the same device measures, and right", SeenOnTheWay},
     {"recovery", "with everything in order a start-up and a measurement succeed and give right values", SeenOnTheWay},
 }};
 

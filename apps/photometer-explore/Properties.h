@@ -21,6 +21,8 @@ struct Evidence {
   std::vector<std::string> leftovers;
   /// At the end of the run, with everything healed, the unit's lamps and fan.
   bool bUnitDark = true;
+  /// Nothing was wrong at the optical unit's line, its port and its power.
+  bool bLineSound = true;
 };
 
 struct Property {

@@ -71,6 +71,10 @@ void Play(const Plan& plan, const RunOptions& options, Outcome* pOutcome) {
   {
     Host host(world);
     host.RunProgramme();
+    // Whoever puts things in order himself does it after the end.
+    if (plan.bRecovery && !options.onHeal) {
+      host.StartAgain();
+    }
     host.Close();
     if (options.onHeal) {
       options.onHeal();
@@ -82,8 +86,8 @@ void Play(const Plan& plan, const RunOptions& options, Outcome* pOutcome) {
       world.Heal();
     }
   }
-  pOutcome->violations =
-      Judge({world.ledger, FindRuns(world.ledger), world.board.Reports(), world.board.Leftovers(), bDark});
+  pOutcome->violations = Judge({world.ledger, FindRuns(world.ledger), world.board.Reports(), world.board.Leftovers(),
+                                bDark, !options.onHeal && world.IsLineSound()});
   pOutcome->nHash = world.board.Hash() * 31 + world.ledger.Hash();
   pOutcome->nPoints = world.board.Points();
   pOutcome->nMicroseconds = world.board.Now();

@@ -24,7 +24,7 @@ constexpr std::string_view WaitSteps = "step host 0 wait-idle 120000\n";
 
 constexpr std::string_view StartUpSteps = "step host 0 initialize 2\nstep host 0 wait-idle 120000\n";
 
-constexpr std::array<Procedure, 17> Procedures{{
+constexpr std::array<Procedure, 20> Procedures{{
     {"start-up", "", EventKind::Callback, "OnNotify", 39, 1},
     {"measure", "step host 0 measure 340 1 0 0 0 0 0 500\n", EventKind::Callback, "OnNotify", 17, 1},
     {"scan", "step host 0 scan 500 502 340 0 0 0\n", EventKind::Callback, "OnNotify", 17, 1},
@@ -52,6 +52,15 @@ constexpr std::array<Procedure, 17> Procedures{{
      "profile mode 2\nprofile zq420 1\nstep host 0 open-sipper\nstep host 300 ping\nstep host 100 flush 3\n"
      "step host 1000 cancel-flush\nstep host 1000 status\n",
      EventKind::Callback, "", -1, 1},
+    {"host-files",
+     "fault no-folder 0 900000\nstep host 0 log-files\nstep host 0 cancel-flush\nstep host 0 log-files\n"
+     "step host 0 settings\nstep host 0 settings\n",
+     EventKind::Callback, "", -1, 1},
+    {"two-lifecycles",
+     "step second 3 open-sipper\nstep second 40000 shutdown\nstep third 3 open-sipper\nstep third 40000 shutdown\n",
+     EventKind::Callback, "", -1, 1},
+    {"switch-off-between", "step host 0 write-optical :2466300D\nstep host 0 measure 340 1 0 0 0 0 0 500\n",
+     EventKind::Callback, "", -1, 1},
 }};
 
 /// A scenario that is no plain "operation against the end of a procedure".
@@ -70,7 +79,7 @@ constexpr std::string_view PumpMeasure =
     "profile mode 1\nprofile zq410 1\nstep host 0 initialize 2\nstep host 0 wait-idle 120000\n"
     "step host 0 insert-cuvette 10\nstep host 1500 measure 340 1 0 0 0 0 0 500\n";
 
-constexpr std::array<Special, 8> Specials{{
+constexpr std::array<Special, 9> Specials{{
     {"two-pump-exchanges", PumpMeasure, EventKind::Callback, "OnNotify", 25, 1, 2, "update-pump 2 2 0"},
     {"flush-beside-pump", PumpMeasure, EventKind::Callback, "OnNotify", 25, 1, 2, "flush 1"},
     {"cancel-against-countdown", PumpMeasure, EventKind::Callback, "OnDelayCountdown", -1, 2, 20, "cancel"},
@@ -85,6 +94,9 @@ constexpr std::array<Special, 8> Specials{{
     {"shutdown-against-cuvette-reader",
      "step host 0 initialize 2\nstep host 0 wait-idle 120000\nstep host 0 insert-cuvette 10\nstep host 500 status\n",
      EventKind::Callback, "OnCuvetteChanged", -1, 1, 20, "shutdown"},
+    {"shutdown-against-lost-port",
+     "step host 0 initialize 2\nstep host 0 wait-idle 120000\nfault unplug 9000 900000 2\nstep host 6000 status\n",
+     EventKind::OpticalPort, "optical port", -1, 2, 60, "shutdown"},
     {"shutdown-against-port-reader",
      "profile zq410 1\nstep host 0 initialize 2\nstep host 0 wait-idle 120000\nstep host 2000 status\n",
      EventKind::Callback, "OnExternalPortData", -1, 4, 20, "shutdown"},

@@ -126,7 +126,7 @@ class WatchedBoard::SerialPorts final : public photometer::platform::ForwardingS
       const std::string_view command = bytes.substr(n, bytes.find(CommandEnd, n) - n);
       if (command.size() > 1) {
         m_board.m_ledger.Note(EventKind::OpticalCommand, command, command[1], ArgumentOf(command.substr(2)),
-                              bWritten ? 1 : 0);
+                              (bWritten ? 1 : 0) + (m_board.m_isUnitBusy() ? Early : 0));
       }
     }
   }

@@ -41,6 +41,8 @@ class WatchedBoard final : public photometer::platform::ForwardingBoard {
   FailingNumbers& Failures() { return m_failures; }
   /// Asked when a thread of the library ends, for the ledger: whether the halogen lamp is lit at the unit, or may be.
   void OnThreadEnd(std::function<bool()> isLampLit) { m_isLampLit = std::move(isLampLit); }
+  /// Asked when a command goes out, for the ledger: whether the unit is still at an earlier one.
+  void OnCommand(std::function<bool()> isUnitBusy) { m_isUnitBusy = std::move(isUnitBusy); }
   /// Threads of the library that have not ended.
   [[nodiscard]] int RunningThreads() const { return m_iRunning; }
 
@@ -59,6 +61,7 @@ class WatchedBoard final : public photometer::platform::ForwardingBoard {
   Ledger& m_ledger;
   FailingNumbers m_failures;
   std::function<bool()> m_isLampLit = [] { return true; };
+  std::function<bool()> m_isUnitBusy = [] { return false; };
   std::atomic<int> m_iRunning{0};
   std::atomic<photometer::platform::HANDLE> m_hOptical{0};
   std::unique_ptr<Services> m_pServices;

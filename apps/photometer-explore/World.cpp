@@ -62,6 +62,10 @@ World::World(const Plan& itsPlan, const WorldOptions& options)
     const UnobservedScope scope;
     return !instrument.unit.IsIdle() || instrument.unit.State().halogen != 0;
   });
+  watched.OnCommand([this] {
+    const UnobservedScope scope;
+    return !instrument.unit.IsIdle();
+  });
   for (const char16_t* name : {OpticalPort, ExternalPort, SipperPort}) {
     Plug(name);
   }
@@ -166,7 +170,7 @@ void World::RunFaults(const std::vector<Moment>& moments) {
   m_bFaultsEnded = true;
 }
 
-void World::Heal() {
+void World::EndFaults() {
   m_bStopFaults = true;
   while (!m_bFaultsEnded) {
     platform::Sleep(LookPeriod);
@@ -176,6 +180,24 @@ void World::Heal() {
     EndFault(*this, fault);
   }
   watched.Failures().Clear();
+}
+
+bool World::IsLineSound() const {
+  return std::ranges::none_of(plan.faults, [](const Clause& fault) {
+    const auto what = static_cast<Failing>(fault.Count(1));
+    return fault.name == "unit-answer" || fault.name == "unit-off" || fault.name == "unasked" ||
+           fault.name == "flood" || fault.name == "unplug" || (fault.name == "fail" && what == Failing::Writes);
+  });
+}
+
+bool World::WasUnitLost() const {
+  return std::ranges::any_of(plan.faults,
+                             [](const Clause& fault) { return fault.name == "unit-off" || fault.name == "unplug"; });
+}
+
+void World::Heal() {
+  EndFaults();
+  const UnobservedScope scope;
   instrument.RemoveCuvette(board.Now());
   // Answers that are still to come, by a fault or by a command that was given up, are not the next start's.
   instrument.unit.SwitchPower(board.Now(), false);

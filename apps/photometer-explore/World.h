@@ -59,6 +59,12 @@ class World {
   void Unplug(const std::u16string& name);
   /// Faults begin and end from now on.
   void StartFaults();
+  /// No fault begins any more, and those that have begun end.
+  void EndFaults();
+  /// The optical unit and its line are as they should be throughout, but for lamps.
+  [[nodiscard]] bool IsLineSound() const;
+  /// The unit was without power or its port was gone: what the device knows of it is wrong until the next start-up.
+  [[nodiscard]] bool WasUnitLost() const;
   /// No fault begins any more, and those that have begun end; everything is plugged in, switched on and empty.
   void Heal();
   /// Waits until the library's threads have ended. False: not within so many milliseconds.
