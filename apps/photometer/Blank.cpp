@@ -7,6 +7,7 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include "ReadableText.h"
 #include "ResultHeader.h"
 #include "WavelengthList.h"
 
@@ -136,10 +137,11 @@ std::string Blank::Builder::TakeJson(std::string_view contents) {
 
 std::string Blank::Builder::Finish() {
   if (strSchema != fmt::format("{} {}", SchemaName, SchemaVersion)) {
-    return fmt::format("its schema is \"{}\", not \"{} {}\"; {}", strSchema, SchemaName, SchemaVersion, WhatToDo);
+    return fmt::format("its schema is \"{}\", not \"{} {}\"; {}", Shown(strSchema), SchemaName, SchemaVersion,
+                       WhatToDo);
   }
   if (strOutcome != OutcomeFinished) {
-    return fmt::format("its run did not finish (\"{}\"); measure the blank again", strOutcome);
+    return fmt::format("its run did not finish (\"{}\"); measure the blank again", Shown(strOutcome));
   }
   for (const auto& [dWavelength, sum] : sums) {
     blank.m_values[dWavelength] = {sum.pair.dSample / sum.dCount, sum.pair.dReference / sum.dCount};
