@@ -95,7 +95,7 @@ TEST(Kinetics, SetsAndReadsInThisOrder) {
   } const cases[] = {
       {"halogen lamp", 500.0, true, {"$r1", "$F2", "$M5785"}, {"$h1", "$H1", "$a3", "$H0", "$a3", "$h0"}},
       {"high power", 360.0, true, {"$r1", "$F1", "$g1", "$M4121"}, {"$h2", "$H1", "$a3", "$H0", "$a3", "$h0"}},
-      {"no deuterium lamp", 335.0, false, {"$F1", "$g1", "$M3828"}, {"$h1", "$H1", "$a3", "$H0", "$a3", "$h0"}},
+      {"no deuterium lamp", 335.0, false, {"$F1", "$g1", "$M3829"}, {"$h1", "$H1", "$a3", "$H0", "$a3", "$h0"}},
       {"deuterium lamp",
        250.0,
        true,
@@ -106,9 +106,7 @@ TEST(Kinetics, SetsAndReadsInThisOrder) {
     SCOPED_TRACE(c.what);
     WorldOptions options;
     options.unit.bUV = c.bUV;
-    PhotometerParameters params = DefaultParameters();
-    params.bUV = c.bUV ? TRUE : FALSE;
-    ReadyDevice device(options, params);
+    ReadyDevice device(options);
     device->SetCuvetteSize(24);
     const MeasureValues values = device.Run(KineticsOf(Request(0, 10, c.dWavelength)));
     Texts expected = c.setUp;

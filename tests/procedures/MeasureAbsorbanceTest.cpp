@@ -35,9 +35,7 @@ void Measure(std::uint64_t nSeed, int iOffset, bool bUV, const simulator::Instru
   options.unit.seed = nSeed;
   options.unit.bUV = bUV;
   options.unit.positionOffset = iOffset;
-  PhotometerParameters params = DefaultParameters();
-  params.bUV = bUV ? TRUE : FALSE;
-  ReadyDevice device(options, params);
+  ReadyDevice device(options);
   device.world.unit.SetFaults(faults);
   device.world.unit.SetSample(SampleOf(nSeed), device.world.board.Now());
   const std::vector<WavelengthCalibrationEntry> zeros = device.world.sink.References();

@@ -82,9 +82,7 @@ TEST(Measure, ChoosesTheOpticsByTheWavelength) {
     SCOPED_TRACE(c.dWavelength);
     WorldOptions options;
     options.unit.bUV = c.bUV;
-    PhotometerParameters params = DefaultParameters();
-    params.bUV = c.bUV ? TRUE : FALSE;
-    ReadyDevice device(options, params);
+    ReadyDevice device(options);
     simulator::OpticalUnitState state{};
     device.AtValue(1, [&] { state = device.world.unit.State(); });
     EXPECT_EQ(device.Run(MeasureOf(Request({c.dWavelength}))).size(), 1U);

@@ -79,8 +79,7 @@ WorldOptions Scheduled(Policy policy, std::uint64_t nSeed) {
   return options;
 }
 
-ReadyDevice::ReadyDevice(const WorldOptions& options, const PhotometerParameters& params)
-    : world(options), m_Params(params), m_Device(std::make_unique<Device>(world)) {
+ReadyDevice::ReadyDevice(const WorldOptions& options) : world(options), m_Device(std::make_unique<Device>(world)) {
   StartUp();
 }
 
@@ -90,8 +89,10 @@ ReadyDevice::~ReadyDevice() {
 }
 
 void ReadyDevice::StartUp() {
+  PhotometerParameters params = DefaultParameters();
+  params.bUV = world.unit.Settings().bUV ? TRUE : FALSE;
   const CalibrationData calibration = DefaultCalibration();
-  EXPECT_EQ((*m_Device)->Initialize(&m_Params, &calibration), S_OK);
+  EXPECT_EQ((*m_Device)->Initialize(&params, &calibration), S_OK);
   EXPECT_TRUE(m_Device->WaitUntilNotBusy());
   EXPECT_TRUE((*m_Device)->GetStatus().bInitialized);
 }

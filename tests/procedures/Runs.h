@@ -36,10 +36,10 @@ struct Failure {
   std::size_t nValues = 0;
 };
 
-/// A world with a device that has started up.
+/// A world with a device that has started up; whether with deuterium path, the unit says.
 class ReadyDevice {
  public:
-  explicit ReadyDevice(const WorldOptions& options = {}, const PhotometerParameters& params = DefaultParameters());
+  explicit ReadyDevice(const WorldOptions& options = {});
   /// Closes the device, and expects that the world is clean.
   ~ReadyDevice();
   ReadyDevice(const ReadyDevice&) = delete;
@@ -75,7 +75,6 @@ class ReadyDevice {
   /// False: the run does not end.
   [[nodiscard]] bool WaitForEnd() const;
 
-  PhotometerParameters m_Params;
   std::unique_ptr<Device> m_Device;
 };
 

@@ -195,7 +195,6 @@ std::uint64_t WarmUpSwitchedOffAt(std::uint64_t nPoint) {
     Sleep(50);
   }
   bench.ExpectAgreement(nPoint == 0);
-  EXPECT_EQ(bench.world.LogLines("Thread closed with iResult= 77"), nPoint == 0 ? 0U : 1U);
   EXPECT_EQ(bench.Session().m_dwUVSession, nPoint == 0 ? 1U : 0U);
   return nPoints;
 }
