@@ -24,6 +24,7 @@ TEST_P(FilesContract, AppendMakesTheFileAndKeepsEveryByte) {
   EXPECT_EQ(GetFileAttributesW(path), FILE_ATTRIBUTE_NORMAL);
   EXPECT_EQ(FindFirstFileW(path).value().nBytes, 12U);
   EXPECT_FALSE(LoadFileW(path, 11).has_value());
+  EXPECT_TRUE(LoadFileW(path, 12).has_value());
   EXPECT_TRUE(DeleteFileW(path));
   EXPECT_EQ(Content(path), "(none)");
   EXPECT_FALSE(DeleteFileW(path));
