@@ -29,13 +29,13 @@ TEST(SipperZQ420, AnswersWhatItIsAsked) {
 }
 
 TEST(SipperZQ420, RunsBetweenStartAndStop) {
-  SipperZQ420 pump;
+  SipperZQ420 pump({.runTime = 5});
   Ask(pump, 0, "p");
   EXPECT_EQ(Ask(pump, 2 * Second, "s"), "\x02s\x03");
   EXPECT_TRUE(pump.IsPumping());
   EXPECT_EQ(Ask(pump, 12 * Second, "e"), "\2e\3");
   EXPECT_FALSE(pump.IsPumping());
-  EXPECT_EQ(pump.RunTime(), 10u);
+  EXPECT_EQ(pump.RunTime(), 15u);
   EXPECT_EQ(pump.Cycles(), 1u);
 }
 
