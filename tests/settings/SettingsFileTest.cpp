@@ -17,8 +17,6 @@
 namespace photometer {
 namespace {
 
-using tests::TemporaryFolder;
-
 const std::string FileName = "Application/settings.cfg";
 
 class SettingsFileTest : public testing::Test {
