@@ -213,31 +213,5 @@ TEST(Photometer, RawWritesOfTheHost) {
   EXPECT_EQ(b.world.unit.State().measurementLength, 7);
 }
 
-TEST(Photometer, LateAnswersToTheHostsBytesAreNotTakenForTheRuns) {
-  struct {
-    simulator::FaultKind kind;
-    simulator::Time delay;
-  } const cases[] = {
-      {simulator::FaultKind::Late, 1'000'000},
-      {simulator::FaultKind::Late, 5'000'000},
-      {simulator::FaultKind::Silence, 0},
-  };
-  for (const auto& c : cases) {
-    Bench b;
-    ASSERT_TRUE(b.device.StartUp());
-    b.Add({.kind = c.kind, .letter = 'z', .delay = c.delay});
-    EXPECT_EQ(WriteOpticalPort(b, "$z\r$d0\r"), S_OK);
-    const std::uint64_t nStart = b.world.board.Now();
-    std::uint64_t nFirst = 0;
-    b.world.ports.beforeWrite = [&](std::string_view) { nFirst = nFirst == 0 ? b.world.board.Now() : nFirst; };
-    ASSERT_EQ(b.StartMeasure({500.0, 600.0}), S_OK);
-    ASSERT_TRUE(b.device.WaitUntilNotBusy());
-    EXPECT_GE(nFirst - nStart, c.delay) << "the answer has come, or is given up";
-    EXPECT_LE(nFirst - nStart, 61'000'000U);
-    EXPECT_EQ(b.world.sink.Count("OnNotify(7, 17, 100)"), 1U);
-    EXPECT_EQ(b.world.sink.Results().size(), 2U);
-  }
-}
-
 }  // namespace
 }  // namespace photometer::tests

@@ -70,56 +70,42 @@ TEST(OpticalLink, LineEndBehindAnAnswerIsNotData) {
   }
 }
 
+DWORD SwitchOff(Optics& optics) {
+  optics.link.SwitchOff();
+  Sleep(5);
+  return 0;
+}
+
 TEST(OpticalLink, LateAnswersAreNotTakenForTheNext) {
-  const std::string point = Readings(5, 9, 1);
-  struct {
+  const auto setFilter = [](Optics& o) { return o.unit.SetFilter(1); };
+  const auto scan = [](Optics& o) { return o.detectors.Scan(4999, nullptr, nullptr, 100); };
+  const auto turbidity = [](Optics& o) { return o.detectors.GetTurbidity(nullptr); };
+  Answer restOfAStream{{300, "error"}};
+  restOfAStream.insert(restOfAStream.end(), 100, {50'000, Readings(5, 9, 1)});
+  const struct {
     const char* what;
-    void (*before)(Optics&);
-  } const cases[] = {
-      {"given up after silence",
-       [](Optics& o) {
-         o.device.Script("$F1", Answer{{60'050'000, "ok\r\n"}});
-         EXPECT_EQ(o.unit.SetFilter(1), 2U);
-       }},
-      {"reading given up after silence",
-       [](Optics& o) {
-         o.device.Script("$t", Answer{{300, "t"}, {60'050'000, std::string(95, 't')}});
-         EXPECT_EQ(o.detectors.GetTurbidity(nullptr), 162U);
-       }},
-      {"too long, with more to come",
-       [](Optics& o) {
-         o.device.Script("$F1", Answer{{300, std::string(40, 'x')}, {50'000, "ok"}, {50'000, "ok"}});
-         EXPECT_EQ(o.unit.SetFilter(1), 3U);
-       }},
-      {"rest of a stream",
-       [](Optics& o) {
-         Answer stream{{300, "error"}};
-         for (int i = 0; i < 100; ++i) {
-           stream.push_back({50'000, Readings(5, 9, 1)});
-         }
-         o.device.Script("$s5000", stream);
-         EXPECT_EQ(o.detectors.Scan(4999, nullptr, nullptr, 100), 154U);
-       }},
-      {"switched off, with the mirror turning",
-       [](Optics& o) {
-         o.device.Script("$r0", Answer{{200'000, "ok\r\n"}});
-         o.device.Script("$d0", Answer{{202'000, "ok\r\n"}});
-         o.device.Script("$h0", Answer{{204'000, "ok\r\n"}});
-         o.device.Script("$f0", Answer{{206'000, "ok\r\n"}});
-         o.link.SwitchOff();
-         Sleep(5);
-       }},
-      {"unasked bytes",
-       [](Optics& o) {
-         o.device.Emit(0, "ok\r\n");
-         Sleep(5);
-       }},
+    const char* command;
+    Answer answer;
+    DWORD (*run)(Optics&);
+    DWORD dwResult;
+  } cases[] = {
+      {"given up after silence", "$F1", {{60'050'000, "ok\r\n"}}, setFilter, 2},
+      {"reading given up", "$t", {{300, "t"}, {60'050'000, std::string(95, 't')}}, turbidity, 162},
+      {"too long, with more", "$F1", {{300, std::string(40, 'x')}, {50'000, "ok"}, {50'000, "ok"}}, setFilter, 3},
+      {"rest of a stream", "$s5000", restOfAStream, scan, 154},
+      {"switched off, with the mirror turning", "$r0", {{200'000, "ok\r\n"}}, SwitchOff, 0},
   };
   for (const bool bAtOnce : {true, false}) {
     for (const auto& c : cases) {
       SCOPED_TRACE(c.what);
       Optics optics(bAtOnce);
-      c.before(optics);
+      optics.device.Script(c.command, c.answer);
+      for (const char* command : {"$d0", "$h0", "$f0"}) {
+        optics.device.Script(command, Answer{{205'000, "ok\r\n"}});  // behind the mirror's
+      }
+      optics.device.Emit(0, "ok\r\n");  // unasked
+      Sleep(5);
+      EXPECT_EQ(c.run(optics), c.dwResult);
       ExpectLineInOrder(optics);
     }
   }

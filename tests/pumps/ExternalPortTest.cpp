@@ -25,17 +25,6 @@ TEST(ExternalPort, SettingsFollowTheMode) {
   EXPECT_EQ(pump.ports.settings, (Texts{"115200 8 0", "19200 8 0", "9600 8 0"}));
 }
 
-TEST(ExternalPort, VanishedPortEndsTheReader) {
-  PumpBench bench(MODE_ZQ_410);
-  bench.world.board.UnplugPort(PumpBench::EXTERNAL);
-  Sleep(1000);
-  EXPECT_TRUE(bench.external.Line().Port().IsLost());
-  bench.world.board.PlugPort(PumpBench::EXTERNAL, bench.zq410);
-  EXPECT_TRUE(bench.external.OpenExternalPort());
-  bench.Say("\x02y;a\x03");
-  EXPECT_TRUE(bench.Detected());
-}
-
 // ---- the ZQ-410 ----
 
 /// What is known of the pump.
