@@ -94,9 +94,11 @@ TEST(Lifecycle, InitializeTwiceStartsCleanAfterAShutdown) {
   EXPECT_EQ(b.device.Initialize(), E_ACCESSDENIED);
   b.device->SetCuvetteSize(40);
   b.device->SetPumpDisabled(TRUE);
+  const std::u16string version = b.device->GetStatus().szFirmwareVersion;
   EXPECT_EQ(b.device->Shutdown(), S_OK);
   const std::size_t nBefore = b.world.Written().size();
   EXPECT_TRUE(b.device.StartUp());
+  EXPECT_EQ(b.device->GetStatus().szFirmwareVersion, version) << "no answer to the switching off is taken for it";
   EXPECT_EQ(b.device->GetCuvetteSize(), 0);
   EXPECT_TRUE(b.device->GetPumpInfo().m_bPumpDisabled) << "the host's own wish stands";
   // Nothing is taken for set already.
