@@ -183,7 +183,11 @@ void World::EndFaults() {
 }
 
 bool World::IsLineSound() const {
-  return std::ranges::none_of(plan.faults, [](const Clause& fault) {
+  // What the host begins and does not end becomes the beginning of the device's next command.
+  const bool bHostWrites = std::ranges::any_of(plan.steps, [](const Step& step) {
+    return step.operation.name == "write-optical" && !step.operation.bytes.ends_with('\r');
+  });
+  return !bHostWrites && std::ranges::none_of(plan.faults, [](const Clause& fault) {
     const auto what = static_cast<Failing>(fault.Count(1));
     return fault.name == "unit-answer" || fault.name == "unit-off" || fault.name == "unasked" ||
            fault.name == "flood" || fault.name == "unplug" || (fault.name == "fail" && what == Failing::Writes);
