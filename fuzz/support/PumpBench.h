@@ -2,6 +2,8 @@
 /// input says, and a sink that counts. The optical port stays closed.
 #pragma once
 
+#include <atomic>
+
 #include "monitors/CuvetteHolder.h"
 #include "optics/OpticalLink.h"
 #include "photometer/EmptySink.h"
@@ -17,14 +19,14 @@
 
 namespace fuzz {
 
-/// How often the host has heard what.
+/// How often the host has heard what. Atomic: counted by the readers, read by the target when they have come to rest.
 struct CountingSink final : photometer::EmptySink {
-  int iKeyA = 0;
-  int iKeyB = 0;
-  int iConnected = 0;
-  int iInfo = 0;
+  std::atomic<int> iKeyA = 0;
+  std::atomic<int> iKeyB = 0;
+  std::atomic<int> iConnected = 0;
+  std::atomic<int> iInfo = 0;
   /// Of `OnPumpError`; 0: none.
-  photometer::DWORD dwPumpError = 0;
+  std::atomic<photometer::DWORD> dwPumpError = 0;
 
   void OnSipperKeyA() override { ++iKeyA; }
   void OnSipperKeyB() override { ++iKeyB; }
