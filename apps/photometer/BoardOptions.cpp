@@ -29,6 +29,7 @@ void TakeSpeed(const std::string& text, double& pace) {
 }  // namespace
 
 void BoardOptions::AddTo(CLI::App& app) {
+  pApp = &app;
   app.add_option("--board", boardFile,
                  "Board file of the real instrument (else that of PHOTOMETER_BOARD, else /etc/photometer/board.toml)")
       ->type_name("FILE");

@@ -18,6 +18,8 @@ struct BoardOptions {
   std::string traceFile;
   /// A transcript that is there already is replaced.
   bool bForce = false;
+  /// The command whose options these are, for the head of the transcript; null before `AddTo`.
+  const CLI::App* pApp = nullptr;
 
   // ---- the simulated instrument ----
 

@@ -12,6 +12,7 @@
 
 namespace host {
 
+class ReplayBoard;
 class Workplace;
 
 /// Where a command writes, who may end it, and what it works on.
@@ -27,6 +28,8 @@ struct Console {
   Workplace* pWorkplace = nullptr;
   /// Null: nobody types.
   Input* pInput = nullptr;
+  /// The board of a replayed trace, which counts before the options' board. Null: nothing is replayed.
+  ReplayBoard* pReplay = nullptr;
 };
 
 class Command {

@@ -13,6 +13,7 @@
 #include "LogCommand.h"
 #include "MeasureCommand.h"
 #include "PumpCommand.h"
+#include "ReplayCommand.h"
 #include "ScanCommand.h"
 #include "ScriptCommand.h"
 #include "SettingsCommand.h"
@@ -162,6 +163,15 @@ std::vector<CommandEntry> OtherCommands() {
           "before the instrument is started; it ends with the first line that failed, unless --keep-going is "
           "given, and with that line's exit code.",
           {"photometer run morning.txt", "photometer run morning.txt --keep-going"},
+          false},
+      CommandEntry{
+          "replay",
+          "run a trace again, and tell the first difference",
+          Make<ReplayCommand>,
+          "Runs the command of a file that --trace wrote, in virtual time, against what the file recorded of the "
+          "instrument, and compares what is sent, told and logged. Ends with 20 and the first difference when "
+          "something else comes. Traces of shell, run and external cannot be replayed.",
+          {"photometer replay trouble.trace", "photometer replay trouble.trace --show"},
           false},
       CommandEntry{"board check",
                    "whether everything that the board file names can be used",

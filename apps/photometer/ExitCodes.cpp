@@ -26,6 +26,8 @@ constexpr std::array Entries = {
                   "a self-test or check ran to its end, and found something wrong"},
     ExitCodeEntry{ExitCode::NoPump, "no pump", "the sipper pump of --pump did not answer; nothing was measured"},
     ExitCodeEntry{ExitCode::BoardFaulty, "board faulty", "\"board check\" found something that must be mended"},
+    ExitCodeEntry{ExitCode::TraceDiffers, "trace differs",
+                  "the replayed run differs from its trace, or the trace ends before the run did"},
 };
 
 }  // namespace

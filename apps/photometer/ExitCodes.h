@@ -20,7 +20,8 @@ enum class ExitCode : int {
   OutputFailed = 16,
   CheckFailed = 17,
   NoPump = 18,
-  BoardFaulty = 19
+  BoardFaulty = 19,
+  TraceDiffers = 20
 };
 
 struct ExitCodeEntry {

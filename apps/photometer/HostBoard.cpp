@@ -8,6 +8,7 @@
 
 #include "HostDevice.h"
 #include "OutputFile.h"
+#include "TraceHead.h"
 #include "platform/Platform.h"
 
 namespace host {
@@ -26,18 +27,63 @@ HostBoard::~HostBoard() {
   }
 }
 
-std::string HostBoard::Open(const BoardOptions& options, const photometer::PhotometerParameters& params,
+std::string HostBoard::Open(const BoardOptions& options, const InstrumentOptions& instrument,
                             const std::optional<BoardPort>& port) {
-  std::string complaint = options.bSimulate ? OpenSimulated(options, params) : OpenReal(options, port);
-  if (complaint.empty() && !options.traceFile.empty()) {
-    complaint = OpenTrace(options);
+  std::string complaint = options.bSimulate ? OpenSimulated(options, instrument.Parameters()) : OpenReal(options, port);
+  if (!complaint.empty() || options.traceFile.empty()) {
+    return complaint;
+  }
+  complaint = OpenTrace(options);
+  if (complaint.empty()) {
+    NoteHead(options, instrument);
+    Trace(m_transcript);
   }
   return complaint;
+}
+
+void HostBoard::Take(ReplayBoard& replay) {
+  m_pReplay = &replay;
+  m_strDescription = "replay";
+  MakeCurrent(replay);
+  Trace(replay.Transcript());
+}
+
+void HostBoard::Trace(layer::Transcript& transcript) {
+  m_pTracingBoard = std::make_unique<layer::TracingBoard>(layer::CurrentBoard(), transcript);
+  layer::SetBoard(m_pTracingBoard.get());
+}
+
+void HostBoard::NoteHead(const BoardOptions& options, const InstrumentOptions& instrument) {
+  TraceHead head;
+  head.bVirtual = options.bSimulate;
+  head.ports = m_ports;
+  head.TakeBoard();
+  if (options.pApp != nullptr) {
+    head.TakeCommand(*options.pApp, instrument.SettingsPath());
+  }
+  head.WriteTo(m_transcript, layer::CurrentBoard().GetKernel().GetMicroseconds());
+}
+
+layer::Transcript* HostBoard::Transcript() {
+  if (m_pReplay != nullptr) {
+    return &m_pReplay->Transcript();
+  }
+  return m_pTracingBoard ? &m_transcript : nullptr;
+}
+
+void HostBoard::NoteEnd(ExitCode code) {
+  if (layer::Transcript* pTranscript = Transcript()) {
+    pTranscript->Note(layer::CurrentBoard().GetKernel().GetMicroseconds(), "host",
+                      fmt::format("{}{}", TraceEnd, static_cast<int>(code)));
+  }
 }
 
 std::string HostBoard::OpenSimulated(const BoardOptions& options, const photometer::PhotometerParameters& params) {
   m_pSimulated = std::make_unique<SimulatedInstrument>(options, params);
   m_strDescription = fmt::format("simulated, seed {}", options.seed);
+  for (const BoardPort& port : {OpticalPort, ExternalPort, SipperPort}) {
+    m_ports.emplace_back(port.key);
+  }
   MakeCurrent(m_pSimulated->Board());
   return {};
 }
@@ -55,6 +101,9 @@ std::string HostBoard::OpenReal(const BoardOptions& options, const std::optional
   m_strDescription = options.FilePath();
   MakeCurrent(*m_pPosixBoard);
   const std::string complaint = TryPort(file, OpticalPort);
+  if (complaint.empty() && !options.traceFile.empty()) {
+    ListPorts(file);
+  }
   return complaint.empty() && port ? TryPort(file, *port) : complaint;
 }
 
@@ -71,8 +120,6 @@ std::string HostBoard::OpenTrace(const BoardOptions& options) {
                        std::strerror(errno));
   }
   m_transcript.WriteTo(&m_trace);
-  m_pTracingBoard = std::make_unique<layer::TracingBoard>(layer::CurrentBoard(), m_transcript);
-  layer::SetBoard(m_pTracingBoard.get());
   return {};
 }
 
@@ -97,7 +144,18 @@ std::string HostBoard::TryPort(const layer::BoardFile& file, const BoardPort& po
   return {};
 }
 
+void HostBoard::ListPorts(const layer::BoardFile& file) {
+  for (const BoardPort& port : {OpticalPort, ExternalPort, SipperPort}) {
+    if (TryPort(file, port).empty()) {
+      m_ports.emplace_back(port.key);
+    }
+  }
+}
+
 std::vector<std::string> HostBoard::Faults() const {
+  if (m_pReplay != nullptr) {
+    return m_pReplay->Faults();
+  }
   return m_pSimulated ? m_pSimulated->Faults() : std::vector<std::string>();
 }
 

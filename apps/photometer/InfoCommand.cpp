@@ -15,7 +15,6 @@ namespace {
 
 namespace layer = photometer::platform;
 
-constexpr const char16_t* LampCounterKey = u"\\Veltranometrik";
 constexpr double SecondsPerHour = 3600;
 
 /// A counter of the registry in h, to two decimals; nothing when there is none.

@@ -71,7 +71,7 @@ ExitCode MeasureCommand::Operate(Bench& bench) {
       take);
   m_references.TakeZeros(bench.session.Device(), m_instrument);
   AddReferences();
-  if (m_bDemo) {
+  if (m_bDemo && bench.board.Simulated() != nullptr) {
     AddExpectations(*bench.board.Simulated());
   }
   return code;

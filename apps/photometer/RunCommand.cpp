@@ -113,7 +113,9 @@ ExitCode RunCommand::Run(Console& console) {
     return WriteResults(console, Perform(console, *m_pWorkplace));
   }
   Workplace own(m_board, m_instrument);
-  if (const std::string complaint = own.Open(NeededPort()); !complaint.empty()) {
+  if (console.pReplay != nullptr) {
+    own.Take(*console.pReplay);
+  } else if (const std::string complaint = own.Open(NeededPort()); !complaint.empty()) {
     console.messages << complaint;
     return ExitCode::BadInput;
   }
@@ -211,19 +213,20 @@ ExitCode RunCommand::EmptyHolder(Bench& bench) const {
 
 ExitCode RunCommand::InsertSample(Bench& bench) const {
   Progress& progress = bench.progress;
+  // In the replay of a simulated run it is there by itself.
+  const bool bSimulated = m_board.bSimulate;
   if (SimulatedInstrument* pSimulated = bench.board.Simulated()) {
     DrawsSample() ? pSimulated->OfferSample(m_board.sample) : pSimulated->InsertSample(m_board.sample);
-  } else if (m_dwCuvetteWait == 0) {
+  } else if (!bSimulated && m_dwCuvetteWait == 0) {
     if (!DrawsSample() && bench.session.Device().GetCuvetteState() <= 0) {
       progress.Say("no cuvette is inserted: the empty holder is measured (--wait-for-cuvette SECONDS waits for one)");
     }
     return ExitCode::Success;
-  } else {
+  } else if (!bSimulated) {
     const bool bChange = !DrawsSample() && bench.session.HoldsMeasuredCuvette();
     progress.Say(fmt::format("please {} the {} within {} s", bChange ? "change" : "insert",
                              DrawsSample() ? "flow cuvette" : "cuvette", m_dwCuvetteWait));
   }
-  const bool bSimulated = bench.board.Simulated() != nullptr;
   const DWORD dwSeconds = bSimulated ? SimulatedCuvetteWait : m_dwCuvetteWait;
   // A flow cuvette stays in the holder: the pump brings the next sample.
   const Outcome outcome = bSimulated || DrawsSample() ? bench.session.WaitForCuvette(dwSeconds)

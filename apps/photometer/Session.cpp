@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 
+#include "Trace.h"
+
 namespace host {
 
 namespace layer = photometer::platform;
@@ -43,7 +45,12 @@ struct Session::Waiting {
 };
 
 Session::Session(Progress& progress, const Interrupt& interrupt, layer::Transcript* pTranscript)
-    : m_progress(progress), m_interrupt(interrupt), m_sink(pTranscript), m_pDevice(CreatePhotometer()) {
+    : m_progress(progress),
+      m_interrupt(interrupt),
+      m_pTranscript(pTranscript),
+      m_iNoted(interrupt.Count()),
+      m_sink(pTranscript),
+      m_pDevice(CreatePhotometer()) {
   if (m_pDevice != nullptr) {
     m_pDevice->SetSink(&m_sink);
   }
@@ -63,6 +70,15 @@ void Session::Shutdown() {
     m_pDevice->Shutdown();
     m_bShutDown = true;
   }
+}
+
+int Session::Requests() {
+  const int iCount = m_interrupt.Count();
+  m_iNoted = std::min(m_iNoted, iCount);
+  for (; m_pTranscript != nullptr && m_iNoted < iCount; ++m_iNoted) {
+    m_pTranscript->Note(layer::CurrentBoard().GetKernel().GetMicroseconds(), "host", TraceInterrupt);
+  }
+  return iCount;
 }
 
 bool Session::IsBusy() { return m_pDevice->GetStatus().bBusy != 0; }
@@ -89,7 +105,7 @@ RunEnd Session::StartUp(const photometer::PhotometerParameters& params, const ph
 
 RunEnd Session::WaitForStartUp(layer::HANDLE hStarter, const std::atomic<HRESULT>& hResult) {
   Waiting waiting;
-  while (m_interrupt.Count() == 0) {
+  while (Requests() == 0) {
     Handle(m_sink.Take(SliceMilliseconds), waiting);
     if (layer::WaitForSingleObject(hStarter, 0) != layer::WAIT_OBJECT_0) {
       continue;
@@ -178,7 +194,7 @@ void Session::Handle(const std::vector<HostEvent>& events, Waiting& waiting) {
 }
 
 void Session::FollowInterrupt(Waiting& waiting) {
-  const int iRequests = m_interrupt.Count();
+  const int iRequests = Requests();
   if (iRequests == waiting.iRequests) {
     return;
   }
@@ -199,7 +215,7 @@ Outcome Session::Listen(const EventHandler& handler, const std::function<bool()>
       handler(event);
     }
   };
-  while (m_interrupt.Count() <= iRequests) {
+  while (Requests() <= iRequests) {
     if (!goesOn()) {
       return Outcome::Finished;
     }
@@ -250,7 +266,7 @@ bool Session::HoldsMeasuredCuvette() {
 Outcome Session::WaitUntil(const std::function<bool(photometer::IPhotometer&)>& isReached, DWORD dwSeconds) {
   Waiting waiting;
   waiting.ExpectEnd();
-  while (m_interrupt.Count() == 0) {
+  while (Requests() == 0) {
     if (isReached(*m_pDevice)) {
       return Outcome::Finished;
     }

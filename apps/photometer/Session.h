@@ -105,6 +105,8 @@ class Session {
   struct Waiting;
   void Handle(const std::vector<HostEvent>& events, Waiting& waiting);
   bool IsBusy();
+  /// How often a person has asked to end what runs; each is noted in the transcript.
+  int Requests();
   RunEnd WaitForStartUp(photometer::platform::HANDLE hStarter, const std::atomic<HRESULT>& hResult);
   void FollowInterrupt(Waiting& waiting);
   /// Waits until the run is over. Something is returned when it was ended by a shutdown.
@@ -112,6 +114,8 @@ class Session {
 
   Progress& m_progress;
   const Interrupt& m_interrupt;
+  photometer::platform::Transcript* m_pTranscript;
+  int m_iNoted;
   EventSink m_sink;
   photometer::IPhotometer* m_pDevice;
   bool m_bShutDown = true;

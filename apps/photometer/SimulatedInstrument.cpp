@@ -3,6 +3,7 @@
 #include "../common/FaultText.h"
 #include "../common/SampleName.h"
 #include "DefectName.h"
+#include "HostBoard.h"
 
 namespace host {
 
@@ -13,7 +14,6 @@ constexpr std::uint32_t BounceMilliseconds = 8;
 // Its lamps are not new: 412.5 h and 96.25 h.
 constexpr photometer::DWORD HalogenSeconds = 1'485'000;
 constexpr photometer::DWORD DeuteriumSeconds = 346'500;
-constexpr const char16_t* LampCounterKey = u"\\Veltranometrik";
 
 simulator::OpticalUnitSettings UnitSettings(const BoardOptions& options,
                                             const photometer::PhotometerParameters& params) {

@@ -5,7 +5,7 @@
 namespace host {
 
 std::string Workplace::Open(const std::optional<BoardPort>& port) {
-  const std::string complaint = m_board.Open(m_boardOptions, m_instrumentOptions.Parameters(), port);
+  const std::string complaint = m_board.Open(m_boardOptions, m_instrumentOptions, port);
   return complaint.empty() ? complaint : "photometer: " + complaint + "\nNothing was started.\n";
 }
 
@@ -53,6 +53,7 @@ ExitCode Workplace::Close(Console& console, ExitCode code) {
     console.messages << "internal fault: " << fault << "\n";
     code = ExitCode::InternalFault;
   }
+  m_board.NoteEnd(code);
   const bool bGood = code == ExitCode::Success || code == ExitCode::CheckFailed;
   if (m_board.CloseTrace()) {
     return code;

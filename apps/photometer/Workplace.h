@@ -33,6 +33,8 @@ class Workplace {
   /// Makes the board, which must have this port, if one is given, beside the optical unit's. Returns what is wrong,
   /// with "nothing was started"; empty when it stands.
   std::string Open(const std::optional<BoardPort>& port = std::nullopt);
+  /// In place of `Open`, for a replay.
+  void Take(ReplayBoard& replay) { m_board.Take(replay); }
   /// Makes the device, if that has not been done. False, with a message: there is none.
   bool MakeSession(Console& console);
   /// Only after `MakeSession`.

@@ -42,6 +42,7 @@ TEST(CommandTable, ExamplesWork) {
   const std::filesystem::path before = std::filesystem::current_path();
   std::filesystem::current_path(folder.Path());
   std::ofstream("morning.txt") << "turbidity\n";
+  ASSERT_EQ(Speak({"measure", "--demo", "--trace", "trouble.trace"}).code, ExitCode::Success);
   for (const CommandEntry& entry : Commands()) {
     EXPECT_FALSE(entry.description.empty()) << entry.name;
     EXPECT_FALSE(entry.examples.empty()) << entry.name;

@@ -106,8 +106,8 @@ TEST(PumpRuns, APumpThatIsNotThereIsWaitedForInVainAndForAShortTime) {
     instrument.AddTo(app);
     app.parse(std::string("--zeros 525 --pump ") + pump);
     instrument.Check();
-    photometer::PhotometerParameters withoutPump = instrument.Parameters();
-    withoutPump.dwOperatingMode = 0;
+    InstrumentOptions withoutPump;
+    withoutPump.Check();
     ASSERT_EQ(board.Open(options, withoutPump), "");
     std::ostringstream messages;
     Progress progress(messages, false);

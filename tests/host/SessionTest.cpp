@@ -23,7 +23,7 @@ class Bench {
     options.bSimulate = true;
     m_instrument.Check();
     m_instrument.ProposeZeros({436, 525});
-    EXPECT_EQ(m_board.Open(options, m_instrument.Parameters()), "");
+    EXPECT_EQ(m_board.Open(options, m_instrument), "");
   }
   ~Bench() {
     for (photometer::platform::HANDLE hPerson : m_people) {

@@ -1,0 +1,162 @@
+#include "ReplayCommand.h"
+
+#include <algorithm>
+#include <array>
+#include <sstream>
+
+#include <fmt/format.h>
+
+#include "InputFile.h"
+#include "ReplayBoard.h"
+#include "ScratchFolder.h"
+#include "logging/LogFiles.h"
+
+namespace host {
+
+namespace {
+
+// A scan of the whole range at the finest step, with its blank, has a tenth of it.
+constexpr std::size_t GreatestTrace = 256U << 20;
+constexpr std::size_t LinesAround = 4;
+
+/// What was typed or read while they ran stands in no trace.
+constexpr std::array<std::string_view, 4> Interactive = {"shell", "run", "external", "replay"};
+
+/// Nothing: the command cannot be run again.
+const CommandEntry* FindReplayable(const std::string& name) {
+  const CommandEntry* pEntry = FindCommand(name);
+  const bool bInteractive = std::find(Interactive.begin(), Interactive.end(), name) != Interactive.end();
+  const bool bTraced = pEntry != nullptr && !bInteractive &&
+                       CommandCall(*pEntry, nullptr).App().get_option_no_throw("--trace") != nullptr;
+  return bTraced ? pEntry : nullptr;
+}
+
+std::vector<std::string> Arguments(const TraceHead& head, const ScratchFolder& folder) {
+  std::vector<std::string> arguments;
+  for (const auto& [name, value] : head.options) {
+    arguments.push_back(name.empty() ? value : fmt::format("{}={}", name, value));
+  }
+  if (!head.strSettings.empty()) {
+    arguments.push_back("--settings=" + folder.Write("settings.cfg", head.strSettings));
+  }
+  if (!head.strBlank.empty()) {
+    arguments.push_back("--blank=" + folder.Write("blank", head.strBlank));
+  }
+  return arguments;
+}
+
+}  // namespace
+
+void ReplayCommand::AddOptions(CLI::App& app) {
+  app.add_option("trace", m_strFile, "File that --trace wrote")->type_name("FILE")->required();
+  app.add_flag("--times", m_bTimes, "Also compare the times, of a simulated run: it repeats to the microsecond");
+  app.add_flag("--show", m_bShow, "Show progress and results of the replayed command");
+}
+
+void ReplayCommand::Complain(const std::string& complaint) const {
+  throw CLI::ValidationError(m_strFile + ":" + complaint);
+}
+
+void ReplayCommand::Check() {
+  const InputText input = LoadInput(m_strFile, GreatestTrace);
+  if (!input.complaint.empty()) {
+    throw CLI::ValidationError(input.complaint);
+  }
+  auto trace = Trace::Read(input.text);
+  if (const auto* pComplaint = std::get_if<std::string>(&trace)) {
+    Complain(*pComplaint);
+  }
+  m_trace = std::get<Trace>(std::move(trace));
+  auto head = TraceHead::Read(*m_trace);
+  if (const auto* pComplaint = std::get_if<std::string>(&head)) {
+    Complain(*pComplaint);
+  }
+  m_head = std::get<TraceHead>(std::move(head));
+  if (FindReplayable(m_head.strCommand) == nullptr) {
+    Complain(
+        fmt::format("1: a trace of \"{}\" cannot be replayed: it does not hold what was typed; give one of a "
+                    "command that measures or attends by itself",
+                    m_head.strCommand));
+  }
+  if (m_bTimes && !m_head.bVirtual) {
+    throw CLI::ValidationError("--times", "is for the trace of a simulated run; leave it out");
+  }
+}
+
+ExitCode ReplayCommand::Run(Console& console) {
+  const ScratchFolder folder;
+  CommandCall call(*FindReplayable(m_head.strCommand), nullptr);
+  if (const std::string complaint = call.Parse(Arguments(m_head, folder)); !complaint.empty()) {
+    console.messages << fmt::format("photometer: {}:1: the command of the trace cannot be run: {}\n", m_strFile,
+                                    complaint);
+    return ExitCode::BadInput;
+  }
+  std::string lines;
+  if (const ExitCode code = Replay(console, call, lines); code != ExitCode::Success) {
+    return code;
+  }
+  const auto replay = Trace::Read(lines);
+  if (const auto* pComplaint = std::get_if<std::string>(&replay)) {
+    console.messages << "internal fault: the replay's own trace: " << *pComplaint << "\n";
+    return ExitCode::InternalFault;
+  }
+  return Report(console, std::get<Trace>(replay));
+}
+
+ExitCode ReplayCommand::Replay(Console& console, CommandCall& call, std::string& lines) const {
+  Interrupt interrupt;
+  ReplayBoard board(*m_trace, m_head, interrupt, console.interrupt);
+  std::ostringstream nowhere;
+  Console replayed{m_bShow ? console.results : nowhere, m_bShow ? console.messages : nowhere, false, interrupt};
+  replayed.pReplay = &board;
+  call.Run(replayed);
+  for (const std::string& line : board.Transcript().Lines()) {
+    lines += line + '\n';
+  }
+  if (console.interrupt.Count() > 0) {
+    console.messages << "the replay was ended\n";
+    return ExitCode::Cancelled;
+  }
+  for (const std::string& fault : board.Faults()) {
+    console.messages << "internal fault: " << fault << "\n";
+  }
+  return board.Faults().empty() ? ExitCode::Success : ExitCode::InternalFault;
+}
+
+ExitCode ReplayCommand::Report(Console& console, const Trace& replay) const {
+  const std::size_t nLines = m_trace->Lines().size();
+  std::string library;
+  photometer::GetLibraryVersionText(&library);
+  if (library != m_head.strLibrary) {
+    console.messages << fmt::format("recorded with library {}, replayed with {}\n", m_head.strLibrary, library);
+  }
+  if (const auto difference = Compare(*m_trace, replay, m_bTimes ? Comparison::Times : Comparison::Order)) {
+    Tell(console, *difference);
+    return ExitCode::TraceDiffers;
+  }
+  if (!m_trace->IsComplete()) {
+    console.results << fmt::format(
+        "{}:{}: the trace ends here, before the run: the program did not survive, or the file is no whole copy. Until "
+        "here the replay is the same.\n",
+        m_strFile, nLines);
+    return ExitCode::TraceDiffers;
+  }
+  console.results << fmt::format("{}: the same, {} lines of \"{}\"\n", m_strFile, nLines, m_head.strCommand);
+  return ExitCode::Success;
+}
+
+void ReplayCommand::Tell(Console& console, const TraceDifference& difference) const {
+  const std::vector<TraceLine>& lines = m_trace->Lines();
+  const std::size_t nLine = difference.nLine == 0 ? lines.size() : difference.nLine;
+  console.results << fmt::format("{}:{}: the replay differs\n", m_strFile, nLine);
+  console.results << "  expected  " << (difference.expected.empty() ? "nothing more" : difference.expected) << "\n";
+  console.results << "  came      " << (difference.came.empty() ? "nothing" : difference.came) << "\n";
+  console.results << "The trace around it:\n";
+  const std::size_t nFirst = nLine - std::min(nLine - 1, LinesAround);
+  for (std::size_t i = nFirst; i <= std::min(nLine + LinesAround, lines.size()); ++i) {
+    console.results << fmt::format("{} {:>6}  {}\n", i == difference.nLine ? '>' : ' ', i, ShowTraceLine(lines[i - 1]));
+  }
+  console.results << std::flush;
+}
+
+}  // namespace host

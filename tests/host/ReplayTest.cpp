@@ -1,0 +1,178 @@
+#include <fstream>
+#include <sstream>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "Trace.h"
+#include "TraceComparison.h"
+#include "TraceHead.h"
+#include "host/Spoken.h"
+#include "host/TemporaryFolder.h"
+
+namespace host {
+namespace {
+
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
+using Words = std::vector<std::string>;
+
+std::string TextOf(const std::string& path) {
+  std::ostringstream text;
+  text << std::ifstream(path).rdbuf();
+  return text.str();
+}
+
+std::string Replaced(std::string text, const std::string& from, const std::string& to) {
+  const std::size_t nAt = text.find(from);
+  EXPECT_NE(nAt, std::string::npos) << from;
+  return nAt == std::string::npos ? text : text.replace(nAt, from.size(), to);
+}
+
+/// Lines without a time, each as a line of a trace at 1 ms.
+Trace TraceOf(const std::vector<std::string>& lines) {
+  std::string text;
+  for (const std::string& line : lines) {
+    text += "1.000\t" + line + "\n";
+  }
+  return std::get<Trace>(Trace::Read(text));
+}
+
+TEST(Trace, LinesAreTakenApart) {
+  const auto trace = std::get<Trace>(Trace::Read("12.034\tCOM2>\t$a\\x5C\\x0D\n0.000\tsink\t\n"));
+  const TraceLine& line = trace.Lines().front();
+  EXPECT_EQ(line.nMicroseconds, 12'034U);
+  EXPECT_EQ(line.text, "$a\\\r");
+  EXPECT_TRUE(line.IsWrite());
+  EXPECT_EQ(line.Port(), "COM2");
+  EXPECT_FALSE(trace.IsComplete());
+}
+
+TEST(Trace, AWrongLineIsNamed) {
+  constexpr struct {
+    std::string_view text;
+    const char* complaint;
+  } Cases[] = {
+      {"", "1: the file is empty"},
+      {"0.000\tsink\ta\n0.000\tsi", "2: the line is cut off"},
+      {"0.000 sink a\n", "1: \"0.000 sink a\" is not"},
+      {"0.00\tsink\ta\n", "1: the time \"0.00\""},
+      {"-1.000\tsink\ta\n", "1: the time"},
+      {"99999999999999999999.000\tsink\ta\n", "1: the time"},
+      {"2678400001.000\tsink\ta\n", "1: the time"},
+      {"0.000\tCOM12>\ta\n", "1: there is no channel \"COM12>\""},
+      {"0.000\tsink\t\\x0\n", "1: the text has a byte"},
+      {"0.000\tsink\t\x80\n", "1: the text has a byte"},
+  };
+  for (const auto& [text, complaint] : Cases) {
+    const auto read = Trace::Read(text);
+    ASSERT_TRUE(std::holds_alternative<std::string>(read)) << text;
+    EXPECT_THAT(std::get<std::string>(read), StartsWith(complaint));
+  }
+}
+
+TEST(TraceComparison, FindsTheFirstDifferenceAndPassesOverJitter) {
+  const std::vector<std::string> lines = {"COM2>\t$a", "sink\tOnNotify 1 2 3", "sink\tOnCuvetteChanged 10",
+                                          "log\t24.11.2026 14:25:20 |  [Timer] a", "host\tend 0"};
+  const auto with = [&lines](std::size_t i, const std::string& line) {
+    std::vector<std::string> changed = lines;
+    changed[i] = line;
+    return changed;
+  };
+  const struct {
+    const char* what;
+    std::vector<std::string> replay;
+    std::optional<std::size_t> line;
+  } cases[] = {
+      {"the same", lines, std::nullopt},
+      {"another thread's callback first", {lines[0], lines[2], lines[1], lines[3], lines[4]}, std::nullopt},
+      {"another time stamp", with(3, "log\t01.01.2030 00:00:00 |  [Timer] a"), std::nullopt},
+      {"other blocks read", {lines[0], "COM2<\tx", lines[1], lines[2], lines[3], lines[4]}, std::nullopt},
+      {"other bytes sent", with(0, "COM2>\t$b"), 1},
+      {"another value told", with(1, "sink\tOnNotify 1 2 4"), 2},
+      {"another log line", with(3, "log\t24.11.2026 14:25:20 |  [Timer] b"), 4},
+      {"another exit code", with(4, "host\tend 11"), 5},
+      {"a line less", {lines[0], lines[1], lines[3], lines[4]}, 3},
+      {"a line more", {lines[0], lines[0], lines[1], lines[2], lines[3], lines[4]}, 0},
+  };
+  for (const auto& one : cases) {
+    const auto difference = Compare(TraceOf(lines), TraceOf(one.replay), Comparison::Order);
+    EXPECT_EQ(difference ? std::optional(difference->nLine) : std::nullopt, one.line) << one.what;
+  }
+  const auto swapped = TraceOf({lines[0], lines[2], lines[1], lines[3], lines[4]});
+  EXPECT_EQ(Compare(TraceOf(lines), swapped, Comparison::Times)->nLine, 2U);
+  // A trace that ends early says nothing of what comes later.
+  EXPECT_FALSE(Compare(TraceOf({lines[0]}), TraceOf(lines), Comparison::Order));
+}
+
+/// A simulated run is the same again to the microsecond, without the simulated instrument.
+TEST(Replay, SimulatedRunsRepeat) {
+  const Words calls[] = {
+      {"measure", "--wavelengths", "260,525", "--zeros", "525"},
+      {"measure", "--demo"},
+      {"scan", "--from", "500", "--to", "520"},
+      {"kinetics", "--wavelength", "525", "--every", "20s", "--for", "1min"},
+      {"turbidity"},
+      {"check", "wavelength"},
+      {"check", "system"},
+      {"test", "wavelength"},
+      {"flush", "--pump", "zq420", "--time", "3s"},
+      {"flush", "--pump", "zq410"},
+      {"measure", "--wavelengths", "525", "--pump", "zq410", "--pump-time", "3"},
+      {"measure", "--wavelengths", "525", "--pump", "zq420", "--pump-fault", "error:s:count=2"},
+      {"info", "--pump", "zq410"},
+      {"lamp", "uv", "off"},
+      {"watch", "--for", "30s", "--happens", "5s:insert"},
+  };
+  const TemporaryFolder folder;
+  for (Words words : calls) {
+    const std::string name = testing::PrintToString(words);
+    const std::string path = folder.Path() / "run.trace";
+    words.insert(words.end(), {"--simulate", "--trace", path});
+    std::filesystem::remove(path);
+    const Spoken recorded = Speak(words);
+    ASSERT_TRUE(std::filesystem::exists(path)) << name << recorded.messages;
+    const Spoken replayed = Speak({"replay", path, "--times"});
+    EXPECT_EQ(replayed.code, ExitCode::Success) << name << replayed.results << replayed.messages;
+  }
+}
+
+TEST(Replay, TellsWhereTheRunLeavesItsTrace) {
+  const TemporaryFolder folder;
+  const std::string path = folder.Path() / "run.trace";
+  const std::string settings = folder.Path() / "settings.cfg";
+  ASSERT_EQ(Speak({"settings", "init", settings}).code, ExitCode::Success);
+  ASSERT_EQ(Speak({"measure", "--wavelengths", "525", "--simulate", "--settings", settings, "--trace", path}).code,
+            ExitCode::Success);
+  std::filesystem::remove(settings);
+  const std::string text = TextOf(path);
+  const std::string end = text.substr(text.rfind('\n', text.size() - 2) + 1);
+  const struct {
+    const char* what;
+    std::string text;
+    ExitCode code;
+    const char* said;
+  } cases[] = {
+      {"itself, without its files", text, ExitCode::Success, "the same"},
+      {"another command", Replaced(text, "$r1\\x0D", "$r7\\x0D"), ExitCode::TraceDiffers, "$r7\\x0D"},
+      {"another answer", Replaced(text, "KESTRA-UV 2.14", "KESTRA-UV 2.15"), ExitCode::TraceDiffers, "2.15"},
+      {"another end", Replaced(text, "host\tend 0", "host\tend 11"), ExitCode::TraceDiffers, "end 11"},
+      {"no end", Replaced(text, end, ""), ExitCode::TraceDiffers, "the trace ends here, before the run"},
+      {"half of it", text.substr(0, text.find('\n', text.size() / 2) + 1), ExitCode::TraceDiffers, "ends here"},
+      {"no head", text.substr(text.find('\n') + 1), ExitCode::BadInput, "run.trace:1: the trace does not begin"},
+      {"another form", Replaced(text, "trace 1", "trace 2"), ExitCode::BadInput, "run.trace:1: \"trace 2\" cannot"},
+      {"a file's name", Replaced(text, "option --wavelengths", "option --output"), ExitCode::BadInput, "--output"},
+      {"no option", Replaced(text, "option --wavelengths", "option --wavelengthz"), ExitCode::BadInput, "wavelengthz"},
+      {"a shell", Replaced(text, "command measure", "command shell"), ExitCode::BadInput, "cannot be replayed"},
+      {"cut off", text.substr(0, text.size() - 1), ExitCode::BadInput, "the line is cut off"},
+  };
+  for (const auto& one : cases) {
+    std::ofstream(path) << one.text;
+    const Spoken spoken = Speak({"replay", path});
+    EXPECT_EQ(spoken.code, one.code) << one.what << "\n" << spoken.results << spoken.messages;
+    EXPECT_THAT(spoken.results + spoken.messages, HasSubstr(one.said)) << one.what;
+  }
+}
+
+}  // namespace
+}  // namespace host
