@@ -371,8 +371,6 @@ void Host::StartAgain() {
     return;
   }
   Perform({"set-sink", {1}, {}}, false);
-  // What the host itself has begun to write would be the beginning of the next command.
-  Perform({"write-optical", {}, "\r"}, false);
   std::vector<double> blanks;
   for (const MeasureValue& value : Measure(Property, {AgainWavelength})) {
     blanks.push_back(value.dValue / value.dValueRef);

@@ -182,7 +182,7 @@ void DrawPumpParameters(Draw& draw, const Profile& /*profile*/, Clause* pClause)
 
 void DrawOpticalBytes(Draw& draw, const Profile& /*profile*/, Clause* pClause) {
   constexpr std::array<const char*, 4> Texts{"$v\r", "$ \r", "$q9\r", "\r"};
-  pClause->bytes = draw.OneIn(3) ? draw.Bytes(16) : Texts[draw.Below(Texts.size())];
+  pClause->bytes = draw.OneIn(3) ? draw.Bytes(16) + (draw.OneIn(2) ? "\r" : "") : Texts[draw.Below(Texts.size())];
 }
 
 void DrawBytes(Draw& draw, const Profile& /*profile*/, Clause* pClause) { pClause->bytes = draw.Bytes(40); }

@@ -300,9 +300,20 @@ Finding RightRequest(const Evidence& evidence) {
 /// These may be written at any time: switching off, and what the host sends itself.
 constexpr std::string_view AtAnyTime = "rdhf vq";
 
+/// After so much silence a command is given up, and what the unit is still at may overlap with the next, µs.
+constexpr std::uint64_t GivenUpAfter = 60'000'000;
+
 Finding OneAfterAnother(const Evidence& evidence) {
+  std::uint64_t nBefore = 0;
   for (const Event& event : evidence.ledger.Events()) {
-    const bool bEarly = event.kind == EventKind::OpticalCommand && (event.c & Early) != 0;
+    if (event.kind != EventKind::OpticalCommand) {
+      continue;
+    }
+    const bool bEarly = (event.c & Early) != 0;
+    if (bEarly && event.nTime - nBefore >= GivenUpAfter) {
+      return std::nullopt;
+    }
+    nBefore = event.nTime;
     if (evidence.bLineSound && bEarly && AtAnyTime.find(static_cast<char>(event.a)) == std::string_view::npos) {
       return event.name + " was sent at " + std::to_string(event.nTime / 1000) +
              " ms, while the unit was at an earlier command";

@@ -39,6 +39,12 @@ simulator::SipperZQ410Settings ZQ410Settings() {
   return settings;
 }
 
+bool HostWritesHalfALine(const Plan& plan) {
+  return std::ranges::any_of(plan.steps, [](const Step& step) {
+    return step.operation.name == "write-optical" && !step.operation.bytes.ends_with('\r');
+  });
+}
+
 platform::VirtualBoardOptions BoardOptions(const Profile& profile, const platform::VirtualBoardOptions& given) {
   platform::VirtualBoardOptions options = given;
   options.startTick = profile.dwStartTick;
@@ -183,11 +189,7 @@ void World::EndFaults() {
 }
 
 bool World::IsLineSound() const {
-  // What the host begins and does not end becomes the beginning of the device's next command.
-  const bool bHostWrites = std::ranges::any_of(plan.steps, [](const Step& step) {
-    return step.operation.name == "write-optical" && !step.operation.bytes.ends_with('\r');
-  });
-  return !bHostWrites && std::ranges::none_of(plan.faults, [](const Clause& fault) {
+  return !HostWritesHalfALine(plan) && std::ranges::none_of(plan.faults, [](const Clause& fault) {
     const auto what = static_cast<Failing>(fault.Count(1));
     return fault.name == "unit-answer" || fault.name == "unit-off" || fault.name == "unasked" ||
            fault.name == "flood" || fault.name == "unplug" || (fault.name == "fail" && what == Failing::Writes);
@@ -195,8 +197,9 @@ bool World::IsLineSound() const {
 }
 
 bool World::WasUnitLost() const {
-  return std::ranges::any_of(plan.faults,
-                             [](const Clause& fault) { return fault.name == "unit-off" || fault.name == "unplug"; });
+  return HostWritesHalfALine(plan) || std::ranges::any_of(plan.faults, [](const Clause& fault) {
+           return fault.name == "unit-off" || fault.name == "unplug";
+         });
 }
 
 void World::Heal() {

@@ -61,9 +61,10 @@ class World {
   void StartFaults();
   /// No fault begins any more, and those that have begun end.
   void EndFaults();
-  /// The optical unit and its line are as they should be throughout, but for lamps.
+  /// The optical unit and its line are as they should be throughout, but for lamps, and the host writes whole lines.
   [[nodiscard]] bool IsLineSound() const;
-  /// The unit was without power or its port was gone: what the device knows of it is wrong until the next start-up.
+  /// The unit was without power, its port was gone, or the host wrote half a line, whose "error" comes in place of the
+  /// next command's answer: what the device knows of the unit may be wrong until the next start-up.
   [[nodiscard]] bool WasUnitLost() const;
   /// No fault begins any more, and those that have begun end; everything is plugged in, switched on and empty.
   void Heal();

@@ -19,6 +19,7 @@ struct Told {
   const char* name;
   std::int64_t a = 0;
   std::int64_t b = 0;
+  std::int64_t c = 0;
 };
 
 constexpr Told Started{EventKind::Callback, "OnNotify", 7, 25};
@@ -30,6 +31,7 @@ constexpr Told Written{EventKind::ErrorRecord, "record"};
 constexpr Told PumpFailed{EventKind::PumpFailed, "pump", 512};
 constexpr Told LampOn{EventKind::OpticalCommand, "$h1", 'h', 1};
 constexpr Told LampOff{EventKind::OpticalCommand, "$h0", 'h', 0};
+constexpr Told MoveTooEarly{EventKind::OpticalCommand, "$M5", 'M', 5, 1 + Early};
 constexpr Told PortGone{EventKind::OpticalPort, "optical port", 0};
 
 /// The first property that a host's call `operation`, answered by 0, breaks, when its thread does all this.
@@ -44,7 +46,7 @@ std::string Broken(const char* operation, const char* thread, const std::vector<
     ledger.EndCall(ledger.BeginCall("cancel", false), "cancel", 0);
   }
   for (const Told& one : told) {
-    ledger.Note(one.kind, one.name, one.a, one.b);
+    ledger.Note(one.kind, one.name, one.a, one.b, one.c);
   }
   ledger.Note(EventKind::ThreadEnds, thread, bLampLit ? 1 : 0);
   const std::vector<Violation> violations = Judge({ledger, FindRuns(ledger), {}, {}, true});
@@ -78,6 +80,8 @@ TEST(Properties, OfTheEndsOfARun) {
       {"measure", "Measure", {LampOn, Started, Finished}, false, "halogen lamp off"},
       {"measure", "Measure", {LampOn, Started, Finished, LampOff}, false, ""},
       {"measure", "Measure", {LampOn, PortGone, Started, Finished}, false, ""},
+      {"measure", "Measure", {MoveTooEarly, Started, Finished}, false, "one after another"},
+      {"uv-lamp", "WarmUpProc", {Error, Written, Error}, false, "one error"},
       {"measure", "ScanProc", {Started, Finished}, false, "one thread for each start"},
       {"flush", "FlushProc", {}, false, "one end of a flush"},
       {"initialize", "InitProc", {{EventKind::Callback, "OnNotify", 0, 39}}, false, "one end of a start-up"},
