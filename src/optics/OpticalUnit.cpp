@@ -81,7 +81,12 @@ DWORD OpticalUnit::ReleaseMonochromator() { return SendAlways(RELEASE); }
 DWORD OpticalUnit::SetMirror(DWORD dwPosition) {
   m_State.SetLastCommand(MIRROR.name);
   const bool bHasMirror = m_State.Lock()->m_Params.bUV != 0;
-  return bHasMirror ? Execute(MIRROR, Number(dwPosition)) : 0;
+  const DWORD dwResult = bHasMirror ? Execute(MIRROR, Number(dwPosition)) : 0;
+  if (dwResult != 0 && dwPosition == 0) {
+    // Parked all the same, perhaps: nobody looks at the result of a closing command, and the next path has to be sent.
+    m_State.Lock()->m_Cache[CacheEntry::Mirror] = UNKNOWN;
+  }
+  return dwResult;
 }
 
 DWORD OpticalUnit::SetHalogenLamp(BOOL bOn, BOOL bHighPower) {

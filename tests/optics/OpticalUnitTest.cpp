@@ -181,13 +181,15 @@ TEST(OpticalUnit, StateAfterAMotionOrALightingThatFailed) {
       {"$M3000", [](U& u) { return u.MoveMonochromator(3000); }, error, Entry::MonochromatorPosition, 0},
       {"$z", [](U& u) { return u.SetHomePosition(); }, silence, Entry::MonochromatorPosition, UNKNOWN},
       {"$z", [](U& u) { return u.SetHomePosition(); }, error, Entry::MonochromatorPosition, 0},
+      {"$r0", [](U& u) { return u.SetMirror(0); }, silence, Entry::Mirror, UNKNOWN},
+      {"$r2", [](U& u) { return u.SetMirror(2); }, silence, Entry::Mirror, 1},
       {"$h2", [](U& u) { return u.SetHalogenLamp(TRUE, TRUE); }, silence, Entry::HalogenLamp, UNKNOWN},
       {"$h2", [](U& u) { return u.SetHalogenLamp(TRUE, TRUE); }, tooLong, Entry::HalogenLamp, UNKNOWN},
       {"$h2", [](U& u) { return u.SetHalogenLamp(TRUE, TRUE); }, error, Entry::HalogenLamp, UNKNOWN},
   };
   for (const auto& c : cases) {
     Optics optics;
-    optics.Cache(c.entry, 0);
+    optics.Cache(c.entry, c.entry == Entry::Mirror ? 1 : 0);
     optics.device.Script(c.command, c.answer);
     EXPECT_NE(c.run(optics.unit), 0U);
     EXPECT_EQ(optics.Cached(c.entry), c.iCached) << c.command;
