@@ -55,11 +55,13 @@ class Exploration::Worker {
       return std::nullopt;
     }
     Finding finding{Box().nSeed, {Box().property, Box().text}};
-    if (!WIFEXITED(iStatus) || WEXITSTATUS(iStatus) != 1) {
+    // A sanitizer ends the process by 1, too, and leaves no property.
+    if (!WIFEXITED(iStatus) || WEXITSTATUS(iStatus) != 1 || finding.violation.property.empty()) {
       const bool bSilent = WIFSIGNALED(iStatus) && WTERMSIG(iStatus) == SIGALRM;
       finding.violation = {"no crash", bSilent                ? "the run does not end"
                                        : WIFSIGNALED(iStatus) ? std::string("signal: ") + strsignal(WTERMSIG(iStatus))
-                                                              : "the board gave the run up"};
+                                       : WEXITSTATUS(iStatus) == 1 ? "the process ended by itself"
+                                                                   : "the board gave the run up"};
     }
     m_nNext = finding.seed + m_options.nJobs;
     return finding;
