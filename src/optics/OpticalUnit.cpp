@@ -82,8 +82,8 @@ DWORD OpticalUnit::SetMirror(DWORD dwPosition) {
   m_State.SetLastCommand(MIRROR.name);
   const bool bHasMirror = m_State.Lock()->m_Params.bUV != 0;
   const DWORD dwResult = bHasMirror ? Execute(MIRROR, Number(dwPosition)) : 0;
-  if (dwResult != 0 && dwPosition == 0) {
-    // Parked all the same, perhaps: nobody looks at the result of a closing command, and the next path has to be sent.
+  if (dwResult != 0) {
+    // Turned all the same, perhaps: nobody looks at the result of a closing command, and the next path has to be sent.
     m_State.Lock()->m_Cache[CacheEntry::Mirror] = UNKNOWN;
   }
   return dwResult;

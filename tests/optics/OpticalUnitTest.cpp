@@ -182,7 +182,7 @@ TEST(OpticalUnit, StateAfterAMotionOrALightingThatFailed) {
       {"$z", [](U& u) { return u.SetHomePosition(); }, silence, Entry::MonochromatorPosition, UNKNOWN},
       {"$z", [](U& u) { return u.SetHomePosition(); }, error, Entry::MonochromatorPosition, 0},
       {"$r0", [](U& u) { return u.SetMirror(0); }, silence, Entry::Mirror, UNKNOWN},
-      {"$r2", [](U& u) { return u.SetMirror(2); }, silence, Entry::Mirror, 1},
+      {"$r2", [](U& u) { return u.SetMirror(2); }, error, Entry::Mirror, UNKNOWN},
       {"$h2", [](U& u) { return u.SetHalogenLamp(TRUE, TRUE); }, silence, Entry::HalogenLamp, UNKNOWN},
       {"$h2", [](U& u) { return u.SetHalogenLamp(TRUE, TRUE); }, tooLong, Entry::HalogenLamp, UNKNOWN},
       {"$h2", [](U& u) { return u.SetHalogenLamp(TRUE, TRUE); }, error, Entry::HalogenLamp, UNKNOWN},
