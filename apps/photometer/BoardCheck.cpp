@@ -9,6 +9,7 @@
 #include <fmt/format.h>
 
 #include "HostDevice.h"
+#include "LampCounters.h"
 #include "platform/Platform.h"
 #include "platform/posix/PosixPins.h"
 #include "platform/posix/PosixRegistry.h"
@@ -143,8 +144,8 @@ void CheckRegistry(const layer::BoardFile& file, Findings& findings) {
     return;
   }
   layer::PosixRegistry registry(file.registryFile);
-  const layer::HANDLE hKey = registry.OpenKey(u"\\Veltranometrik");
-  for (const char16_t* name : {u"HalLamp", u"UVLamp"}) {
+  const layer::HANDLE hKey = registry.OpenKey(LampCounterKey);
+  for (const char16_t* name : {HalogenCounter, DeuteriumCounter}) {
     const auto value = hKey == layer::INVALID_HANDLE_VALUE ? std::nullopt : registry.QueryValue(hKey, name);
     const std::string counter = layer::ToUtf8(name);
     findings.push_back(value ? BoardFinding{BoardState::Works,

@@ -30,9 +30,6 @@ struct BoardPort {
 inline constexpr BoardPort ExternalPort{u"COM1:", "COM1", "the external port"};
 inline constexpr BoardPort SipperPort{u"COM6:", "COM6", "the pump ZQ-420"};
 
-/// Registry key of the lamp counters.
-inline constexpr const char16_t* LampCounterKey = u"\\Veltranometrik";
-
 class HostBoard {
  public:
   HostBoard() = default;

@@ -4,6 +4,7 @@
 
 #include "ErrorTexts.h"
 #include "EventText.h"
+#include "LampCounters.h"
 #include "PumpIntake.h"
 #include "PumpState.h"
 #include "logging/LogFiles.h"
@@ -70,8 +71,8 @@ void InfoCommand::AddInstrument(photometer::IPhotometer& device) {
 }
 
 void InfoCommand::AddLamps(photometer::IPhotometer& device) {
-  m_rows.push_back({"halogen lamp hours", LampHours(u"HalLamp"), "h"});
-  m_rows.push_back({"deuterium lamp hours", LampHours(u"UVLamp"), "h"});
+  m_rows.push_back({"halogen lamp hours", LampHours(HalogenCounter), "h"});
+  m_rows.push_back({"deuterium lamp hours", LampHours(DeuteriumCounter), "h"});
   const bool bUV = m_instrument.Parameters().bUV != 0;
   m_rows.push_back({"deuterium lamp", bUV ? LampText(device.GetUVLampState()) : std::string("none"), ""});
 }

@@ -4,8 +4,9 @@
 #include <map>
 
 #include "CueSheet.h"
-#include "HostBoard.h"
+#include "LampCounters.h"
 #include "RecordedPort.h"
+#include "SimulatedInstrument.h"
 #include "platform/Forwarding.h"
 #include "platform/Platform.h"
 #include "platform/virtual/FirstComePolicy.h"
@@ -170,9 +171,7 @@ struct ReplayBoard::Parts {
     if (cues.HasPins()) {
       board.PlugPins(&cues);
     }
-    for (const char16_t* folder : {u"\\NANDFlash\\Logging", u"\\SDMemory", u"\\Application"}) {
-      board.MakeFolder(folder);
-    }
+    MakeInstrumentFolders(board);
     for (const auto& [name, dwValue] : head.registry) {
       board.SetRegistryValue(LampCounterKey, layer::FromUtf8(name), dwValue);
     }

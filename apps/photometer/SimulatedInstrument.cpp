@@ -3,7 +3,7 @@
 #include "../common/FaultText.h"
 #include "../common/SampleName.h"
 #include "DefectName.h"
-#include "HostBoard.h"
+#include "LampCounters.h"
 
 namespace host {
 
@@ -35,6 +35,12 @@ photometer::platform::VirtualBoardOptions BoardSettings(const BoardOptions& opti
 
 }  // namespace
 
+void MakeInstrumentFolders(photometer::platform::VirtualBoard& board) {
+  for (const char16_t* folder : {u"\\NANDFlash\\Logging", u"\\SDMemory", u"\\Application"}) {
+    board.MakeFolder(folder);
+  }
+}
+
 SimulatedInstrument::SimulatedInstrument(const BoardOptions& options, const photometer::PhotometerParameters& params)
     : m_defects(options.defects),
       m_pumpFaults(options.pumpFaults),
@@ -45,11 +51,9 @@ SimulatedInstrument::SimulatedInstrument(const BoardOptions& options, const phot
   m_board.PlugPort(u"COM1:", m_instrument.AtExternalPort());
   m_board.PlugPort(u"COM6:", m_instrument.zq420);
   m_board.PlugPins(&m_instrument.holder);
-  for (const char16_t* folder : {u"\\NANDFlash\\Logging", u"\\SDMemory", u"\\Application"}) {
-    m_board.MakeFolder(folder);
-  }
-  m_board.SetRegistryValue(LampCounterKey, u"HalLamp", HalogenSeconds);
-  m_board.SetRegistryValue(LampCounterKey, u"UVLamp", DeuteriumSeconds);
+  MakeInstrumentFolders(m_board);
+  m_board.SetRegistryValue(LampCounterKey, HalogenCounter, HalogenSeconds);
+  m_board.SetRegistryValue(LampCounterKey, DeuteriumCounter, DeuteriumSeconds);
 }
 
 void SimulatedInstrument::BreakParts() {

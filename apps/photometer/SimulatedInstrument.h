@@ -48,4 +48,7 @@ class SimulatedInstrument {
   photometer::platform::VirtualBoard m_board;
 };
 
+/// The folders that an instrument has for its logs, its card and its program.
+void MakeInstrumentFolders(photometer::platform::VirtualBoard& board);
+
 }  // namespace host

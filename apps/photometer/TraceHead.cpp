@@ -8,8 +8,8 @@
 
 #include <fmt/format.h>
 
-#include "HostBoard.h"
 #include "InputFile.h"
+#include "LampCounters.h"
 #include "logging/LogFiles.h"
 #include "platform/Platform.h"
 
@@ -28,7 +28,6 @@ constexpr const char* Settings = "--settings";
 constexpr const char* Blank = "--blank";
 // As the options themselves take.
 constexpr std::size_t GreatestFile = 64U << 20;
-constexpr std::array<const char16_t*, 2> LampCounters = {u"HalLamp", u"UVLamp"};
 constexpr const char* WhatToDo = "record the run again, with \"photometer ... --trace FILE\"";
 
 /// They name files of the machine that the run was recorded on.
@@ -195,7 +194,7 @@ void TraceHead::TakeBoard() {
   if (layer::RegOpenKeyExW(LampCounterKey, &hKey) != 0) {
     return;
   }
-  for (const char16_t* name : LampCounters) {
+  for (const char16_t* name : {HalogenCounter, DeuteriumCounter}) {
     if (DWORD dwValue = 0; layer::RegQueryValueExW(hKey, name, &dwValue) == 0) {
       registry[layer::ToUtf8(name)] = dwValue;
     }
