@@ -31,16 +31,20 @@ const CommandEntry* FindReplayable(const std::string& name) {
   return bTraced ? pEntry : nullptr;
 }
 
-std::vector<std::string> Arguments(const TraceHead& head, const ScratchFolder& folder) {
+/// Nothing: the files that the command reads cannot be written.
+std::optional<std::vector<std::string>> Arguments(const TraceHead& head, const ScratchFolder& folder) {
   std::vector<std::string> arguments;
   for (const auto& [name, value] : head.options) {
     arguments.push_back(name.empty() ? value : fmt::format("{}={}", name, value));
   }
-  if (!head.strSettings.empty()) {
-    arguments.push_back("--settings=" + folder.Write("settings.cfg", head.strSettings));
-  }
-  if (!head.strBlank.empty()) {
-    arguments.push_back("--blank=" + folder.Write("blank", head.strBlank));
+  for (const auto& [option, contents] : {std::pair("--settings", &head.strSettings), {"--blank", &head.strBlank}}) {
+    const std::string path = contents->empty() ? std::string() : folder.Write(option, *contents);
+    if (path.empty() && !contents->empty()) {
+      return std::nullopt;
+    }
+    if (!path.empty()) {
+      arguments.push_back(fmt::format("{}={}", option, path));
+    }
   }
   return arguments;
 }
@@ -85,8 +89,14 @@ void ReplayCommand::Check() {
 
 ExitCode ReplayCommand::Run(Console& console) {
   const ScratchFolder folder;
+  const auto arguments = Arguments(m_head, folder);
+  if (!arguments) {
+    console.messages << "photometer: the settings and the blank of the trace cannot be written to a temporary folder; "
+                        "set TMPDIR to one that you may write to, and that has room\n";
+    return ExitCode::OutputFailed;
+  }
   CommandCall call(*FindReplayable(m_head.strCommand), nullptr);
-  if (const std::string complaint = call.Parse(Arguments(m_head, folder)); !complaint.empty()) {
+  if (const std::string complaint = call.Parse(*arguments); !complaint.empty()) {
     console.messages << fmt::format("photometer: {}:1: the command of the trace cannot be run: {}\n", m_strFile,
                                     complaint);
     return ExitCode::BadInput;
