@@ -37,6 +37,7 @@ void ScriptCommand::AddOptions(CLI::App& app) {
   app.add_flag("--keep-going", m_bKeepGoing, "Go on after a line that failed");
   m_instrument.AddTo(app);
   m_board.AddTo(app);
+  app.add_flag("--force", m_board.bForce, "Replace a trace that is there already");
 }
 
 void ScriptCommand::Check() {

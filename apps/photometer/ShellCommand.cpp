@@ -59,6 +59,7 @@ ExitCode Converse(LineReader& reader, Console& console) {
 void ShellCommand::AddOptions(CLI::App& app) {
   m_instrument.AddTo(app);
   m_board.AddTo(app);
+  app.add_flag("--force", m_board.bForce, "Replace a trace that is there already");
 }
 
 void ShellCommand::Check() {
