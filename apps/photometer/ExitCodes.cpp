@@ -24,7 +24,7 @@ constexpr std::array Entries = {
     ExitCodeEntry{ExitCode::OutputFailed, "output failed", "measured, but results, picture or trace were not written"},
     ExitCodeEntry{ExitCode::CheckFailed, "check failed",
                   "a self-test or check ran to its end, and found something wrong"},
-    ExitCodeEntry{ExitCode::NoPump, "no pump", "the sipper pump of --pump did not answer; nothing was measured"},
+    ExitCodeEntry{ExitCode::NoPump, "no pump", "the sipper pump of --pump did not answer; the run was not started"},
     ExitCodeEntry{ExitCode::BoardFaulty, "board faulty", "\"board check\" found something that must be mended"},
     ExitCodeEntry{ExitCode::TraceDiffers, "trace differs",
                   "the replayed run differs from its trace, or the trace ends before the run did"},

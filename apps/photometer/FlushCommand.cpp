@@ -28,7 +28,7 @@ void FlushCommand::AddOwnOptions(CLI::App& app) {
 }
 
 void FlushCommand::CheckOwn() {
-  RequirePump(m_instrument);
+  RequirePump(m_instrument, HasJoined());
   if (!m_instrument.HasZQ420() && m_dwSeconds) {
     throw CLI::ValidationError("--time", "is for the ZQ-420: the ZQ-410 decides itself how long it flushes");
   }

@@ -52,7 +52,7 @@ void PumpCommand::Prepare() {
 }
 
 void PumpCommand::CheckOwn() {
-  RequirePump(m_instrument);
+  RequirePump(m_instrument, HasJoined());
   m_set = ParsePair(m_strSet);
   if (!m_strSet.empty() && !m_set) {
     throw CLI::ValidationError(

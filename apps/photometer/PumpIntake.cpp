@@ -48,14 +48,14 @@ ExitCode ConnectPump(const InstrumentOptions& instrument, Session& session, Prog
                                instrument.Parameters().DelayTime));
       return ExitCode::Success;
     case Outcome::Cancelled:
-      progress.Say("cancelled before the measurement");
+      progress.Say("cancelled before the pump had answered; the run was not started");
       return ExitCode::Cancelled;
     default:
       break;
   }
   progress.Say(fmt::format(
       "the pump {} has not answered on {} within {} s: look at its cable and power, and whether "
-      "--pump and the board file's {} name the right ones; nothing was measured",
+      "--pump and the board file's {} name the right ones; the run was not started",
       instrument.PumpText(), bZQ420 ? "its port" : "the external port", ConnectionLimit, bZQ420 ? "COM6" : "COM1"));
   return ExitCode::NoPump;
 }

@@ -18,10 +18,13 @@ bool HasZQ410Told(IPhotometer& device) {
 
 }  // namespace
 
-void RequirePump(const InstrumentOptions& instrument) {
-  if (instrument.PumpText() == nullptr) {
-    throw CLI::ValidationError("--pump", "is missing; say which one is attached: zq410 or zq420");
+void RequirePump(const InstrumentOptions& instrument, bool bJoins) {
+  if (instrument.PumpText() != nullptr) {
+    return;
   }
+  throw CLI::ValidationError("--pump", bJoins ? "was missing at the start; end this, and give it to shell or run: "
+                                                "--pump zq410 or --pump zq420"
+                                              : "is missing; say which one is attached: zq410 or zq420");
 }
 
 std::optional<BoardPort> PumpPort(const InstrumentOptions& instrument) {

@@ -12,7 +12,7 @@
 namespace host {
 
 /// Throws `CLI::ValidationError` when the options name no pump.
-void RequirePump(const InstrumentOptions& instrument);
+void RequirePump(const InstrumentOptions& instrument, bool bJoins);
 
 /// The port of the options' pump; nothing without one.
 std::optional<BoardPort> PumpPort(const InstrumentOptions& instrument);
