@@ -54,7 +54,13 @@ std::string ProgramManualPage() {
   std::string text = RoffHead("photometer", "measures with the photometer, or with a simulated one");
   text +=
       ".SH SYNOPSIS\n\\fBphotometer\\fR \\fICOMMAND\\fR [\\fIOPTION\\fR]...\n.br\n\\fBphotometer\\fR "
-      "\\fICOMMAND\\fR \\fB\\-\\-help\\fR\n.br\n\\fBphotometer\\fR \\fB\\-\\-version\\fR\n.SH COMMANDS\n";
+      "\\fICOMMAND\\fR \\fB\\-\\-help\\fR\n.br\n\\fBphotometer\\fR \\fB\\-\\-version\\fR\n.SH DESCRIPTION\n"
+      "Each command makes an instrument ready with its start-up self\\-test, does one thing and switches the "
+      "instrument "
+      "off; \\fBshell\\fR and \\fBrun\\fR do any number of things after one start\\-up. Results go to standard output "
+      "or to "
+      "the file of \\-\\-output, progress and messages to standard error. Without an instrument, \\-\\-simulate "
+      "measures with a simulated one.\n.SH COMMANDS\n";
   std::string pages;
   for (const CommandEntry& entry : Commands()) {
     text += RoffItem(fmt::format(".B {}", RoffText(entry.name)), entry.summary);
