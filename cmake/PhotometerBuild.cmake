@@ -92,3 +92,14 @@ function(photometer_library name kind sources)
   target_compile_features(${name} PUBLIC cxx_std_20)
   photometer_link(${name} PUBLIC ${ARGN})
 endfunction()
+
+# What every test that is run by ctest has in common.
+set(PHOTOMETER_TEST_TIMEOUT 300 CACHE STRING "Seconds after which ctest ends a test program")
+set(PHOTOMETER_SANITIZER_OPTIONS
+  "UBSAN_OPTIONS=print_stacktrace=1"
+  "TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1"
+  "LSAN_OPTIONS=suppressions=${CMAKE_SOURCE_DIR}/tests/support/leaks.suppressions")
+function(photometer_test_properties test)
+  set_tests_properties(${test} PROPERTIES
+    TIMEOUT ${PHOTOMETER_TEST_TIMEOUT} ENVIRONMENT "${PHOTOMETER_SANITIZER_OPTIONS}")
+endfunction()
