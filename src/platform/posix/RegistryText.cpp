@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <charconv>
 
+#include "platform/posix/ControlCharacter.h"
+
 namespace photometer::platform {
 
 namespace {
@@ -12,8 +14,6 @@ std::string_view Trimmed(std::string_view text) {
   text.remove_prefix(nStart);
   return text.substr(0, text.find_last_not_of(" \t\r") + 1);
 }
-
-bool IsControl(char character) { return static_cast<unsigned char>(character) < ' ' && character != '\t'; }
 
 bool IsName(std::string_view text) {
   return !text.empty() && text == Trimmed(text) && text.find_first_of("=[]#") == std::string_view::npos &&

@@ -4,6 +4,8 @@
 #include <optional>
 #include <utility>
 
+#include "platform/posix/ControlCharacter.h"
+
 namespace photometer::platform {
 
 namespace {
@@ -23,8 +25,6 @@ bool IsBare(char character) {
 }
 
 bool IsNumeral(char character) { return IsBare(character) || character == '.' || character == '+'; }
-
-bool IsControl(char character) { return static_cast<unsigned char>(character) < ' ' && character != '\t'; }
 
 /// What is left of a line, taken off piece by piece.
 class Rest {
