@@ -1,6 +1,7 @@
 // Input: the instrument's settings file.
-// Checks: reading gives finite numbers and leaves the wavelengths of merged lists alone; what is written is read back
-// to the same bytes, and counts as complete; a file that is the writer's own is read to the same bytes.
+// Checks: reading gives finite numbers and leaves the wavelengths of merged lists alone; what is written counts as
+// complete, and is read back to the same bytes. Of an entry of a list with more digits than the 31 characters that it
+// has in the file, the first that are read back are.
 #include <algorithm>
 #include <cmath>
 #include <string>
@@ -36,10 +37,29 @@ void CheckRecord(const InstrumentSettings& settings) {
   }
 }
 
+/// No entry of a list loses digits in the file.
+bool FitsFile(const InstrumentSettings& settings) {
+  constexpr double MOST = 1e9;
+  return std::ranges::all_of(photometer::SettingsKeys(), [&](const photometer::SettingsKey& key) {
+    const auto* pList = std::get_if<photometer::ListField>(&key.field);
+    return pList == nullptr ||
+           std::ranges::all_of(settings.*pList->pField, [](const photometer::PointListEntry& entry) {
+             return std::abs(entry.dWavelength) < MOST && std::abs(entry.dValue) < MOST;
+           });
+  });
+}
+
 /// Writes the record; the file's bytes.
 std::string Written(const InstrumentSettings& settings) {
   Require(photometer::WriteSettings(&settings) == photometer::S_OK, "a record can be written");
   return photometer::platform::LoadFileW(PATH, LIMIT).value_or("");
+}
+
+/// Reads the file and writes what it holds; the file's bytes.
+std::string WrittenAgain(InstrumentSettings settings) {
+  photometer::BOOL bZerosChanged = -1;
+  Require(photometer::ReadSettings(&settings, &bZerosChanged) == photometer::S_OK, "what was written is complete");
+  return Written(settings);
 }
 
 void Check(std::string_view input) {
@@ -53,10 +73,11 @@ void Check(std::string_view input) {
   CheckRecord(settings);
 
   const std::string first = Written(settings);
-  InstrumentSettings read = settings;
-  Require(photometer::ReadSettings(&read, &bZerosChanged) == photometer::S_OK, "what was written is complete");
-  const std::string second = Written(read);
-  fuzz::RequireEqual(second, first, "what was written is read back to the same bytes");
+  const std::string second = WrittenAgain(settings);
+  if (FitsFile(settings)) {
+    fuzz::RequireEqual(second, first, "what was written is read back to the same bytes");
+  }
+  fuzz::RequireEqual(WrittenAgain(settings), second, "what was read back is written to the same bytes");
 }
 
 const fuzz::Target target("SettingsFile", Check);
