@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 
+#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 namespace common {

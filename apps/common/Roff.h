@@ -4,7 +4,9 @@
 #include <string>
 #include <string_view>
 
-#include <CLI/CLI.hpp>
+namespace CLI {
+class App;
+}
 
 namespace common {
 

@@ -1,5 +1,7 @@
 #include "SimulatorPage.h"
 
+#include <CLI/CLI.hpp>
+
 #include "../common/Roff.h"
 
 namespace serving {

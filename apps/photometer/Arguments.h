@@ -4,7 +4,9 @@
 #include <deque>
 #include <string>
 
-#include <CLI/CLI.hpp>
+namespace CLI {
+class App;
+}
 
 namespace host {
 

@@ -1,5 +1,7 @@
 #include "BoardCheckCommand.h"
 
+#include <CLI/CLI.hpp>
+
 #include "BoardCheck.h"
 
 namespace host {

@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 
+#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 #include "../common/FaultText.h"

@@ -4,11 +4,13 @@
 
 #include <ostream>
 
-#include <CLI/CLI.hpp>
-
 #include "ExitCodes.h"
 #include "Input.h"
 #include "Interrupt.h"
+
+namespace CLI {
+class App;
+}
 
 namespace host {
 

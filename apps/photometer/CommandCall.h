@@ -6,6 +6,8 @@
 #include <variant>
 #include <vector>
 
+#include <CLI/CLI.hpp>
+
 #include "Command.h"
 #include "Commands.h"
 

@@ -5,9 +5,11 @@
 #include <string>
 #include <string_view>
 
-#include <CLI/CLI.hpp>
-
 #include "photometer/Types.h"
+
+namespace CLI {
+class App;
+}
 
 namespace host {
 

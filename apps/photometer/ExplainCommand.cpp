@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 
+#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 #include "ErrorTexts.h"

@@ -3,6 +3,8 @@
 #include <map>
 #include <utility>
 
+#include <CLI/CLI.hpp>
+
 #include "Duration.h"
 #include "platform/Platform.h"
 #include "platform/Transcript.h"

@@ -1,5 +1,6 @@
 #include "FlushCommand.h"
 
+#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 #include "Duration.h"

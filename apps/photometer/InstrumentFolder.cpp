@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <variant>
 
+#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 #include "BoardOptions.h"

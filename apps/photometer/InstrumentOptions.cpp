@@ -4,6 +4,7 @@
 #include <utility>
 #include <variant>
 
+#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 #include "../common/PumpName.h"

@@ -6,11 +6,13 @@
 #include <string>
 #include <vector>
 
-#include <CLI/CLI.hpp>
-
 #include "OptionFile.h"
 #include "SettingsFile.h"
 #include "photometer/Records.h"
+
+namespace CLI {
+class App;
+}
 
 namespace host {
 

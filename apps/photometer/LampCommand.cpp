@@ -2,6 +2,7 @@
 
 #include <limits>
 
+#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 #include "Duration.h"

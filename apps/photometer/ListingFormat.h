@@ -1,7 +1,9 @@
 /// The form in which a command lists what it found: text for people, or JSON.
 #pragma once
 
-#include <CLI/CLI.hpp>
+namespace CLI {
+class App;
+}
 
 namespace host {
 

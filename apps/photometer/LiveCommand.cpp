@@ -1,5 +1,6 @@
 #include "LiveCommand.h"
 
+#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 namespace host {

@@ -5,6 +5,7 @@
 #include <optional>
 #include <utility>
 
+#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 #include "ErrorTexts.h"

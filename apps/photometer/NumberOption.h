@@ -5,9 +5,11 @@
 #include <cstdint>
 #include <string>
 
-#include <CLI/CLI.hpp>
-
 #include "photometer/Types.h"
+
+namespace CLI {
+class App;
+}
 
 namespace host {
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <filesystem>
 
+#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 #include "InputFile.h"

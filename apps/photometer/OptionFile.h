@@ -9,7 +9,9 @@
 #include <string_view>
 #include <vector>
 
-#include <CLI/CLI.hpp>
+namespace CLI {
+class App;
+}
 
 namespace host {
 

@@ -1,5 +1,7 @@
 #include "PumpState.h"
 
+#include <CLI/CLI.hpp>
+
 namespace host {
 
 namespace {

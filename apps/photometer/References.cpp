@@ -2,6 +2,7 @@
 
 #include <cmath>
 
+#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 namespace host {

@@ -7,11 +7,13 @@
 #include <utility>
 #include <vector>
 
-#include <CLI/CLI.hpp>
-
 #include "Blank.h"
 #include "InstrumentOptions.h"
 #include "photometer/IPhotometer.h"
+
+namespace CLI {
+class App;
+}
 
 namespace host {
 

@@ -4,6 +4,7 @@
 #include <array>
 #include <sstream>
 
+#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 #include "InputFile.h"

@@ -2,6 +2,7 @@
 
 #include <map>
 
+#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 #include "OutputFile.h"

@@ -3,11 +3,13 @@
 
 #include <string>
 
-#include <CLI/CLI.hpp>
-
 #include "Command.h"
 #include "Plot.h"
 #include "ReportFormat.h"
+
+namespace CLI {
+class App;
+}
 
 namespace host {
 

@@ -1,5 +1,6 @@
 #include "RunCommand.h"
 
+#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 #include "Conclusion.h"

@@ -1,5 +1,6 @@
 #include "ScanCommand.h"
 
+#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 #include "NumberOption.h"

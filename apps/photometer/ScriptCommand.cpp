@@ -3,6 +3,7 @@
 #include <fstream>
 #include <iostream>
 
+#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 namespace host {

@@ -1,5 +1,6 @@
 #include "ShellCommand.h"
 
+#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 #include "LineReader.h"

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 #include "Conclusion.h"

@@ -2,6 +2,7 @@
 
 #include <array>
 
+#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 #include "NumberOption.h"

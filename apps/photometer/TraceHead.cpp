@@ -6,6 +6,7 @@
 #include <optional>
 #include <string_view>
 
+#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 #include "InputFile.h"

@@ -23,11 +23,13 @@
 #include <variant>
 #include <vector>
 
-#include <CLI/CLI.hpp>
-
 #include "Trace.h"
 #include "platform/Transcript.h"
 #include "platform/Types.h"
+
+namespace CLI {
+class App;
+}
 
 namespace host {
 

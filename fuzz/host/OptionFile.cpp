@@ -2,6 +2,8 @@
 // Checks: either a message that names file and line, or parameters within the ranges of their options.
 #include "OptionFile.h"
 
+#include <CLI/CLI.hpp>
+
 #include "InstrumentOptions.h"
 #include "support/Lines.h"
 #include "support/Target.h"

@@ -1,6 +1,7 @@
 // Runs that draw their sample with a sipper pump, from the command line, on the virtual board.
 #include <sstream>
 
+#include <CLI/CLI.hpp>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>

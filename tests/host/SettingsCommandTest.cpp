@@ -4,6 +4,7 @@
 #include <fstream>
 #include <sstream>
 
+#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
