@@ -1,26 +1,31 @@
 #include "Suggestion.h"
 
 #include <algorithm>
+#include <numeric>
+#include <utility>
 #include <vector>
 
 namespace host {
 
 std::size_t Distance(std::string_view first, std::string_view second) {
-  std::vector<std::vector<std::size_t>> table(first.size() + 1, std::vector<std::size_t>(second.size() + 1));
-  for (std::size_t i = 0; i <= first.size(); ++i) {
-    for (std::size_t j = 0; j <= second.size(); ++j) {
-      if (i == 0 || j == 0) {
-        table[i][j] = i + j;
-        continue;
-      }
+  // Of the table of distances between all beginnings of both words, the last three rows.
+  std::vector<std::size_t> twoBack(second.size() + 1);
+  std::vector<std::size_t> oneBack(second.size() + 1);
+  std::vector<std::size_t> row(second.size() + 1);
+  std::iota(row.begin(), row.end(), std::size_t{0});
+  for (std::size_t i = 1; i <= first.size(); ++i) {
+    std::swap(twoBack, oneBack);
+    std::swap(oneBack, row);
+    row[0] = i;
+    for (std::size_t j = 1; j <= second.size(); ++j) {
       const std::size_t nExchange = first[i - 1] == second[j - 1] ? 0 : 1;
-      table[i][j] = std::min({table[i - 1][j] + 1, table[i][j - 1] + 1, table[i - 1][j - 1] + nExchange});
+      row[j] = std::min({oneBack[j] + 1, row[j - 1] + 1, oneBack[j - 1] + nExchange});
       if (i > 1 && j > 1 && first[i - 1] == second[j - 2] && first[i - 2] == second[j - 1]) {
-        table[i][j] = std::min(table[i][j], table[i - 2][j - 2] + 1);
+        row[j] = std::min(row[j], twoBack[j - 2] + 1);
       }
     }
   }
-  return table[first.size()][second.size()];
+  return row.back();
 }
 
 std::string Nearest(std::string_view word, std::span<const std::string> candidates) {
@@ -28,8 +33,12 @@ std::string Nearest(std::string_view word, std::span<const std::string> candidat
   std::size_t nBest = std::max<std::size_t>(1, word.size() / 3) + 1;
   std::string best;
   for (const std::string& candidate : candidates) {
-    const std::size_t nDistance = Distance(word, candidate);
-    if (nDistance < nBest) {
+    // The words differ at least by the letters that one has more: a file of long words costs no time.
+    const std::size_t nLeast = std::max(word.size(), candidate.size()) - std::min(word.size(), candidate.size());
+    if (nLeast >= nBest) {
+      continue;
+    }
+    if (const std::size_t nDistance = Distance(word, candidate); nDistance < nBest) {
       nBest = nDistance;
       best = candidate;
     }
