@@ -46,6 +46,7 @@ void OpticalLink::KeepReceived(std::string_view bytes) {
   bool bDropped = false;
   {
     const auto state = m_State.Lock();
+    m_LineEnds.Take(bytes);
     if (!m_bExchanging) {
       m_Owed.Take(bytes);
     }
@@ -185,6 +186,7 @@ void OpticalLink::DrainBacklog(ExchangeKind kind) {
       return WaitUntilQuiet(QUIET_AFTER_ANSWER, ANSWER_LIMIT);
     case Backlog::LineEnd:
       if (kind == ExchangeKind::Data) {
+        WaitForLineEnd();
         WaitUntilQuiet(QUIET_AFTER_LINE_END, LINE_END_LIMIT);
       }
   }
@@ -203,6 +205,23 @@ void OpticalLink::WaitForOwedAnswers() {
   }
   const auto state = m_State.Lock();
   m_Owed.Forget();
+}
+
+// The reader may be held up for longer than the line is quiet.
+void OpticalLink::WaitForLineEnd() {
+  const std::array<HANDLE, 2> handles{m_Buffer.DataEvent(), m_State.StopEvent()};
+  const auto isDue = [this] {
+    const auto state = m_State.Lock();
+    return m_LineEnds.IsDue();
+  };
+  const DWORD dwStart = GetTickCount();
+  for (DWORD dwElapsed = 0; dwElapsed < LINE_END_LIMIT && isDue(); dwElapsed = GetTickCount() - dwStart) {
+    if (WaitForMultipleObjects(2, handles.data(), LINE_END_LIMIT - dwElapsed) != WAIT_OBJECT_0) {
+      break;
+    }
+  }
+  const auto state = m_State.Lock();
+  m_LineEnds.GiveUp();
 }
 
 void OpticalLink::WaitUntilQuiet(DWORD dwQuiet, DWORD dwLimit) {
@@ -242,11 +261,11 @@ DWORD OpticalLink::SendCommand(std::string_view strCommand, DWORD dwMaxReply) {
     if (reply.size() > dwMaxReply) {
       return exchange.GiveUp(Backlog::Answer, CAUSE_TOO_LONG);
     }
-    if (Contains(reply, "error")) {
-      return CAUSE_ERROR;
-    }
-    if (Contains(reply, "ok")) {
-      return 0;
+    const bool bError = Contains(reply, "error");
+    if (bError || Contains(reply, "ok")) {
+      const auto state = m_State.Lock();
+      m_LineEnds.Answered();
+      return bError ? CAUSE_ERROR : 0;
     }
   }
 }

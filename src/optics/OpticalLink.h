@@ -14,6 +14,7 @@
 #include <string_view>
 #include <vector>
 
+#include "optics/LineEnds.h"
 #include "optics/OwedAnswers.h"
 #include "state/DeviceState.h"
 #include "state/HostSink.h"
@@ -109,6 +110,7 @@ class OpticalLink {
   /// Lets everything that is still on its way arrive, and drops it.
   void DrainBacklog(ExchangeKind kind);
   void WaitForOwedAnswers();
+  void WaitForLineEnd();
   void WaitUntilQuiet(DWORD dwQuiet, DWORD dwLimit);
 
   DeviceState& m_State;
@@ -118,6 +120,7 @@ class OpticalLink {
   std::atomic<Backlog> m_Backlog{Backlog::LineEnd};
   // Guarded by the state lock.
   OwedAnswers m_Owed;
+  LineEnds m_LineEnds;
   bool m_bExchanging = false;
   bool m_bClaimed = false;
   std::vector<std::string> m_Waiting;

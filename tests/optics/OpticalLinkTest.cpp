@@ -57,15 +57,16 @@ TEST(OpticalLink, ExchangesAndRawWritesTakeTurns) {
 
 TEST(OpticalLink, LineEndBehindAnAnswerIsNotData) {
   for (const bool bAtOnce : {true, false}) {
-    for (const simulator::Time delay :
-         {simulator::Time{0}, simulator::Time{87}, simulator::Time{900}, simulator::Time{1200}}) {
+    // The last as if the reader were held up for so long: the unit is known to send line ends.
+    for (const simulator::Time delay : {0U, 87U, 900U, 1200U, 40'000U}) {
       SCOPED_TRACE(std::to_string(delay) + (bAtOnce ? " µs, at once" : " µs"));
       Optics optics(bAtOnce);
       optics.device.Script("$g1", Answer{{300, "ok"}, {delay, "\r"}, {delay, "\n"}});
       optics.device.Script("$a3", Readings(3, 6, 3));
+      EXPECT_EQ(optics.unit.SetFilter(1), 0U);
       EXPECT_EQ(optics.unit.SetGain(TRUE), 0U);
       EXPECT_EQ(optics.detectors.GetADValue(nullptr, nullptr), 0U);
-      EXPECT_EQ(optics.device.Commands(), (Commands{"$g1", "$a3"}));
+      EXPECT_EQ(optics.device.Commands(), (Commands{"$F1", "$g1", "$a3"}));
     }
   }
 }
