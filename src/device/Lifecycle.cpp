@@ -134,10 +134,11 @@ bool Lifecycle::BringUp() {
   if (!m_Instrument.model.BuildTable() || !m_Instrument.cuvette.OpenCuvetteGpio() || !OpenEvents()) {
     return false;
   }
+  // From here on a wavelength test or a warm-up of another thread would find what it needs.
+  m_Instrument.state.Lock()->m_Status.bBusy = TRUE;
   m_Instrument.link.OpenOpticalPort();
   m_Instrument.externalPort.OpenExternalPort();
   m_Instrument.sipperPort.OpenSipperPort();
-  m_Instrument.state.Lock()->m_Status.bBusy = TRUE;
   StartOpticalUnit();
   return StartThreads();
 }

@@ -203,7 +203,11 @@ HRESULT Photometer::WriteExternalPort(const BYTE* pData, DWORD dwLength) {
 
 // ---- lamp and pumps ----
 
-LONG Photometer::SetUVLamp(BOOL bOn, DWORD dwSession) { return m_Instrument.lamp.SetUVLamp(bOn, dwSession); }
+LONG Photometer::SetUVLamp(BOOL bOn, DWORD dwSession) {
+  // It asks the host on this thread, and the host may give the device back there.
+  const std::shared_ptr<Instrument> pInstrument = m_pInstrument;
+  return pInstrument->lamp.SetUVLamp(bOn, dwSession);
+}
 
 LONG Photometer::OpenSipperPort() { return m_Lifecycle.OpenSipperPort(); }
 

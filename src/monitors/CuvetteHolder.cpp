@@ -69,6 +69,7 @@ BOOL CuvetteHolder::OpenCuvetteGpio() {
 }
 
 void CuvetteHolder::CloseCuvetteGpio() {
+  const auto state = m_State.Lock();  // nobody reads the pins meanwhile
   if (const HANDLE hGpio = m_hGpio.exchange(INVALID_HANDLE_VALUE); hGpio != INVALID_HANDLE_VALUE) {
     GpioCloseHandle(hGpio);
   }

@@ -29,6 +29,7 @@ BOOL DeviceState::CreateEvents() {
 }
 
 void DeviceState::CloseEvents() {
+  const auto state = Lock();  // nobody signals one meanwhile
   for (std::atomic<HANDLE>* phEvent :
        {&m_hStopEvent, &m_hCancelEvent, &m_hPumpCancelEvent, &m_hSipperLostEvent, &m_hWarmUpDoneEvent}) {
     if (const HANDLE hEvent = phEvent->exchange(0); hEvent != 0) {

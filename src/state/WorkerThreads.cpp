@@ -36,7 +36,7 @@ BOOL WorkerThreads::WaitUntilEnded(DWORD dwMilliseconds) {
   for (const HANDLE hThread : BeginWait()) {
     const DWORD dwElapsed = GetTickCount() - dwStart;
     const DWORD dwRest = dwElapsed < dwMilliseconds ? dwMilliseconds - dwElapsed : 0;
-    bEnded = WaitForSingleObject(hThread, dwRest) != WAIT_TIMEOUT && bEnded;
+    bEnded = WaitForSingleObject(hThread, dwRest) == WAIT_OBJECT_0 && bEnded;
   }
   EndWait();
   return bEnded;
@@ -47,7 +47,7 @@ void WorkerThreads::Reap() {
     return;  // somebody waits for these handles
   }
   std::erase_if(m_Threads, [](const Thread& thread) {
-    const bool bEnded = WaitForSingleObject(thread.hThread, 0) != WAIT_TIMEOUT;
+    const bool bEnded = WaitForSingleObject(thread.hThread, 0) == WAIT_OBJECT_0;
     if (bEnded) {
       CloseHandle(thread.hThread);
     }

@@ -194,6 +194,24 @@ TEST(Lifecycle, NothingStartsOnceAShutdownHasBegun) {
   EXPECT_EQ(b.world.LogLines("[WaveLengthTestProc]"), 0U);
 }
 
+TEST(Lifecycle, NothingElseStartsInsideInitialize) {
+  bool bInside = true;
+  for (std::uint64_t nPoint = 1; bInside; ++nPoint) {
+    SCOPED_TRACE(nPoint);
+    Bench b;
+    bool bBack = false;
+    b.world.board.RunAtPoint(b.world.board.Points() + nPoint, "second host", [&] {
+      bInside = !bBack;
+      EXPECT_EQ(b.device->StartWaveLengthTest(), E_FAIL);
+      EXPECT_EQ(b.device->SetUVLamp(TRUE, 0), E_FAIL);
+    });
+    EXPECT_EQ(b.device.Initialize(), S_OK);
+    bBack = true;
+    Sleep(10);
+    ASSERT_FALSE(testing::Test::HasFailure());
+  }
+}
+
 TEST(Lifecycle, ShutdownsAndInitializeTakeTurns) {
   for (const bool bStartAgain : {false, true}) {
     Bench b;
@@ -262,6 +280,21 @@ TEST(Lifecycle, LastReleaseFromACallbackIsCarriedOutAfterIt) {
     EXPECT_NE(b.world.board.DebugText().find(u"Destructed"), std::u16string::npos);
     b.world.ExpectSwitchedOff();
   }
+}
+
+TEST(Lifecycle, LastReleaseFromACallbackOnTheHostsOwnThread) {
+  struct Sink final : EmptySink {
+    IPhotometer* pDevice = nullptr;
+    void GetUVLampWarmUpTime(DWORD* /*pSeconds*/) override { EXPECT_EQ(pDevice->Release(), 0); }
+  };
+  Sink sink;
+  Bench b;
+  ASSERT_TRUE(b.device.StartUp());
+  sink.pDevice = b.device.operator->();
+  b.device->SetSink(&sink);
+  b.Down([&] { EXPECT_EQ(b.device->SetUVLamp(TRUE, 60), E_FAIL); });
+  b.device.Forget();
+  b.world.ExpectSwitchedOff();
 }
 
 TEST(Lifecycle, ShutdownBesideABlockedCallback) {
