@@ -27,9 +27,6 @@ class AbsorbanceCriterion {
     m_nBeyondFive += std::fabs(dScore) <= 5.0 ? 0 : 1;
     m_dSum += dScore;
   }
-  /// A point that was asked for and not delivered.
-  void AddMissing() { Add(std::nan(""), 1.0); }
-
   [[nodiscard]] bool Holds() const { return HoldsButForBias() && std::fabs(m_dSum) < 3.0 * std::sqrt(m_nPoints); }
   /// For points that share an error, such as a dark value: they may have a bias.
   [[nodiscard]] bool HoldsButForBias() const {
@@ -52,29 +49,39 @@ class AbsorbanceCriterion {
   double m_dSum = 0.0;
 };
 
-/// Adds the measured absorbances (one reading a wavelength) against zero values of the same wavelengths.
+/// The absorbance of a value against a blank, which is a value too, or a zero value.
+template <class Blank>
+double Absorbance(const MeasureValue& value, const Blank& blank) {
+  return -std::log10(value.dValue / value.dValueRef * blank.dValueRef / blank.dValue);
+}
+
+/// Adds the absorbance of a value, of so many readings, against that at the wavelength at which it was taken.
+template <class Blank>
+void AddAbsorbance(const World& world, const MeasureValue& value, const Blank& blank, double dReadings,
+                   AbsorbanceCriterion* pCriterion) {
+  const simulator::OpticalUnitSettings& settings = world.unit.Settings();
+  const double dTrue = settings.polynomial.At(static_cast<double>(value.dwPosition) - settings.positionOffset);
+  EXPECT_NEAR(dTrue, value.dWavelength, 0.05) << "the nearest position is less than half a step away";
+  const double dExpected = world.unit.ApparentAbsorbance(dTrue, world.board.Now());
+  const simulator::AbsorbanceConditions conditions{.bHighGain = value.dWavelength < HIGH_GAIN_BELOW,
+                                                   .lightReadings = dReadings};
+  pCriterion->Add(Absorbance(value, blank) - dExpected,
+                  simulator::AbsorbanceStandardDeviation(blank.dValue * std::pow(10.0, -dExpected), blank.dValueRef,
+                                                         blank.dValue, blank.dValueRef, conditions));
+}
+
+/// Adds the measured absorbances (one value a wavelength) against zero values of the same wavelengths.
 inline void AddAbsorbances(const World& world, const std::vector<WavelengthCalibrationEntry>& zeros,
                            const MeasureValues& values, AbsorbanceCriterion* pCriterion) {
-  const simulator::OpticalUnitSettings& settings = world.unit.Settings();
   for (std::size_t i = 0; i < zeros.size(); ++i) {
     if (i >= values.size()) {
-      pCriterion->AddMissing();
+      pCriterion->Add(std::nan(""), 1.0);
       continue;
     }
-    const WavelengthCalibrationEntry& zero = zeros[i];
-    const MeasureValue& value = values[i];
-    EXPECT_EQ(value.dWavelength, zero.dWavelength);
-    EXPECT_GT(zero.dValue, SOUND_LIGHT);
-    EXPECT_GT(zero.dValueRef, SOUND_LIGHT);
-    const double dTrue = settings.polynomial.At(static_cast<double>(value.dwPosition) - settings.positionOffset);
-    EXPECT_NEAR(dTrue, value.dWavelength, 0.05) << "the nearest position is less than half a step away";
-    const double dExpected = world.unit.ApparentAbsorbance(dTrue, world.board.Now());
-    const double dMeasured = -std::log10((value.dValue / value.dValueRef) / (zero.dValue / zero.dValueRef));
-    simulator::AbsorbanceConditions conditions;
-    conditions.bHighGain = value.dWavelength < HIGH_GAIN_BELOW;
-    pCriterion->Add(dMeasured - dExpected,
-                    simulator::AbsorbanceStandardDeviation(zero.dValue * std::pow(10.0, -dExpected), zero.dValueRef,
-                                                           zero.dValue, zero.dValueRef, conditions));
+    EXPECT_EQ(values[i].dWavelength, zeros[i].dWavelength);
+    EXPECT_GT(zeros[i].dValue, SOUND_LIGHT);
+    EXPECT_GT(zeros[i].dValueRef, SOUND_LIGHT);
+    AddAbsorbance(world, values[i], zeros[i], 3.0, pCriterion);
   }
 }
 

@@ -1,65 +1,24 @@
 #include "Runs.h"
 
 #include <algorithm>
-#include <atomic>
 #include <cmath>
 #include <utility>
 
 #include <gtest/gtest.h>
 
 #include "platform/Platform.h"
-#include "support/Density.h"
 
 namespace photometer::tests {
 
 namespace {
 
 using platform::FormatText;
-using platform::Policy;
 using platform::Sleep;
 
-/// Between two looks at the device, and the longest that a run takes, ms.
-constexpr DWORD LOOK_PERIOD = 20;
-constexpr DWORD LONGEST_RUN = 7'200'000;
 /// By which two noisy values may differ, as a share of them.
 constexpr double NOISE = 0.02;
 /// On top of it for a turbidity, counts: five standard deviations.
 constexpr double TURBIDITY_NOISE = 40.0;
-
-/// What a run delivers, and its number of scheduling points.
-MeasureValues RunUndisturbed(const Start& start, Policy policy, std::uint64_t* pPoints) {
-  ReadyDevice device(Scheduled(policy, 1));
-  const std::uint64_t nFirst = device.world.board.Points();
-  const MeasureValues values = device.Run(start);
-  *pPoints = device.world.board.Points() - nFirst;
-  EXPECT_EQ(device.Notified(FINISHED), 1U);
-  return values;
-}
-
-/// One run that is cancelled at a scheduling point, and the run after it.
-void CancelAt(const Start& start, Policy policy, std::uint64_t nPoint, const MeasureValues& expected) {
-  ReadyDevice device(Scheduled(policy, nPoint));
-  HRESULT cancelled = E_FAIL;
-  std::atomic<bool> bDone = false;
-  device.world.board.RunAtPoint(device.world.board.Points() + nPoint, "host", [&] {
-    cancelled = device->CancelMeasurement();
-    bDone = true;
-  });
-  const MeasureValues values = device.Run(start);
-  while (!bDone) {
-    Sleep(LOOK_PERIOD);
-  }
-  const bool bFinished = device.Notified(FINISHED) == 1;
-  EXPECT_EQ(device.Notified(FINISHED) + device.Notified(CANCELLED), 1U);
-  EXPECT_TRUE(device.Errors().empty());
-  EXPECT_TRUE(bFinished || cancelled == S_OK);
-  device.ExpectDark();
-  ASSERT_LE(values.size(), expected.size());
-  EXPECT_TRUE(!bFinished || values.size() == expected.size());
-  ExpectSameValues(values, {expected.begin(), expected.begin() + static_cast<std::ptrdiff_t>(values.size())});
-  ExpectSameValues(device.Run(start), expected);
-  EXPECT_EQ(device.Notified(FINISHED), 1U);
-}
 
 }  // namespace
 
@@ -72,19 +31,17 @@ Start ThenCancel(const Start& start, DWORD dwMilliseconds) {
   };
 }
 
-WorldOptions Scheduled(Policy policy, std::uint64_t nSeed) {
+WorldOptions Scheduled(platform::Policy policy, std::uint64_t nSeed) {
   WorldOptions options;
   options.board.seed = nSeed;
   options.board.policy = policy;
   return options;
 }
 
-ReadyDevice::ReadyDevice(const WorldOptions& options) : world(options), m_Device(std::make_unique<Device>(world)) {
-  StartUp();
-}
+ReadyDevice::ReadyDevice(const WorldOptions& options) : world(options), m_Device(world) { StartUp(); }
 
 ReadyDevice::~ReadyDevice() {
-  m_Device->Close();
+  m_Device.Close();
   world.ExpectClean();
 }
 
@@ -92,29 +49,19 @@ void ReadyDevice::StartUp() {
   PhotometerParameters params = DefaultParameters();
   params.bUV = world.unit.Settings().bUV ? TRUE : FALSE;
   const CalibrationData calibration = DefaultCalibration();
-  EXPECT_EQ((*m_Device)->Initialize(&params, &calibration), S_OK);
-  EXPECT_TRUE(m_Device->WaitUntilNotBusy());
-  EXPECT_TRUE((*m_Device)->GetStatus().bInitialized);
+  EXPECT_EQ(m_Device->Initialize(&params, &calibration), S_OK);
+  EXPECT_TRUE(m_Device.WaitUntilNotBusy());
+  EXPECT_TRUE(m_Device->GetStatus().bInitialized);
 }
 
 MeasureValues ReadyDevice::Run(const Start& start) {
   world.transcript.Clear();
   const std::size_t nBefore = world.sink.Results().size();
-  EXPECT_EQ(start(*m_Device->operator->()), S_OK);
-  EXPECT_TRUE(WaitForEnd());
-  EXPECT_FALSE((*m_Device)->GetStatus().bCancel);
+  EXPECT_EQ(start(*m_Device.operator->()), S_OK);
+  EXPECT_TRUE(m_Device.WaitUntilNotBusy());
+  EXPECT_FALSE(m_Device->GetStatus().bCancel);
   const MeasureValues values = world.sink.Results();
   return {values.begin() + static_cast<std::ptrdiff_t>(nBefore), values.end()};
-}
-
-bool ReadyDevice::WaitForEnd() const {
-  for (DWORD dwWaited = 0; dwWaited < LONGEST_RUN; dwWaited += LOOK_PERIOD) {
-    if ((*m_Device)->GetStatus().bBusy == 0) {
-      return true;
-    }
-    Sleep(LOOK_PERIOD);
-  }
-  return false;
 }
 
 void ReadyDevice::ExpectFailure(const Start& start, const Failure& failure) {
@@ -128,7 +75,7 @@ void ReadyDevice::ExpectFailure(const Start& start, const Failure& failure) {
   EXPECT_EQ(std::ranges::count(log, failure.strRecord + " returned " + strNumber), 1);
   const Texts written = world.Written();
   EXPECT_EQ(Texts(written.end() - 4, written.end()), (Texts{"$r0", "$d0", "$h0", "$f0"}));
-  ExpectDark();
+  world.ExpectSwitchedOff();
   world.unit.WireFaults().Clear();
   EXPECT_GT(Run(start).size(), failure.nValues);
   EXPECT_EQ(Notified(FINISHED), 1U);
@@ -145,7 +92,7 @@ void ReadyDevice::AtValue(std::size_t n, std::function<void()> action) {
 }
 
 void ReadyDevice::Restart() {
-  EXPECT_EQ((*m_Device)->Shutdown(), S_OK);
+  EXPECT_EQ(m_Device->Shutdown(), S_OK);
   StartUp();
 }
 
@@ -171,15 +118,6 @@ Texts ReadyDevice::Log(const std::string& prefix) const {
   return lines;
 }
 
-void ReadyDevice::ExpectDark() {
-  while (!world.unit.IsIdle()) {
-    Sleep(LOOK_PERIOD);
-  }
-  const simulator::OpticalUnitState state = world.unit.State();
-  EXPECT_EQ(state.halogen, 0);
-  EXPECT_EQ(state.mirror, 0);
-}
-
 void ExpectSameValues(const MeasureValues& actual, const MeasureValues& expected) {
   ASSERT_EQ(actual.size(), expected.size());
   for (std::size_t i = 0; i < actual.size(); ++i) {
@@ -193,33 +131,6 @@ void ExpectSameValues(const MeasureValues& actual, const MeasureValues& expected
     const double dRatio = e.dValue / e.dValueRef;
     ASSERT_NEAR(a.dValue / a.dValueRef, dRatio, NOISE * dRatio) << i;
     ASSERT_NEAR(a.dTurbidity, e.dTurbidity, e.dTurbidity > 0.0 ? TURBIDITY_NOISE + NOISE * e.dTurbidity : 0.0) << i;
-  }
-}
-
-void ExpectCancellable(const Start& start, std::uint64_t nRuns) {
-  nRuns = RunCount(nRuns);
-  for (const Policy policy : {Policy::FirstCome, Policy::Random}) {
-    std::uint64_t nPoints = 0;
-    const MeasureValues expected = RunUndisturbed(start, policy, &nPoints);
-    for (std::uint64_t n = 0; n < nRuns && !testing::Test::HasFailure(); ++n) {
-      const std::uint64_t nPoint = 1 + nPoints * n / nRuns;
-      SCOPED_TRACE((policy == Policy::Random ? "random, point " : "point ") + std::to_string(nPoint) + " of " +
-                   std::to_string(nPoints));
-      CancelAt(start, policy, nPoint, expected);
-    }
-  }
-}
-
-void ExpectSameInAnyOrder(const Start& start) {
-  const MeasureValues expected = ReadyDevice().Run(start);
-  for (std::uint64_t nSeed = 1; nSeed <= 30; ++nSeed) {
-    SCOPED_TRACE(nSeed);
-    WorldOptions options = Scheduled(Policy::Random, nSeed);
-    options.unit.seed = nSeed;
-    options.bAtOnce = nSeed % 2 == 0;
-    ReadyDevice device(options);
-    ExpectSameValues(device.Run(start), expected);
-    EXPECT_EQ(device.Notified(FINISHED), 1U);
   }
 }
 

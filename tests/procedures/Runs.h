@@ -1,9 +1,7 @@
-/// Runs of procedures on a device that has started up: what a run delivered, how it ended, and what must hold however
-/// it is disturbed.
+/// Runs of procedures on a device that has started up: what a run delivered, and how it ended.
 #pragma once
 
 #include <functional>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -19,8 +17,31 @@ inline constexpr DWORD RUN_ID = 9;
 inline constexpr DWORD FINISHED = 17;
 inline constexpr DWORD CANCELLED = 18;
 
+/// One reading at each of the wavelengths, nm.
+inline MeasureRequest RequestAt(const std::vector<double>& wavelengths) {
+  MeasureRequest request = MeasureAt(wavelengths);
+  request.m_dwRequestId = RUN_ID;
+  return request;
+}
+
 /// Starts a run.
 using Start = std::function<HRESULT(IPhotometer& photometer)>;
+
+inline Start StartOf(const MeasureRequest& request) {
+  return [request](IPhotometer& photometer) { return photometer.StartMeasure(&request); };
+}
+
+inline Start StartOf(const ScanRequest& request) {
+  return [request](IPhotometer& photometer) { return photometer.StartScan(&request); };
+}
+
+inline Start StartOf(const KineticsRequest& request) {
+  return [request](IPhotometer& photometer) { return photometer.StartKinetics(&request); };
+}
+
+inline Start StartOf(const TurbidityRequest& request) {
+  return [request](IPhotometer& photometer) { return photometer.StartTurbidityMeasurement(&request); };
+}
 
 /// The start, and a cancel so many ms later.
 Start ThenCancel(const Start& start, DWORD dwMilliseconds);
@@ -45,7 +66,7 @@ class ReadyDevice {
   ReadyDevice(const ReadyDevice&) = delete;
   ReadyDevice& operator=(const ReadyDevice&) = delete;
 
-  IPhotometer* operator->() const { return m_Device->operator->(); }
+  IPhotometer* operator->() const { return m_Device.operator->(); }
 
   /// Starts a run and waits for its end. What it delivered; the transcript is that of this run.
   MeasureValues Run(const Start& start);
@@ -65,26 +86,16 @@ class ReadyDevice {
   [[nodiscard]] Texts Errors() const { return Calls("OnError"); }
   /// Lines of the device log that begin with this, their times left out.
   [[nodiscard]] Texts Log(const std::string& prefix = "") const;
-  /// The mirror is parked and the halogen lamp off, once the unit has carried out what it was told.
-  void ExpectDark();
 
   World world;
 
  private:
   void StartUp();
-  /// False: the run does not end.
-  [[nodiscard]] bool WaitForEnd() const;
 
-  std::unique_ptr<Device> m_Device;
+  Device m_Device;
 };
 
 /// Same tags, positions, wavelengths and sizes, and values that agree but for noise.
 void ExpectSameValues(const MeasureValues& actual, const MeasureValues& expected);
-
-/// Cancels the run at `nRuns` scheduling points spread evenly, first come first served and at random, each in a world
-/// of its own. There must be one end each time; afterwards everything is off, and the next run is complete and right.
-void ExpectCancellable(const Start& start, std::uint64_t nRuns);
-/// In any order of events and with any split of the bytes, the run delivers the same.
-void ExpectSameInAnyOrder(const Start& start);
 
 }  // namespace photometer::tests

@@ -18,29 +18,13 @@ namespace {
 
 using simulator::FaultKind;
 
-HRESULT StartMeasure(IPhotometer& photometer) {
-  MeasureRequest request = MeasureAt({525.0});
-  request.m_dwRequestId = RUN_ID;
-  return photometer.StartMeasure(&request);
-}
-
-HRESULT StartScan(IPhotometer& photometer) {
-  const ScanRequest request{RUN_ID, 500.0, 502.0, 340.0, 0, FALSE, FALSE};
-  return photometer.StartScan(&request);
-}
-
-HRESULT StartKinetics(IPhotometer& photometer) {
-  const KineticsRequest request{RUN_ID, 0, 5, 525.0, 340.0};
-  return photometer.StartKinetics(&request);
-}
-
 struct Intake {
   const char* what;
   /// Of the pump's line; without a letter: none.
   simulator::Fault fault;
   bool bCancel;
-  /// The one callback behind the run's start, results left out; empty: none.
-  std::string strEnd;
+  /// The callbacks behind the run's start, results left out.
+  Texts ends;
   /// What the measurement logs last of it; empty: nothing.
   std::string strLog;
 };
@@ -70,8 +54,9 @@ void ExpectIntake(const Intake& intake, const Start& start, bool bMeasures) {
   Texts calls = world.sink.Calls();
   std::erase_if(calls,
                 [](const std::string& call) { return call.starts_with("OnResult") || call.ends_with("15, 100)"); });
-  EXPECT_EQ(calls,
-            intake.strEnd.empty() ? (Texts{"OnNotify(9, 25, 0)"}) : (Texts{"OnNotify(9, 25, 0)", intake.strEnd}));
+  ASSERT_FALSE(calls.empty());
+  EXPECT_EQ(calls.front(), "OnNotify(9, 25, 0)");
+  EXPECT_EQ(Texts(calls.begin() + 1, calls.end()), intake.ends);
   const std::size_t nLines = bMeasures && !intake.strLog.empty() ? 1 : 0;
   EXPECT_EQ(world.LogLines("|  [Measure] start pumping... PumpTime= 5\n"), nLines);
   EXPECT_EQ(world.LogLines("|  " + intake.strLog + "\n"), nLines);
@@ -81,13 +66,15 @@ void ExpectIntake(const Intake& intake, const Start& start, bool bMeasures) {
 
 TEST(SampleRun, EndsAsItsPumpAndTheHostSay) {
   const Intake intakes[] = {
-      {"sound", {}, false, "OnNotify(9, 17, 100)", "[Measure] bSleep= TRUE, DelayTime= 2"},
-      {"pump fails", {.kind = FaultKind::Error, .letter = '1'}, false, "", "[Measure] Pump(), iResult= 514"},
-      {"cancelled", {}, true, "OnNotify(9, 18, 100)", "[Measure] Pump(), iResult= 516"},
-      {"parameters fail", {.kind = FaultKind::Silence, .letter = 'H'}, false, "OnError(0, 532)", ""},
+      {"sound", {}, false, {"OnNotify(9, 17, 100)"}, "[Measure] bSleep= TRUE, DelayTime= 2"},
+      {"pump fails", {.kind = FaultKind::Error, .letter = '1'}, false, {}, "[Measure] Pump(), iResult= 514"},
+      {"cancelled", {}, true, {"OnNotify(9, 18, 100)"}, "[Measure] Pump(), iResult= 516"},
+      {"parameters fail", {.kind = FaultKind::Silence, .letter = 'H'}, false, {"OnError(0, 532)"}, ""},
   };
   const std::pair<const char*, Start> starts[] = {
-      {"measure", StartMeasure}, {"scan", StartScan}, {"kinetics", StartKinetics}};
+      {"measure", StartOf(RequestAt({525.0}))},
+      {"scan", StartOf(ScanRequest{RUN_ID, 500.0, 502.0, 340.0, 0, FALSE, FALSE})},
+      {"kinetics", StartOf(KineticsRequest{RUN_ID, 0, 5, 525.0, 340.0})}};
   for (const Intake& intake : intakes) {
     for (const auto& [procedure, start] : starts) {
       SCOPED_TRACE(std::string(intake.what) + ", " + procedure);

@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <array>
-#include <limits>
 #include <random>
 #include <string>
 
@@ -17,21 +16,17 @@ constexpr DWORD HALOGEN = 1;
 constexpr DWORD DEUTERIUM = 2;
 
 /// "$s3501 501 D0 high": the command, its points, lamp and filter, gain and power; "+500" for a pause before it, ms.
-std::string Text(const ScanSegment& segment) {
-  EXPECT_EQ(segment.bGain, segment.bHalogenHighPower);
-  EXPECT_TRUE(segment.dwLamp == HALOGEN || segment.dwLamp == DEUTERIUM);
-  EXPECT_EQ(segment.strCommand.back(), '\r');
-  std::string text = segment.strCommand.substr(0, segment.strCommand.size() - 1) + " " +
-                     std::to_string(segment.dwExpected) + (segment.dwLamp == DEUTERIUM ? " D" : " H") +
-                     std::to_string(segment.dwFilter) + (segment.bGain ? " high" : " low");
-  return segment.dwDelay == 0 ? text : text + " +" + std::to_string(segment.dwDelay);
-}
-
 /// All segments, one behind the other.
 std::string Text(const ScanPlan& plan) {
   std::string text;
   for (const ScanSegment& segment : plan.segments) {
-    text += (text.empty() ? "" : ", ") + Text(segment);
+    EXPECT_EQ(segment.bGain, segment.bHalogenHighPower);
+    EXPECT_TRUE(segment.dwLamp == HALOGEN || segment.dwLamp == DEUTERIUM);
+    EXPECT_EQ(segment.strCommand.back(), '\r');
+    text += (text.empty() ? "" : ", ") + segment.strCommand.substr(0, segment.strCommand.size() - 1) + " " +
+            std::to_string(segment.dwExpected) + (segment.dwLamp == DEUTERIUM ? " D" : " H") +
+            std::to_string(segment.dwFilter) + (segment.bGain ? " high" : " low") +
+            (segment.dwDelay == 0 ? "" : " +" + std::to_string(segment.dwDelay));
   }
   return text;
 }
@@ -48,77 +43,44 @@ ScanPositions Between(DWORD dwFirst, DWORD dwLast, bool bUV = true) {
   return {dwFirst, dwLast, bUV ? 3500U : 0U, 5000, 6000, 7000, 8500, 9500};
 }
 
-TEST(ScanPlan, FineSegments) {
+TEST(ScanPlan, Segments) {
   struct {
     const char* what;
     DWORD dwLampMode;
+    bool bCoarse;
     bool bUV;
-    DWORD dwFirst;
-    DWORD dwLast;
-    const char* expected;
-  } const cases[] = {
-      {"all seven", AUTOMATIC, true, 3000, 9900,
-       "$s3501 501 D0 high, $s5001 1500 H1 high, $s6001 1000 H2 low, $s7001 1000 H2 low, "
-       "$s8501 1500 H3 low, $s9501 1000 H3 low +500, $s9901 400 H3 low +500"},
-      {"six", AUTOMATIC, true, 3000, 9000,
-       "$s3501 501 D0 high, $s5001 1500 H1 high, $s6001 1000 H2 low, $s7001 1000 H2 low, "
-       "$s8501 1500 H3 low, $s9001 500 H3 low +500"},
-      {"without the deuterium path", AUTOMATIC, false, 3000, 9900,
-       "$s5001 2001 H1 high, $s6001 1000 H2 low, $s7001 1000 H3 low, $s8501 1500 H4 low, "
-       "$s9501 1000 H4 low +500, $s9901 400 H4 low +500"},
-      {"halogen lamp alone", HALOGEN, true, 3000, 7100,
-       "$s3501 501 H0 high, $s5001 1500 H1 high, $s6001 1000 H2 low, $s7001 1000 H2 low, "
-       "$s7101 100 H3 low"},
-      {"deuterium lamp alone", DEUTERIUM, true, 3000, 7100,
-       "$s3501 501 D0 high, $s5001 1500 D0 high, $s6001 1000 D2 low, $s7001 1000 D2 low, "
-       "$s7101 100 D3 low"},
-      {"halogen lamp without the deuterium path", HALOGEN, false, 3000, 3100, "$s3101 101 H1 high"},
-      {"beyond 1000 nm", AUTOMATIC, true, 9600, 9900, "$s9901 301 H3 low +500"},
-      {"beyond 1000 nm without the deuterium path", AUTOMATIC, false, 9600, 9900, "$s9901 301 H4 low +500"},
-      {"up to a boundary", AUTOMATIC, true, 3400, 3500, "$s3501 101 D0 high"},
-      {"from a boundary on", AUTOMATIC, true, 3500, 3600, "$s3601 101 H1 high"},
-      {"one position beyond a boundary", AUTOMATIC, true, 3400, 3501, "$s3501 101 D0 high, $s3502 1 H1 high"},
-  };
-  for (const auto& c : cases) {
-    const ScanPlan plan = PlanScan(Request(c.dwLampMode, false), c.bUV, Between(c.dwFirst, c.dwLast, c.bUV));
-    EXPECT_EQ(Text(plan), c.expected) << c.what;
-    EXPECT_EQ(plan.dwLast, c.dwLast) << c.what;
-  }
-}
-
-TEST(ScanPlan, BoundariesThatDoNotRiseDropSegments) {
-  // The deuterium lamp serves further than the lower filter, and the upper filter ends beyond 900 nm.
-  const ScanPositions positions{3000, 9900, 5100, 5000, 6000, 8600, 8500, 9500};
-  EXPECT_EQ(Text(PlanScan(Request(AUTOMATIC, false), TRUE, positions)),
-            ("$s5101 2101 D0 high, $s6001 900 H2 low, $s8601 2600 H2 low, $s9501 900 H3 low +500, "
-             "$s9901 400 H3 low +500"));
-}
-
-TEST(ScanPlan, CoarseSegments) {
-  struct {
-    const char* what;
     ScanPositions positions;
     const char* expected;
-    DWORD dwLast;
   } const cases[] = {
-      {"six segments", Between(3000, 9000),
+      {"six", AUTOMATIC, false, true, Between(3000, 9000),
+       "$s3501 501 D0 high, $s5001 1500 H1 high, $s6001 1000 H2 low, $s7001 1000 H2 low, "
+       "$s8501 1500 H3 low, $s9001 500 H3 low +500"},
+      {"without the deuterium path", AUTOMATIC, false, false, Between(3000, 9900, false),
+       "$s5001 2001 H1 high, $s6001 1000 H2 low, $s7001 1000 H3 low, $s8501 1500 H4 low, "
+       "$s9501 1000 H4 low +500, $s9901 400 H4 low +500"},
+      {"halogen lamp alone", HALOGEN, false, true, Between(3000, 3600), "$s3501 501 H0 high, $s3601 100 H1 high"},
+      {"deuterium lamp alone", DEUTERIUM, false, true, Between(3000, 7100),
+       "$s3501 501 D0 high, $s5001 1500 D0 high, $s6001 1000 D2 low, $s7001 1000 D2 low, $s7101 100 D3 low"},
+      {"beyond 1000 nm", AUTOMATIC, false, true, Between(9600, 9900), "$s9901 301 H3 low +500"},
+      {"up to a boundary", AUTOMATIC, false, true, Between(3400, 3500), "$s3501 101 D0 high"},
+      {"from a boundary on", AUTOMATIC, false, true, Between(3500, 3600), "$s3601 101 H1 high"},
+      {"one position beyond a boundary", AUTOMATIC, false, true, Between(3400, 3501),
+       "$s3501 101 D0 high, $s3502 1 H1 high"},
+      // The deuterium lamp serves further than the lower filter, and the upper filter ends beyond 900 nm.
+      {"boundaries that do not rise", AUTOMATIC, false, true,
+       ScanPositions{3000, 9900, 5100, 5000, 6000, 8600, 8500, 9500},
+       "$s5101 2101 D0 high, $s6001 900 H2 low, $s8601 2600 H2 low, $s9501 900 H3 low +500, $s9901 400 H3 low +500"},
+      {"coarse", AUTOMATIC, true, true, Between(3000, 9000),
        "$s3501 50 D0 high, $s5001 150 H1 high, $s6001 100 H2 low, $s7001 100 H2 low, "
-       "$s8501 150 H3 low, $s9011 51 H3 low +500",
-       9010},
-      {"a multiple of ten grows by ten", Between(3000, 3119), "$s3130 13 D0 high", 3129},
-      {"nine more", Between(3000, 3128), "$s3130 13 D0 high", 3129},
-      {"the first too short", Between(3496, 4000), "$s4006 51 H1 high", 4005},
-      {"just long enough", Between(3491, 4000), "$s3501 1 D0 high, $s4011 51 H1 high", 4010},
-      {"two in a row too short",
-       {4996, 5500, 3500, 5000, 5004, 5010, 8500, 9500},
-       "$s5011 1 H2 low, $s5511 50 H3 low",
-       5510},
-      {"the last too short", Between(4990, 5003), "$s5001 1 H1 high, $s5011 1 H2 low", 5010},
+       "$s8501 150 H3 low, $s9011 51 H3 low +500"},
+      {"a multiple of ten grows by ten", AUTOMATIC, true, true, Between(3000, 3119), "$s3130 13 D0 high"},
+      {"nine more", AUTOMATIC, true, true, Between(3000, 3128), "$s3130 13 D0 high"},
+      {"the first too short", AUTOMATIC, true, true, Between(3496, 4000), "$s4006 51 H1 high"},
+      {"just long enough", AUTOMATIC, true, true, Between(3491, 4000), "$s3501 1 D0 high, $s4011 51 H1 high"},
+      {"the last too short", AUTOMATIC, true, true, Between(4990, 5003), "$s5001 1 H1 high, $s5011 1 H2 low"},
   };
   for (const auto& c : cases) {
-    const ScanPlan plan = PlanScan(Request(AUTOMATIC, true), TRUE, c.positions);
-    EXPECT_EQ(Text(plan), c.expected) << c.what;
-    EXPECT_EQ(plan.dwLast, c.dwLast) << c.what;
+    EXPECT_EQ(Text(PlanScan(Request(c.dwLampMode, c.bCoarse), c.bUV, c.positions)), c.expected) << c.what;
   }
 }
 
@@ -160,29 +122,21 @@ TEST(ScanPlan, NoPositionIsLostOrInTwoSegments) {
 }
 
 TEST(ScanPlan, Validation) {
-  const double dNaN = std::numeric_limits<double>::quiet_NaN();
-  const double dInfinity = std::numeric_limits<double>::infinity();
   struct {
     const char* what;
     bool bUV;
-    double dStart;
-    double dEnd;
-    double dSwitching;
+    double dStart, dEnd, dSwitching;
     DWORD dwLampMode;
     HRESULT expected;
   } const cases[] = {
-      {"whole range", true, 190, 1100, 340, AUTOMATIC, S_OK},
-      {"highest switching point", true, 190, 1100, 350, DEUTERIUM, S_OK},
-      {"start at the end", true, 500, 500, 340, AUTOMATIC, E_INVALIDARG},
-      {"start above the end", true, 501, 500, 340, AUTOMATIC, E_INVALIDARG},
-      {"deuterium lamp without its path", false, 400, 500, 340, DEUTERIUM, E_INVALIDARG},
+      {"whole range", true, 190, 1100, 350, DEUTERIUM, S_OK},
       {"halogen lamp without the deuterium path", false, 400, 500, 340, HALOGEN, S_OK},
-      {"below the deuterium lamp", true, 189.9, 500, 340, AUTOMATIC, E_INVALIDARG},
-      {"below the halogen lamp", false, 329.9, 500, 340, AUTOMATIC, E_INVALIDARG},
-      {"switching point too high", true, 400, 500, 350.1, AUTOMATIC, E_INVALIDARG},
+      {"deuterium lamp without its path", false, 400, 500, 340, DEUTERIUM, E_INVALIDARG},
       {"no such lamp mode", true, 400, 500, 340, 3, E_INVALIDARG},
-      {"start is no number", true, dNaN, 500, 340, AUTOMATIC, E_INVALIDARG},
-      {"without start", true, -dInfinity, 500, 340, AUTOMATIC, E_INVALIDARG},
+      {"start at the end", true, 500, 500, 340, AUTOMATIC, E_INVALIDARG},
+      {"start out of range", false, 329.9, 500, 340, AUTOMATIC, E_INVALIDARG},
+      {"end out of range", true, 400, 1100.1, 340, AUTOMATIC, E_INVALIDARG},
+      {"switching point out of range", true, 400, 500, 350.1, AUTOMATIC, E_INVALIDARG},
   };
   PhotometerParameters params = DefaultParameters();
   for (const auto& c : cases) {

@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -9,24 +8,17 @@
 namespace photometer::tests {
 namespace {
 
-using simulator::FaultKind;
 using simulator::Sample;
 
-constexpr TurbidityRequest REQUEST{RUN_ID, 31, 32};
-const Start TURBIDITY = [](IPhotometer& photometer) { return photometer.StartTurbidityMeasurement(&REQUEST); };
-
-/// What the run wrote, without the converter's speed: the start-up leaves it, or not.
-Texts Written(const ReadyDevice& device) {
-  Texts written = device.world.Written();
-  std::erase(written, "$A9");
-  return written;
-}
+const Start TURBIDITY = StartOf(TurbidityRequest{RUN_ID, 31, 32});
 
 TEST(Turbidity, SetsAndReadsInThisOrder) {
   ReadyDevice device;
   device->SetCuvetteSize(24);
   const MeasureValues values = device.Run(TURBIDITY);
-  EXPECT_EQ(Written(device), (Texts{"$H1", "$T1", "$G0", "$t", "$T3", "$G1", "$t", "$H0"}));
+  Texts written = device.world.Written();
+  std::erase(written, "$A9");  // the start-up leaves the converter's speed so, or not
+  EXPECT_EQ(written, (Texts{"$H1", "$T1", "$G0", "$t", "$T3", "$G1", "$t", "$H0"}));
   EXPECT_EQ(device.Calls(), (Texts{"OnNotify(9, 25, 0)", "OnResult(9, 2)", "OnNotify(9, 17, 100)"}));
   ASSERT_EQ(values.size(), 2U);
   for (std::size_t i = 0; i < 2; ++i) {
@@ -51,60 +43,6 @@ TEST(Turbidity, IsTheSamples) {
     EXPECT_NEAR(values[1].dTurbidity, 72.0 * dLow, 40.0 + 0.002 * 72.0 * dLow) << dNtu;
   }
 }
-
-TEST(Turbidity, CancelIsSeenAtItsPlaces) {
-  // ms after the start, and what is still written.
-  struct {
-    DWORD dwAfter;
-    Texts expected;
-  } const cases[] = {
-      {100, {"$H1", "$T1", "$G0"}},
-      {700, {"$H1", "$T1", "$G0"}},
-      {900, {"$H1", "$T1", "$G0", "$t", "$T3", "$G1"}},
-      {1100, {"$H1", "$T1", "$G0", "$t", "$T3", "$G1"}},
-      {1400, {"$H1", "$T1", "$G0", "$t", "$T3", "$G1", "$t", "$H0"}},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.dwAfter);
-    ReadyDevice device;
-    EXPECT_TRUE(device.Run(ThenCancel(TURBIDITY, c.dwAfter)).empty());
-    EXPECT_EQ(Written(device), c.expected);
-    EXPECT_EQ(device.Calls(), (Texts{"OnNotify(9, 25, 0)", "OnNotify(9, 18, 100)"}));
-    const Texts log = device.Log();
-    EXPECT_EQ(std::ranges::count(log, "[MeasureTurbidityProc] Measurement was canceled."), 1);
-  }
-}
-
-TEST(Turbidity, CancelledAtManyPoints) { ExpectCancellable(TURBIDITY, 150); }
-
-TEST(Turbidity, Failures) {
-  const Failure cases[] = {
-      {{.kind = FaultKind::Error, .letter = 'H', .nth = 1}, 24, "[MeasureTurbidity] SetShutter"},
-      {{.kind = FaultKind::Error, .letter = 'T', .nth = 1}, 184, "[MeasureTurbidity] SetTurbidityPower"},
-      {{.kind = FaultKind::Silence, .letter = 'G', .nth = 1}, 192, "[MeasureTurbidity] SetTurbidityGain"},
-      {{.kind = FaultKind::Silence, .letter = 't', .nth = 1}, 162, "[MeasureTurbidity] GetTurbidity"},
-  };
-  for (const Failure& failure : cases) {
-    SCOPED_TRACE(failure.strRecord);
-    ReadyDevice().ExpectFailure(TURBIDITY, failure);
-  }
-}
-
-TEST(Turbidity, CancelAndErrorAreBothReported) {
-  ReadyDevice device;
-  device.world.unit.WireFaults().Add({.kind = FaultKind::Silence, .letter = 't', .nth = 1});
-  device.Run(ThenCancel(TURBIDITY, 30'000));
-  EXPECT_EQ(device.Calls(), (Texts{"OnNotify(9, 25, 0)", "OnNotify(9, 18, 100)", "OnError(0, 162)"}));
-}
-
-TEST(Turbidity, StartIsRefusedUnlessReady) {
-  World world;
-  Device device(world);
-  EXPECT_EQ(device->StartTurbidityMeasurement(&REQUEST), E_FAIL) << "before Initialize";
-  EXPECT_EQ(device->StartTurbidityMeasurement(nullptr), E_POINTER);
-}
-
-TEST(Turbidity, AnyOrderOfEventsAndAnySplitOfTheBytes) { ExpectSameInAnyOrder(TURBIDITY); }
 
 }  // namespace
 }  // namespace photometer::tests

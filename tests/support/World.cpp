@@ -12,7 +12,7 @@ namespace {
 
 /// Between two looks at the device, and the longest that any run takes, ms.
 constexpr DWORD LOOK_PERIOD = 50;
-constexpr DWORD LONGEST_RUN = 600'000;
+constexpr DWORD LONGEST_RUN = 7'200'000;
 
 /// The longest wait for threads, ms.
 constexpr DWORD THREADS_END_LIMIT = 3000;

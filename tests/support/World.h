@@ -94,7 +94,7 @@ class Device {
   HRESULT Initialize();
   /// `Initialize`, and waits for the end of the start-up. True: initialised.
   bool StartUp();
-  /// False: still busy after ten minutes.
+  /// False: still busy after two hours.
   bool WaitUntilNotBusy() const;
   /// `Shutdown` and `Release`; forbids the sink's callbacks when `Shutdown` is called.
   void Close();
