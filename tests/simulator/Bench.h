@@ -3,7 +3,6 @@
 
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 #include "simulator/OpticalUnit.h"
@@ -15,7 +14,7 @@ struct Answer {
   Time delay = 0;  ///< from the command to the last byte, µs
 };
 
-/// Dark-corrected mean values of both channels, counts.
+/// Mean values of both channels, counts.
 struct Counts {
   double sample = 0.0;
   double reference = 0.0;
@@ -29,21 +28,17 @@ class Bench {
   Answer Ask(std::string_view bytes);
   /// Sends several commands, each with "$" and carriage return added, and drops the answers.
   void Set(const std::vector<std::string>& commands);
-  /// Dark and light reading, as for a measurement.
+  /// Power on, and the monochromator at a wavelength, nm.
+  void MoveTo(double wavelength);
+  /// Light less dark reading, as for a measurement.
   Counts Measure();
-  /// One reading of three conversions, averaged.
-  Counts Read();
-  /// A stream from the present position to `iLast`: one value per reading.
-  std::vector<Counts> Scan(int iLast);
-  /// Optics for a measurement at a wavelength with the halogen lamp on an instrument with UV path.
-  void PrepareHalogen(double wavelength);
 
   OpticalUnit unit;
   Time now = 0;
-};
 
-/// The position whose wavelength by the unit's polynomial, rounded to 0.01 nm, is nearest.
-int TablePosition(double wavelength);
-double Absorbance(const Counts& sample, const Counts& blank);
+ private:
+  /// One reading of three conversions, averaged.
+  Counts Read();
+};
 
 }  // namespace simulator

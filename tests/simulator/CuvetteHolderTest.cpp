@@ -48,17 +48,6 @@ TEST(CuvetteHolder, BouncesTheSameWayForTheSameSeed) {
   EXPECT_EQ(strSeen.substr(60 * 4, 4), "010 ") << "settled after the bounce time";
 }
 
-TEST(CuvetteHolder, HasPinsThatCannotBeRead) {
-  CuvetteHolder holder;
-  holder.Insert(50, 0);
-  holder.SetUnreadable(11, true);
-  EXPECT_EQ(holder.ReadPin(1, 11), CuvetteHolder::Unreadable);
-  EXPECT_EQ(holder.ReadPin(1, 12), 1u);
-  EXPECT_EQ(holder.ReadPin(1, 9), CuvetteHolder::Unreadable);
-  holder.SetUnreadable(11, false);
-  EXPECT_EQ(holder.ReadPin(1, 11), 1u);
-}
-
 TEST(Instrument, PutsCuvetteAndSampleInTogether) {
   Instrument instrument;
   instrument.InsertCuvette(10, Sample::NeutralGlass(1.0), 1000);

@@ -1,4 +1,3 @@
-#include <array>
 #include <cmath>
 
 #include <gtest/gtest.h>
@@ -14,27 +13,6 @@ TEST(Random, GivesTheSameNumbersInEveryBuild) {
   EXPECT_EQ(random.Next(), 6990951692964543102u);
   EXPECT_NEAR(random.Normal(), 0.46782019, 1e-8);
   EXPECT_NEAR(random.Normal(), 1.43736565, 1e-8);
-}
-
-TEST(Random, IsNormal) {
-  constexpr int Count = 400'000;
-  // Shares beyond one to four standard deviations.
-  constexpr std::array<double, 4> Expected = {0.317311, 0.0455003, 0.0026998, 0.0000633};
-  Random random(7);
-  double sum = 0.0;
-  std::array<int, 4> beyond = {};
-  for (int i = 0; i < Count; ++i) {
-    const double value = random.Normal();
-    sum += value;
-    for (std::size_t k = 0; k < beyond.size(); ++k) {
-      beyond[k] += std::fabs(value) > static_cast<double>(k) + 1.0 ? 1 : 0;
-    }
-  }
-  EXPECT_NEAR(sum / Count, 0.0, 0.008);
-  for (std::size_t k = 0; k < beyond.size(); ++k) {
-    const double mean = Expected[k] * Count;
-    EXPECT_NEAR(beyond[k], mean, 5.0 * std::sqrt(mean)) << "beyond sigma " << k + 1;
-  }
 }
 
 TEST(Detector, HasTheVarianceThatItStates) {

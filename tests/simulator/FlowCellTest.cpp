@@ -61,24 +61,7 @@ TEST(FlowCell, KeepsWhatItHasWhenTheCycleFails) {
       bench.Tell(10 * Second, start);
       EXPECT_EQ(bench.At(60 * Second), 0.0);
     }
-    DrawingBench stopped(pump);
-    stopped.instrument.zq420.FailPumping(5, Second);
-    stopped.Tell(10 * Second, start);
-    stopped.instrument.zq410.SwitchPower(11 * Second, false);
-    stopped.Tell(20 * Second, "e");
-    EXPECT_EQ(stopped.At(60 * Second), 0.0);
   }
-}
-
-TEST(FlowCell, IsInTheBeamOnlyWhileItIsInTheHolder) {
-  DrawingBench bench(PumpKind::ZQ420);
-  bench.instrument.InsertCuvette(20, Sample::NeutralGlass(0.5), Second);
-  bench.Tell(2 * Second, "s");
-  EXPECT_NEAR(bench.At(9 * Second), 0.5, 1e-9);
-  bench.Tell(10 * Second, "e");
-  bench.instrument.InsertFlowCuvette(11 * Second);
-  EXPECT_EQ(bench.At(12 * Second), 0.0) << "it comes rinsed";
-  EXPECT_EQ(bench.instrument.holder.Size(12 * Second), Instrument::FlowCuvetteSize);
 }
 
 }  // namespace

@@ -39,21 +39,5 @@ TEST(SipperZQ420, RunsBetweenStartAndStop) {
   EXPECT_EQ(pump.Cycles(), 1u);
 }
 
-TEST(SipperZQ420, Faults) {
-  for (const int iFault : {3, 4, 5, 6}) {
-    const std::string strNumber = std::to_string(iFault);
-    SipperZQ420 pump;
-    Ask(pump, 0, "p");
-    pump.Line().Faults().Add(
-        {.kind = FaultKind::Error, .letter = 's', .nth = 1, .count = static_cast<std::size_t>(iFault)});
-    EXPECT_EQ(Ask(pump, 2 * Second, "s"), "\x02s;f;" + strNumber + "\x03");
-    EXPECT_EQ(pump.IsPumping(), iFault == 4);
-    Ask(pump, 4 * Second, "e");
-    pump.FailPumping(iFault, Second / 2);
-    EXPECT_EQ(Ask(pump, 6 * Second, "s"), "\x02s\x03\x02p;f;" + strNumber + "\x03");
-    EXPECT_EQ(pump.IsPumping(), iFault == 4);
-  }
-}
-
 }  // namespace
 }  // namespace simulator
