@@ -1,4 +1,3 @@
-#include <array>
 #include <string>
 
 #include "BoardContract.h"
@@ -78,15 +77,8 @@ TEST_P(FilesContract, AFullDiskFailsTheWriteAndLeavesWhatWasThere) {
 
 TEST_P(FilesContract, NothingOutsideTheRootCanBeNamed) {
   EXPECT_TRUE(AppendFileW(u"\\NANDFlash\\inside", "x"));
-  const std::array<const char16_t*, 8> paths{u"\\..\\escaped",
-                                             u"\\NANDFlash\\..\\..\\escaped",
-                                             u"..\\escaped",
-                                             u"/tmp/escaped",
-                                             u"\\NANDFlash\\../../escaped",
-                                             u"../escaped",
-                                             u"",
-                                             u"\\NANDFlash/../../escaped"};
-  for (const char16_t* path : paths) {
+  for (const char16_t* path : {u"\\..\\escaped", u"\\NANDFlash\\..\\..\\escaped", u"..\\escaped", u"/tmp/escaped",
+                               u"\\NANDFlash/../../escaped", u"../escaped", u""}) {
     const std::string shown = ToUtf8(path);
     EXPECT_FALSE(AppendFileW(path, "x")) << shown;
     EXPECT_FALSE(ReplaceFileW(path, "x")) << shown;
