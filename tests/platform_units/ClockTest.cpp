@@ -16,15 +16,9 @@ TEST(Clock, GermanDate) {
 
 TEST(Clock, TimeByFormat) {
   const std::tuple<SYSTEMTIME, const char16_t*, const char16_t*> cases[] = {
-      {Evening, u"HH':'mm':'ss", u"22:49:44"},
-      {Early, u"HH':'mm':'ss", u"03:04:05"},
-      {Early, u"H:m:s", u"3:4:5"},
-      {Early, u"HHHH", u"03"},
-      {Evening, u"HH' o''clock'", u"22 o'clock"},
-      {Evening, u"'HH mm'ss", u"HH mm44"},
+      {Evening, u"HH':'mm':'ss", u"22:49:44"},    {Early, u"HH:H:m:s", u"03:3:4:5"},
+      {Evening, u"HH' o''clock'", u"22 o'clock"}, {Evening, u"'HH mm'ss", u"HH mm44"},
       {Evening, u"ss'open", u"44open"},
-      {Evening, u"''HH", u"22"},
-      {Evening, u"", u""},
   };
   for (const auto& [time, format, text] : cases) {
     EXPECT_EQ(GetTimeFormatW(LOCALE_GERMAN, time, format), text) << ToUtf8(format);
