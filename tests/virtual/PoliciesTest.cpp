@@ -1,32 +1,25 @@
 // A planted lost wake-up that first come, first served never shows: what each policy promises to find, and in how many
-// runs; and that a run's own list of decisions gives the same run.
+// runs.
 #include <set>
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "OnVirtualBoard.h"
 #include "platform/virtual/ExhaustivePolicy.h"
 #include "platform/virtual/PriorityPolicy.h"
-#include "platform/virtual/ReplayPolicy.h"
 
 namespace virtualtest {
 namespace {
-
-using testing::IsEmpty;
-using testing::SizeIs;
 
 struct Outcome {
   bool bLost = false;
   std::uint64_t nPoints = 0;
   std::uint64_t nHash = 0;
-  DecisionList decisions;
 };
 
 /// The consumer resets the event after it has looked: depth 2, since its look must come before the producer's word and
 /// its reset after it.
-Outcome LostWakeUp(VirtualBoardOptions options) {
-  options.bRecordDecisions = true;
+Outcome LostWakeUp(const VirtualBoardOptions& options) {
   OnVirtualBoard world(options);
   const HANDLE hEvent = CreateEventW(TRUE, FALSE, nullptr);
   Lock lock("m_csState");
@@ -54,7 +47,6 @@ Outcome LostWakeUp(VirtualBoardOptions options) {
   outcome.nPoints = world.board.Points();
   CloseHandle(hEvent);
   outcome.nHash = world.board.Hash();
-  outcome.decisions = world.board.Decisions();
   return outcome;
 }
 
@@ -176,29 +168,6 @@ TEST(ExhaustivePolicyTest, AScenarioThatDoesNotRepeatItselfIsReported) {
 }
 
 // ---- decisions ----
-
-TEST(DecisionsTest, AListShrinksToTheOneSwitchThatLosesTheWakeUp) {
-  EXPECT_THAT(LostWakeUp({}).decisions, IsEmpty());
-  Outcome lost;
-  for (std::uint64_t seed = 1; !lost.bLost; ++seed) {
-    lost = LostWakeUp(Seeded(seed));
-  }
-  DecisionList list = lost.decisions;
-  // Large parts first: a switch and the one back go together.
-  for (std::size_t nPart = list.size() - 1; nPart > 0; --nPart) {
-    for (std::size_t i = 0; i + nPart <= list.size();) {
-      DecisionList fewer(list.begin(), list.begin() + static_cast<std::ptrdiff_t>(i));
-      fewer.insert(fewer.end(), list.begin() + static_cast<std::ptrdiff_t>(i + nPart), list.end());
-      const bool bStillLost = LostWakeUp(With(std::make_shared<ReplayPolicy>(fewer))).bLost;
-      list = bStillLost ? fewer : list;
-      i += bStillLost ? 0 : nPart;
-    }
-  }
-  ASSERT_THAT(list, SizeIs(1)) << ToText(list);
-  EXPECT_EQ(list.front().kind, DecisionKind::Switch);
-  // What was carried out is all that a replay records.
-  EXPECT_EQ(LostWakeUp(With(std::make_shared<ReplayPolicy>(list))).decisions, list);
-}
 
 TEST(DecisionsTest, OnlyLinesOfTheFormAreRead) {
   const DecisionList list{{DecisionKind::Switch, 3, 17, 0, 2},

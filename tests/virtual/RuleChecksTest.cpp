@@ -67,46 +67,52 @@ bool WriteByte(HANDLE hPort) {
 struct Deed {
   const char* name;
   std::function<void(World&)> act;
-  /// Parts of the one report.
-  std::vector<std::string> report;
+  /// Regular expressions for the reports, in their order.
+  std::vector<std::string> reports;
 };
+
+void TakeBoth(World& world, const char* thread, Lock& first, Lock& second) {
+  world.RunToEnd(thread, [&] { With(first, [&] { With(second); }); });
+}
 
 const std::vector<Deed> Deeds = {
     {"two orders of locks",
      [](World& world) {
-       world.RunToEnd("First", [&] { With(world.state, [&] { With(world.other); }); });
-       world.RunToEnd("Second", [&] { With(world.other, [&] { With(world.state); }); });
+       TakeBoth(world, "First", world.state, world.other);
+       TakeBoth(world, "Second", world.other, world.state);
      },
-     {"order of locks", "\"Second\" takes m_csState and holds m_csOther", "\"First\" took"}},
+     {"order of locks: thread \"Second\" takes m_csState and holds m_csOther.*\"First\" took m_csOther"}},
     {"three locks in a circle",
      [](World& world) {
-       world.RunToEnd("First", [&] { With(world.state, [&] { With(world.other); }); });
-       world.RunToEnd("Second", [&] { With(world.other, [&] { With(world.sink); }); });
-       world.RunToEnd("Third", [&] { With(world.sink, [&] { With(world.state); }); });
+       TakeBoth(world, "First", world.state, world.other);
+       TakeBoth(world, "Second", world.other, world.sink);
+       TakeBoth(world, "Third", world.sink, world.state);
      },
-     {"\"Third\" takes m_csState and holds m_csSink", "\"First\" took m_csOther", "\"Second\" took m_csSink"}},
-    {"wait with a lock",
-     [](World& world) { With(world.state, [] { WaitForSingleObject(0, 1); }); },
-     {"wait with a lock held", "\"main\" calls WaitForMultipleObjects and holds m_csState"}},
-    {"sleep with a lock, again and again",
+     {"\"Third\" takes m_csState and holds m_csSink.*\"First\" took m_csOther.*\"Second\" took m_csSink"}},
+    {"waits with a lock, one of them again and again",
      [](World& world) {
+       With(world.state, [] { WaitForSingleObject(0, 1); });
        for (int i = 0; i < 3; ++i) {
          With(world.sink, [&] { With(world.other, [] { Sleep(5); }); });
        }
-     },
-     {"\"main\" calls Sleep and holds m_csOther, at 0.000 ms"}},
-    {"read with a lock",
-     [](World& world) {
        WithPort([&](HANDLE hPort) {
          char cByte = 0;
-         DWORD dwRead = 0;
-         With(world.state, [&] { ReadFile(hPort, &cByte, 1, &dwRead); });
+         DWORD dwCount = 0;
+         With(world.state, [&] { ReadFile(hPort, &cByte, 1, &dwCount); });
+         With(world.state, [&] { WriteFile(hPort, "x", 1, &dwCount); });
        });
      },
-     {"wait with a lock held", "calls ReadFile and holds m_csState"}},
-    {"write with a lock",
-     [](World& world) { WithPort([&](HANDLE hPort) { With(world.state, [hPort] { WriteByte(hPort); }); }); },
-     {"wait with a lock held", "calls WriteFile and holds m_csState"}},
+     {"wait with a lock held: thread \"main\" calls WaitForMultipleObjects and holds m_csState, at 0.000 ms",
+      "wait with a lock held: thread \"main\" calls Sleep and holds m_csOther",
+      "wait with a lock held: thread \"main\" calls ReadFile and holds m_csState",
+      "wait with a lock held: thread \"main\" calls WriteFile and holds m_csState"}},
+    {"storage written with the state lock",
+     [](World& world) {
+       With(world.state, [] { AppendFileW(u"\\SDMemory\\List.csv", "x"); });
+       WithKey([&](HANDLE hKey) { With(world.state, [hKey] { RegSetValueExW(hKey, u"UVLamp", 1); }); });
+     },
+     {"storage written with the state lock held: thread \"main\" writes .SDMemory.List.csv",
+      "storage written with the state lock held: thread \"main\" writes .*UVLamp"}},
     {"lock left by another thread",
      [](World& world) {
        With(world.state, [&] {
@@ -114,18 +120,10 @@ const std::vector<Deed> Deeds = {
          Sleep(0);
        });
      },
-     {"lock left by another thread", "\"Stranger\" leaves m_csState, owner \"main\""}},
+     {"lock left by another thread: \"Stranger\" leaves m_csState, owner \"main\""}},
     {"lock owned at the end",
      [](World& world) { world.RunToEnd("Forgetful", [&] { world.other.Enter(); }); },
-     {"lock owned at a thread's end", "\"Forgetful\" holds m_csOther"}},
-    {"file written with the state lock",
-     [](World& world) { With(world.state, [] { AppendFileW(u"\\SDMemory\\List.csv", "x"); }); },
-     {"storage written with the state lock held", "List.csv"}},
-    {"registry written with the state lock",
-     [](World& world) {
-       WithKey([&](HANDLE hKey) { With(world.state, [hKey] { RegSetValueExW(hKey, u"UVLamp", 1); }); });
-     },
-     {"storage written with the state lock held", "UVLamp"}},
+     {"lock owned at a thread's end: thread \"Forgetful\" holds m_csOther"}},
     {"handle of a thread set",
      [](World& /*world*/) {
        const HANDLE hThread = CreateThread([] {}, "Short", nullptr);
@@ -133,7 +131,23 @@ const std::vector<Deed> Deeds = {
        WaitForSingleObject(hThread, INFINITE);
        CloseHandle(hThread);
      },
-     {"use of a foreign handle", "EventModify"}},
+     {"use of a foreign handle: thread \"main\" calls EventModify"}},
+    {"use of closed handles",
+     [](World& world) {
+       const HANDLE hEvent = CreateEventW(FALSE, FALSE, nullptr);
+       world.RunToEnd("Closer", [hEvent] { CloseHandle(hEvent); });
+       EXPECT_EQ(WaitForSingleObject(hEvent, 10), WAIT_FAILED);
+       const HANDLE hGpio = GpioOpenHandle();
+       GpioCloseHandle(hGpio);
+       EXPECT_EQ(GpioGetInput(hGpio, 3, 10), UnreadablePin);
+       HANDLE hClosed = 0;
+       WithPort([&](HANDLE hPort) { hClosed = hPort; });
+       EXPECT_FALSE(PurgeComm(hClosed, 0));
+       WithKey([&](HANDLE hKey) { hClosed = hKey; });
+       EXPECT_NE(RegSetValueExW(hClosed, u"HalLamp", 1), ERROR_SUCCESS);
+     },
+     {"use of a closed handle: thread \"main\" calls WaitForMultipleObjects with event 1, closed by \"Closer\"",
+      "GpioGetInput with pins", "PurgeComm with port COM2:", "RegSetValueExW with registry key .Veltranometrik"}},
     {"handle closed during a wait",
      [](World& world) {
        const HANDLE hEvent = CreateEventW(FALSE, FALSE, nullptr);
@@ -141,7 +155,7 @@ const std::vector<Deed> Deeds = {
        Sleep(1);
        CloseHandle(hEvent);
      },
-     {"handle closed during a wait", "\"Waiter\" waits for event"}},
+     {"handle closed during a wait: thread \"main\" closes event 1.*\"Waiter\".*waits for event 1"}},
     {"spin",
      [](World& world) {
        world.RunToEnd("Spinner", [] {
@@ -150,7 +164,7 @@ const std::vector<Deed> Deeds = {
          }
        });
      },
-     {"thread spins: \"Spinner\"", "GetTickCount"}},
+     {"thread spins: \"Spinner\" has called the layer"}},
 };
 
 TEST(RuleChecksTest, EachRuleThatIsBrokenIsReported) {
@@ -159,33 +173,13 @@ TEST(RuleChecksTest, EachRuleThatIsBrokenIsReported) {
     World world;
     deed.act(world);
     world.Join();
-    ASSERT_EQ(world.board.Reports().size(), 1U) << testing::PrintToString(world.board.Reports());
-    for (const std::string& part : deed.report) {
-      EXPECT_THAT(world.board.Reports()[0], HasSubstr(part));
+    std::vector<testing::Matcher<std::string>> reports;
+    for (const std::string& report : deed.reports) {
+      reports.emplace_back(testing::ContainsRegex(report));
     }
+    EXPECT_THAT(world.board.Reports(), testing::ElementsAreArray(reports));
     EXPECT_THAT(world.board.Leftovers(), IsEmpty());
   }
-}
-
-TEST(RuleChecksTest, UseOfAClosedHandleIsReportedWithWhatItNamed) {
-  World world;
-  const HANDLE hEvent = CreateEventW(FALSE, FALSE, nullptr);
-  world.RunToEnd("Closer", [hEvent] { CloseHandle(hEvent); });
-  EXPECT_EQ(WaitForSingleObject(hEvent, 10), WAIT_FAILED);
-  const HANDLE hGpio = GpioOpenHandle();
-  GpioCloseHandle(hGpio);
-  EXPECT_EQ(GpioGetInput(hGpio, 3, 10), UnreadablePin);
-  HANDLE hClosed = 0;
-  WithPort([&](HANDLE hPort) { hClosed = hPort; });
-  DCB state{};
-  EXPECT_FALSE(GetCommState(hClosed, &state));
-  WithKey([&](HANDLE hKey) { hClosed = hKey; });
-  EXPECT_NE(RegSetValueExW(hClosed, u"HalLamp", 1), ERROR_SUCCESS);
-  const auto closed = [](const char* what) { return AllOf(HasSubstr("use of a closed handle"), HasSubstr(what)); };
-  EXPECT_THAT(world.board.Reports(),
-              ElementsAre(closed("\"main\" calls WaitForMultipleObjects with event 1, closed by \"Closer\""),
-                          closed("GpioGetInput with pins"), closed("GetCommState with port COM2:"),
-                          closed("RegSetValueExW with registry key \\Veltranometrik")));
 }
 
 TEST(RuleChecksTest, WhatIsLegalStaysWithoutAReport) {

@@ -62,18 +62,5 @@ TEST(TracingBoardTest, NotesWhatGoesInAndOut) {
   EXPECT_EQ(world.board.PinOutput(0, 9), 1U);
 }
 
-TEST(VirtualFilesTest, ADiskIsFullOrGoneByItself) {
-  OnVirtualBoard world;
-  const char16_t* path = u"\\SDMemory\\List.csv";
-  EXPECT_TRUE(AppendFileW(path, "old"));
-  world.board.SetDiskFull(u"\\SDMemory", true);
-  EXPECT_FALSE(CopyFileW(path, u"\\SDMemory\\Copy.csv"));
-  EXPECT_TRUE(CopyFileW(path, u"\\NANDFlash\\Copy.csv"));
-  world.board.RemoveFolder(u"\\SDMemory");
-  EXPECT_EQ(GetFileAttributesW(path), INVALID_FILE_ATTRIBUTES);
-  world.board.MakeFolder(u"\\SDMemory\\Sub");
-  EXPECT_EQ(GetFileAttributesW(u"\\SDMemory"), FILE_ATTRIBUTE_DIRECTORY);
-}
-
 }  // namespace
 }  // namespace virtualtest

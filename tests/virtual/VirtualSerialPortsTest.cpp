@@ -9,7 +9,6 @@ namespace {
 
 using testing::_;
 using testing::ElementsAre;
-using testing::IsEmpty;
 using testing::Pair;
 
 /// One character of ten bits takes 87 µs, rounded up; four take 348 µs.
@@ -92,16 +91,6 @@ TEST(SerialReadTest, EndsByTheTimeouts) {
   }
 }
 
-TEST(SerialReadTest, ALongStreamCostsFewSwitchesAndComesInFifoBlocks) {
-  Line line({}, true);
-  line.device.Say(0, std::string(1400, 's'), CharacterTime);
-  std::vector<std::size_t> blocks;
-  for (std::size_t nRead = 0; nRead < 1400; nRead += blocks.back()) {
-    blocks.push_back(line.Read().size());
-  }
-  EXPECT_EQ(blocks, std::vector<std::size_t>(100, 14));
-}
-
 TEST(SerialReadTest, RandomBlocksBringAllBytesInOrder) {
   std::string stream;
   for (int i = 0; i < 2000; ++i) {
@@ -180,17 +169,6 @@ TEST(SerialPortTest, ADeviceThatNeverStopsTalkingIsHeardOnceACharacter) {
   EXPECT_GT(chatterbox.nAsked, 11'000);
   EXPECT_LT(chatterbox.nAsked, 12'000);
   EXPECT_EQ(line.board.Now(), 1'000'000U);
-}
-
-TEST(SerialPortTest, AVanishedPortComesBackUnderANewHandle) {
-  Line line;
-  line.board.UnplugPort(u"COM2:");
-  line.board.PlugPort(u"COM2:", line.device);
-  const HANDLE hAgain = CreateFileW(u"COM2:");
-  EXPECT_NE(hAgain, INVALID_HANDLE_VALUE);
-  EXPECT_EQ(line.Read(), "failed");
-  CloseHandle(hAgain);
-  EXPECT_THAT(line.board.Reports(), IsEmpty());
 }
 
 }  // namespace
