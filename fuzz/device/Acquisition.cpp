@@ -5,7 +5,7 @@
 #include <array>
 #include <vector>
 
-#include "support/OpticalBench.h"
+#include "support/DeviceBench.h"
 #include "support/Target.h"
 
 namespace {
@@ -43,7 +43,7 @@ void CheckLength(DWORD dwCause, const std::string& came, std::size_t nBytes) {
   }
 }
 
-void CheckReading(fuzz::OpticalBench& bench, const std::string& came) {
+void CheckReading(fuzz::DeviceBench& bench, const std::string& came) {
   double dSample = UNTOUCHED;
   double dReference = UNTOUCHED;
   const DWORD dwResult = bench.detectors.GetADValue(&dSample, &dReference);
@@ -56,7 +56,7 @@ void CheckReading(fuzz::OpticalBench& bench, const std::string& came) {
   Require(dReference == (values[1] + values[3] + values[5]) / 3.0, "reference: the mean of three readings");
 }
 
-void CheckTurbidity(fuzz::OpticalBench& bench, const std::string& came) {
+void CheckTurbidity(fuzz::DeviceBench& bench, const std::string& came) {
   double dValue = UNTOUCHED;
   const DWORD dwResult = bench.detectors.GetTurbidity(&dValue);
   CheckLength(dwResult == 0 ? 0 : dwResult - 160, came, 96);
@@ -85,7 +85,7 @@ void CheckScanLength(DWORD dwCause, const std::string& came, std::size_t nPoints
   }
 }
 
-void CheckScan(fuzz::OpticalBench& bench, const std::string& came, std::size_t nPoints) {
+void CheckScan(fuzz::DeviceBench& bench, const std::string& came, std::size_t nPoints) {
   std::vector<double> samples(nPoints, UNTOUCHED);
   std::vector<double> references(nPoints, UNTOUCHED);
   const DWORD dwResult =
@@ -105,7 +105,7 @@ void Check(std::string_view input) {
   const std::uint8_t nCommand = fuzz::TakeByte(&input);
   const std::size_t nPoints = fuzz::TakeByte(&input);
   const std::vector<fuzz::Piece> pieces = fuzz::TakePieces(input);
-  fuzz::OpticalBench bench;
+  fuzz::DeviceBench bench(fuzz::FarEnd::OpticalUnit);
   bench.device.Answer(pieces);
   const std::string came = fuzz::InTime(pieces);
   switch (nCommand % 3) {

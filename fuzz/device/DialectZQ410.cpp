@@ -2,7 +2,7 @@
 // Checks: the host hears of each key, the pump gets an answer for each keep-alive, and version and acknowledgement are
 // kept, as the frames of the whole text say, however it was split. With a banner in it: its version, or that of a
 // frame.
-#include "support/PumpBench.h"
+#include "support/DeviceBench.h"
 
 namespace {
 
@@ -51,10 +51,10 @@ void Check(std::string_view input) {
   for (const std::string& frame : fuzz::FramesOf(all)) {
     meaning.Take(frame);
   }
-  fuzz::PumpBench bench(photometer::MODE_ZQ_410);
+  fuzz::DeviceBench bench(fuzz::FarEnd::ZQ410);
   bench.Hear(pieces);
   const photometer::PumpInfo info = bench.Info();
-  const int iAnswers = CountAnswers(bench.pump.Heard());
+  const int iAnswers = CountAnswers(bench.device.Heard());
   Require(bench.Detected() == (iAnswers > 0) && bench.host.iConnected == (iAnswers > 0 ? 1 : 0),
           "detected, once, with the first keep-alive");
   if (all.find(IDENTITY) != std::string::npos) {

@@ -2,10 +2,10 @@
 // Checks: detection and data are what the frames of the whole text say, however it was split, and the host hears of
 // each change; a running time has its form, and is that of the frame where all four numbers are short.
 #include <array>
-#include <charconv>
 #include <optional>
+#include <regex>
 
-#include "support/PumpBench.h"
+#include "support/DeviceBench.h"
 
 namespace {
 
@@ -25,21 +25,14 @@ std::vector<std::string> Split(const std::string& text) {
 
 /// Of fields of one to four digits each; nothing for others.
 std::optional<std::string> RunTimeOf(const std::string& frame) {
-  const std::vector<std::string> fields = Split(frame);
-  if (fields.size() != 5 || fields[0] != "t") {
+  static const std::regex form("t;([0-9]{1,4});([0-9]{1,4});([0-9]{1,4});([0-9]{1,4})");
+  std::smatch found;
+  if (!std::regex_match(frame, found, form)) {
     return std::nullopt;
   }
-  std::array<int, 4> numbers{};
-  for (std::size_t n = 0; n < numbers.size(); ++n) {
-    const std::string& field = fields[n + 1];
-    if (field.empty() || field.size() > 4 || field.find_first_not_of("0123456789") != std::string::npos) {
-      return std::nullopt;
-    }
-    std::from_chars(field.data(), field.data() + field.size(), numbers[n]);
-  }
-  const auto padded = [](int iNumber) { return (iNumber < 10 ? "0" : "") + std::to_string(iNumber); };
-  return std::to_string((numbers[0] == 255 ? 0 : numbers[0]) * 24 + numbers[1]) + ':' + padded(numbers[2]) + ':' +
-         padded(numbers[3]);
+  const auto number = [&found](std::size_t n) { return std::stoi(found[n]); };
+  const auto padded = [&number](std::size_t n) { return (number(n) < 10 ? "0" : "") + std::to_string(number(n)); };
+  return std::to_string((number(1) == 255 ? 0 : number(1)) * 24 + number(2)) + ':' + padded(3) + ':' + padded(4);
 }
 
 struct Meaning {
@@ -84,7 +77,7 @@ void Check(std::string_view input) {
   for (const std::string& frame : fuzz::FramesOf(fuzz::Joined(pieces))) {
     meaning.Take(frame);
   }
-  fuzz::PumpBench bench(photometer::MODE_ZQ_420);
+  fuzz::DeviceBench bench(fuzz::FarEnd::ZQ420);
   bench.Hear(pieces);
   const photometer::PumpInfo info = bench.Info();
   Require(bench.Detected() == meaning.bDetected && bench.host.iConnected == (meaning.bDetected ? 1 : 0),

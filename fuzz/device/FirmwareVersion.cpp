@@ -3,7 +3,7 @@
 // status has room, however it was split; it always ends in the status; without an "ok" in time it is "-".
 #include <algorithm>
 
-#include "support/OpticalBench.h"
+#include "support/DeviceBench.h"
 #include "support/Target.h"
 
 namespace {
@@ -13,7 +13,7 @@ using fuzz::Require;
 void Check(std::string_view input) {
   const std::vector<fuzz::Piece> pieces = fuzz::TakePieces(input);
   const std::string came = fuzz::InTime(pieces);
-  fuzz::OpticalBench bench;
+  fuzz::DeviceBench bench(fuzz::FarEnd::OpticalUnit);
   bench.device.Answer(pieces);
   const photometer::DWORD dwResult = bench.unit.ReadFirmwareVersion();
   const photometer::DeviceStatus status = bench.state.Lock()->m_Status;

@@ -3,7 +3,7 @@
 // read back; the reader stays within its bounds; a banner is taken whole, with what precedes it, or not at all.
 #include "pumps/FrameReader.h"
 
-#include "support/PumpBench.h"
+#include "support/DeviceBench.h"
 #include "support/Target.h"
 
 namespace {

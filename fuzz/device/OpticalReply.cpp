@@ -2,7 +2,7 @@
 // Checks: the judge gives 0, 2 (silence), 3 (too long) or 4 (error) and nothing else; it says 0 never without "ok", 4
 // never without "error", 3 never within the limit, 2 never when one of the words came in time; and whatever it was, the
 // next command gets its own answer.
-#include "support/OpticalBench.h"
+#include "support/DeviceBench.h"
 #include "support/Target.h"
 
 namespace {
@@ -36,7 +36,7 @@ void CheckVerdict(DWORD dwResult, std::size_t nLongest, const std::string& came)
 void Check(std::string_view input) {
   const std::size_t nLongest = fuzz::TakeByte(&input);
   const std::vector<fuzz::Piece> pieces = fuzz::TakePieces(input);
-  fuzz::OpticalBench bench;
+  fuzz::DeviceBench bench(fuzz::FarEnd::OpticalUnit);
   bench.device.Answer(pieces);
   bench.device.Answer({{"error\r\n", 150'000}});
   const DWORD dwResult = bench.link.SendCommand("$F1\r", static_cast<DWORD>(nLongest));

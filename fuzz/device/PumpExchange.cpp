@@ -3,7 +3,7 @@
 // without the pump's having told it; afterwards the line is free, and the host has heard of a ZQ-420's failure.
 #include <algorithm>
 
-#include "support/PumpBench.h"
+#include "support/DeviceBench.h"
 
 namespace {
 
@@ -36,7 +36,7 @@ void CheckZQ410(DWORD dwResult, const Said& said) {
   Require(dwResult != 513 || said.all.size() > LONGEST_COLLECTION, "too long within the limit");
 }
 
-void CheckZQ420(fuzz::PumpBench& bench, DWORD dwResult, const Said& said) {
+void CheckZQ420(fuzz::DeviceBench& bench, DWORD dwResult, const Said& said) {
   switch (dwResult) {
     case 0:
       Require(said.HasFrame("s") && said.HasFrame("e"), "a cycle without start and end");
@@ -65,9 +65,9 @@ void Check(std::string_view input) {
   const std::vector<fuzz::Piece> pieces = fuzz::TakePieces(input);
   Said said{fuzz::Joined(pieces), {}};
   said.frames = fuzz::FramesOf(said.all);
-  fuzz::PumpBench bench(nKind == 2 ? photometer::MODE_ZQ_420 : photometer::MODE_ZQ_410);
+  fuzz::DeviceBench bench(nKind == 2 ? fuzz::FarEnd::ZQ420 : fuzz::FarEnd::ZQ410);
   bench.state.Lock()->m_Status.bSipperDetected = photometer::TRUE;
-  bench.pump.Answer(pieces);
+  bench.device.Answer(pieces);
   if (nKind == 0) {
     CheckSetPump(bench.pumps.SetPump(dwSeconds, 1), said);
   } else if (nKind == 1) {

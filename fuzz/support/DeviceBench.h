@@ -1,11 +1,14 @@
-/// Both pump ports of the device on the virtual board, with a device at the attached pump's port that says what the
-/// input says, and a sink that counts. The optical port stays closed.
+/// The parts of the device on the virtual board, at one of whose ports stands a device that says what the input says;
+/// and a sink that counts.
 #pragma once
 
 #include <atomic>
 
+#include "calibration/WavelengthModel.h"
 #include "monitors/CuvetteHolder.h"
+#include "optics/Detectors.h"
 #include "optics/OpticalLink.h"
+#include "optics/OpticalUnit.h"
 #include "photometer/EmptySink.h"
 #include "pumps/ExternalPort.h"
 #include "pumps/Pumps.h"
@@ -35,23 +38,26 @@ struct CountingSink final : photometer::EmptySink {
   void OnPumpError(photometer::DWORD, photometer::DWORD dwError) override { dwPumpError = dwError; }
 };
 
-class PumpBench {
- public:
-  /// `iMode`: `MODE_ZQ_410` or `MODE_ZQ_420`.
-  explicit PumpBench(photometer::LONG iMode);
-  /// Stops the threads. Requires that no rule of the board was broken and that nothing is left.
-  ~PumpBench();
-  PumpBench(const PumpBench&) = delete;
-  PumpBench& operator=(const PumpBench&) = delete;
+enum class FarEnd { OpticalUnit, ZQ410, ZQ420 };
 
-  /// Lets the pump say the pieces, and waits until they have come.
+class DeviceBench {
+ public:
+  /// With an optical unit its port alone is open, and the device counts as busy, so that its reader keeps what it
+  /// reads. With a pump both pump ports are.
+  explicit DeviceBench(FarEnd farEnd);
+  /// Stops the threads. Requires that no rule of the board was broken and that nothing is left.
+  ~DeviceBench();
+  DeviceBench(const DeviceBench&) = delete;
+  DeviceBench& operator=(const DeviceBench&) = delete;
+
+  /// Lets the device say the pieces, and waits until they have come.
   void Hear(const std::vector<Piece>& pieces);
   [[nodiscard]] photometer::PumpInfo Info() { return state.Lock()->m_PumpInfo; }
   [[nodiscard]] bool Detected() { return state.Lock()->m_Status.bSipperDetected != 0; }
 
-  AnsweringDevice pump;
-  /// At the other pump's port.
-  AnsweringDevice other;
+  AnsweringDevice device;
+  /// At the ports of the others.
+  AnsweringDevice silent;
   BoardInUse board;
   CountingSink host;
   photometer::DeviceState state;
@@ -61,13 +67,19 @@ class PumpBench {
   photometer::ReceiveBuffer externalBuffer{state};
   photometer::ReceiveBuffer sipperBuffer{state};
   photometer::OpticalLink link{state, sink, opticalBuffer, threads};
+  photometer::Detectors detectors{state, link};
+  photometer::WavelengthModel model{state};
+  photometer::OpticalUnit unit{state, sink, link, detectors, model};
   photometer::CuvetteHolder cuvette{state, sink};
   photometer::ExternalPort external{state, sink, externalBuffer, threads};
   photometer::SipperPort sipper{state, sink, sipperBuffer, threads};
   photometer::Pumps pumps{state, sink, threads, link, external, sipper, cuvette};
+
+ private:
+  void OpenPumps(photometer::LONG iMode);
 };
 
-/// The frames of bytes by their definition, a byte at a time.
+/// The frames of bytes by their definition: from a start to the first end behind it.
 std::vector<std::string> FramesOf(const std::string& bytes);
 
 }  // namespace fuzz
