@@ -125,29 +125,25 @@ TEST(ExhaustivePolicyTest, FindsAFaultForCertainOnceItsPreemptionsSuffice) {
   }
 }
 
-/// The main thread makes three calls in the window, the other one two.
-void FiveCalls(const std::shared_ptr<SchedulingPolicy>& pPolicy) {
-  OnVirtualBoard world(With(pPolicy));
-  world.Run("Other", [] {
-    GetTickCount();
-    GetTickCount();
-  });
-  world.board.BeginWindow();
-  for (int i = 0; i < 3; ++i) {
-    GetTickCount();
-  }
-  world.board.EndWindow();
-}
-
-// One pre-emption: before any of the three calls. A second one: before any of the other's two, and the first thread is
-// back. By the number of the point the creation of the thread counts as the first one.
+// The main thread makes three calls in the window, the other one two. One pre-emption: before any of the three calls. A
+// second one: before any of the other's two, and the first thread is back. By the number of the point the creation of
+// the thread counts as the first one.
 TEST(ExhaustivePolicyTest, CountsTheSchedulesOfASmallWindow) {
   const std::vector<std::pair<ExhaustiveOptions, std::uint64_t>> cases = {
       {{0}, 1}, {{1}, 4}, {{2}, 10}, {{1, UINT32_MAX, 2}, 3}, {{1, UINT32_MAX, 2, 2}, 3}, {{1, UINT32_MAX, 1, 1}, 1}};
   for (const auto& [options, nSchedules] : cases) {
     const auto pPolicy = std::make_shared<ExhaustivePolicy>(options);
     do {
-      FiveCalls(pPolicy);
+      OnVirtualBoard world(With(pPolicy));
+      world.Run("Other", [] {
+        GetTickCount();
+        GetTickCount();
+      });
+      world.board.BeginWindow();
+      for (int i = 0; i < 3; ++i) {
+        GetTickCount();
+      }
+      world.board.EndWindow();
     } while (pPolicy->NextSchedule());
     EXPECT_EQ(pPolicy->Schedules(), nSchedules) << options.nMostPreemptions;
   }

@@ -59,11 +59,6 @@ void WithKey(const std::function<void(HANDLE)>& body) {
   RegCloseKey(hKey);
 }
 
-bool WriteByte(HANDLE hPort) {
-  DWORD dwWritten = 0;
-  return WriteFile(hPort, "x", 1, &dwWritten) != FALSE;
-}
-
 struct Deed {
   const char* name;
   std::function<void(World&)> act;
@@ -205,7 +200,7 @@ TEST(RuleChecksTest, WhatIsLegalStaysWithoutAReport) {
   EXPECT_FALSE(CloseHandle(INVALID_HANDLE_VALUE));
   WithPort([&](HANDLE hPort) {
     world.board.UnplugPort(u"COM2:");
-    EXPECT_FALSE(WriteByte(hPort));
+    EXPECT_FALSE(PurgeComm(hPort, 0));
   });
   EXPECT_THAT(world.board.Reports(), IsEmpty());
   EXPECT_THAT(world.board.Leftovers(), IsEmpty());
