@@ -113,6 +113,15 @@ TEST(StartUp, RefusesALargerOffset) {
   }
 }
 
+TEST(StartUp, KeepsTheOffsetOfTheLastTestThatPassed) {
+  Bench bench({.positionOffset = 4});
+  ASSERT_TRUE(bench.StartUp({525.0}));
+  bench.device->Shutdown();
+  bench.world.unit.SetFaults({.slippedSteps = -7});
+  ASSERT_TRUE(bench.StartUp({525.0}));
+  EXPECT_EQ(bench.world.LogLines("set current m_iPositionOffset= -3 (old Position= 4)"), 1U);
+}
+
 TEST(StartUp, ShutdownInTheWavelengthTestIsNoFailedAttempt) {
   Bench bench;
   ASSERT_EQ(bench.device.Initialize(), S_OK);

@@ -1,5 +1,6 @@
 // The whole chain: what a host computes from the delivered values is the sample's absorbance.
 
+#include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -12,29 +13,63 @@ namespace {
 
 using simulator::Sample;
 
-/// Each run is on an instrument of its own and gives one point at each wavelength, for points that share a zero value
-/// would share its error.
+/// Absorbances from 0.05 to 2.0: the whole range in one sample, and each end everywhere.
+Sample SampleOf(std::uint64_t nSeed) {
+  switch (nSeed % 4) {
+    case 0:
+      return Sample::NeutralGlass(0.05);
+    case 1:
+      return Sample::NeutralGlass(2.0);
+    case 2:
+      return Sample::Bands({{360, 1.8, 30}, {520, 1.2, 40}, {680, 0.3, 40}, {850, 2.0, 60}, {1000, 0.5, 60}});
+    default:
+      return Sample::Bands({{340, 0.2, 60}, {430, 1.9, 40}, {590, 0.8, 30}, {720, 1.9, 50}, {940, 1.1, 70}});
+  }
+}
+
+/// Measures a sample at the wavelengths of the zero values, on an instrument of its own: each gives one point at each
+/// wavelength, for points that share a zero value would share its error.
+void Measure(std::uint64_t nSeed, int iOffset, bool bUV, const simulator::InstrumentFaults& faults,
+             AbsorbanceCriterion* pCriterion) {
+  WorldOptions options = Scheduled(nSeed % 2 == 0 ? platform::Policy::Random : platform::Policy::FirstCome, nSeed);
+  options.unit.seed = nSeed;
+  options.unit.bUV = bUV;
+  options.unit.positionOffset = iOffset;
+  ReadyDevice device(options);
+  device.world.unit.SetFaults(faults);
+  device.world.unit.SetSample(SampleOf(nSeed), device.world.board.Now());
+  const std::vector<WavelengthCalibrationEntry> zeros = device.world.sink.References();
+  const MeasureRequest request = MeasureAt(WavelengthsOf(zeros));
+  const MeasureValues values = device.Run([&](IPhotometer& photometer) { return photometer.StartMeasure(&request); });
+  AddAbsorbances(device.world, zeros, values, pCriterion);
+}
+
 TEST(MeasureAbsorbance, IsTheSamples) {
-  // Absorbances from 0.05 to 2.0: the whole range in one sample, and each end everywhere.
-  const Sample samples[] = {
-      Sample::NeutralGlass(0.05),
-      Sample::NeutralGlass(2.0),
-      Sample::Bands({{360, 1.8, 30}, {520, 1.2, 40}, {680, 0.3, 40}, {850, 2.0, 60}, {1000, 0.5, 60}}),
-      Sample::Bands({{340, 0.2, 60}, {430, 1.9, 40}, {590, 0.8, 30}, {720, 1.9, 50}, {940, 1.1, 70}}),
-  };
   AbsorbanceCriterion criterion;
   for (std::uint64_t nSeed = 1; nSeed <= 40; ++nSeed) {
     SCOPED_TRACE(nSeed);
-    WorldOptions options = Scheduled(nSeed % 2 == 0 ? platform::Policy::Random : platform::Policy::FirstCome, nSeed);
-    options.unit.seed = nSeed;
-    options.unit.bUV = nSeed % 5 != 0;
-    options.unit.positionOffset = static_cast<int>(nSeed % 31) - 15;
-    ReadyDevice device(options);
-    device.world.unit.SetSample(samples[nSeed % 4], device.world.board.Now());
-    const std::vector<WavelengthCalibrationEntry> zeros = device.world.sink.References();
-    AddAbsorbances(device.world, zeros, device.Run(StartOf(MeasureAt(WavelengthsOf(zeros)))), &criterion);
+    Measure(nSeed, static_cast<int>(nSeed % 31) - 15, nSeed % 5 != 0, {}, &criterion);
   }
   EXPECT_TRUE(criterion.Holds()) << criterion.Text();
+}
+
+TEST(MeasureAbsorbance, ShowsEachFaultOfTheInstrument) {
+  simulator::InstrumentFaults leaking;
+  leaking.filterLeak.fill(0.5);
+  const std::pair<const char*, simulator::InstrumentFaults> cases[] = {
+      {"lamp off", {.halogenLevel = 0.0}},   {"filters exchanged", {.filterOrder = {0, 1, 3, 2, 4, 5, 6, 7}}},
+      {"leaking filters", leaking},          {"mirror to the other lamp", {.stuckMirror = 2}},
+      {"mirror parked", {.stuckMirror = 0}}, {"high gain", {.stuckGain = true}},
+      {"normal gain", {.stuckGain = false}}, {"shutter closed", {.stuckShutter = true}},
+      {"1 nm", {.slippedSteps = 12}},        {"-1 nm", {.slippedSteps = -12}},
+  };
+  for (const auto& [what, faults] : cases) {
+    AbsorbanceCriterion criterion;
+    for (const std::uint64_t nSeed : {2U, 3U, 6U, 7U}) {
+      Measure(nSeed, 3, true, faults, &criterion);
+    }
+    EXPECT_FALSE(criterion.Holds()) << what << ": " << criterion.Text();
+  }
 }
 
 }  // namespace
