@@ -81,46 +81,28 @@ DWORD OpticalUnit::ReleaseMonochromator() { return SendAlways(RELEASE); }
 DWORD OpticalUnit::SetMirror(DWORD dwPosition) {
   m_State.SetLastCommand(MIRROR.name);
   const bool bHasMirror = m_State.Lock()->m_Params.bUV != 0;
-  const DWORD dwResult = bHasMirror ? Execute(MIRROR, Number(dwPosition)) : 0;
-  if (dwResult != 0) {
-    // Turned all the same, perhaps: nobody looks at the result of a closing command, and the next path has to be sent.
-    m_State.Lock()->m_Cache[CacheEntry::Mirror] = UNKNOWN;
-  }
-  return dwResult;
+  return bHasMirror ? Execute(MIRROR, Number(dwPosition)) : 0;
 }
 
 DWORD OpticalUnit::SetHalogenLamp(BOOL bOn, BOOL bHighPower) {
-  const OpticalCommand& command = bOn ? HALOGEN_ON : HALOGEN_OFF;
   const LONG iPower = bHighPower ? 2 : 1;
-  const DWORD dwResult = Execute(command, bOn ? iPower : 0);
-  if (dwResult != 0) {
-    // It may have lit all the same, even behind an "error" that answers stray bytes of the host: off has to be sent.
-    m_State.Lock()->m_Cache[CacheEntry::HalogenLamp] = UNKNOWN;
-  }
-  return dwResult;
+  return bOn ? Execute(HALOGEN_ON, iPower) : Execute(HALOGEN_OFF, 0);
 }
 
 DWORD OpticalUnit::SetHomePosition() {
   const DWORD dwResult = SendAlways(HOME);
   const auto state = m_State.Lock();
-  if (dwResult == 0) {
-    for (const CacheEntry entry : {CacheEntry::MonochromatorPosition, CacheEntry::HalogenLamp, CacheEntry::Mirror}) {
-      state->m_Cache[entry] = 0;
-    }
+  if (dwResult != 0) {
+    state->m_Cache[CacheEntry::MonochromatorPosition] = UNKNOWN;  // it may have moved
+    return dwResult;
   }
-  return ForgetPositionUnlessAnswered(HOME, dwResult);
+  for (const CacheEntry entry : {CacheEntry::MonochromatorPosition, CacheEntry::HalogenLamp, CacheEntry::Mirror}) {
+    state->m_Cache[entry] = 0;
+  }
+  return 0;
 }
 
-DWORD OpticalUnit::MoveMonochromator(LONG iPosition) {
-  return ForgetPositionUnlessAnswered(MOVE, Execute(MOVE, iPosition));
-}
-
-DWORD OpticalUnit::ForgetPositionUnlessAnswered(const OpticalCommand& command, DWORD dwResult) {
-  if (dwResult == command.dwBase + CAUSE_SILENCE || dwResult == command.dwBase + CAUSE_TOO_LONG) {
-    m_State.Lock()->m_Cache[CacheEntry::MonochromatorPosition] = UNKNOWN;  // it may have moved
-  }
-  return dwResult;
-}
+DWORD OpticalUnit::MoveMonochromator(LONG iPosition) { return Execute(MOVE, iPosition); }
 
 DWORD OpticalUnit::SetTurbidityPower(DWORD dwPower) {
   NKDbgPrintfW("[Photometer] SetTurbidityPower() entered.\n\r");
@@ -147,6 +129,9 @@ DWORD OpticalUnit::Execute(const OpticalCommand& command, LONG iValue, LONG iCom
   }
   const std::string strCommand = FormatText(COMMAND_LIMIT, "%s%d\r", command.prefix, iValue);
   if (const DWORD dwCause = m_Link.SendCommand(strCommand, MAX_REPLY); dwCause != 0) {
+    // Carried out all the same, perhaps, and nobody looks at the result of a closing command: whatever is asked for
+    // next has to be sent.
+    m_State.Lock()->m_Cache[command.entry] = UNKNOWN;
     return command.dwBase + dwCause;
   }
   if (command.dwPause != 0) {

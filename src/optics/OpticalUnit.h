@@ -2,8 +2,8 @@
 ///
 /// Each operation names itself as the last command, sends one command and, once the unit has acknowledged it, remembers
 /// the value in the state cache; a value that is cached already is not sent again. Results are 0 or the command's base
-/// plus a cause (see OpticalLink.h): 1 out of range, 2 silence, 3 answer too long, 4 "error", 5 not written. The caller
-/// is the only procedure that drives the unit; no lock is held across an exchange.
+/// plus a cause (see OpticalLink.h): 1 out of range, 2 silence, 3 answer too long, 4 "error", 5 not written. After 2 to
+/// 5 the value is unknown. The caller is the only procedure that drives the unit; no lock is held across an exchange.
 #pragma once
 
 #include "calibration/WavelengthModel.h"
@@ -40,19 +40,20 @@ class OpticalUnit {
   /// 0 or 62 to 65; pauses 200 ms when switching on.
   DWORD SetHalogenLamp(BOOL bOn, BOOL bHighPower);
   /// Switches the deuterium lamp; on: waits for its warm-up (90 s unless a session set it) and looks whether it has
-  /// lit. The host hears `OnLampSwitching` and `OnWarmUpCountdown`. 0; 72 to 75; 77 when it did not light, or was
-  /// switched off during the warm-up; or the number of another command.
+  /// lit. The host hears `OnLampSwitching` and `OnWarmUpCountdown`. 0; 72 to 75; 77 when the monochromator's speed
+  /// could not be set, the lamp did not light or was switched off during the warm-up, or the device stops; or the
+  /// number of another command.
   DWORD SetDeuteriumLamp(BOOL bOn);
   /// Switches it on for a caller who was asked to earlier, when the count of switch-offs was `dwSwitchOffs`: 77 when
   /// the lamp has been switched off since, else as `SetDeuteriumLamp`.
   DWORD LightDeuteriumLamp(DWORD dwSwitchOffs);
-  /// Seeks the monochromator's home position. 0 or 82 to 85. Without an answer the position is unknown.
+  /// Seeks the monochromator's home position. 0 or 82 to 85.
   DWORD SetHomePosition();
   /// Speed of the converter, 0 to 9. 0 or 91 to 95.
   DWORD SetADSpeed(DWORD dwSpeed);
   /// 0 or 102 to 105.
   DWORD SetMonochromatorSpeed(DWORD dwSpeed);
-  /// Position, −1000 to 15000 steps. 0 or 111 to 115. After a move without an answer the position is unknown.
+  /// Position, −1000 to 15000 steps. 0 or 111 to 115.
   DWORD MoveMonochromator(LONG iPosition);
   /// Takes the current off the monochromator's motor. 0 or 122 to 125.
   DWORD ReleaseMonochromator();
@@ -77,12 +78,9 @@ class OpticalUnit {
   DWORD Execute(const OpticalCommand& command, LONG iValue) { return Execute(command, iValue, iValue); }
   /// Under its name: the exchange alone, without the cache.
   DWORD SendAlways(const OpticalCommand& command);
-  /// After a move that was not answered nobody knows the position, and the next move has to be sent. Returns
-  /// `dwResult`.
-  DWORD ForgetPositionUnlessAnswered(const OpticalCommand& command, DWORD dwResult);
   /// The switching itself, with the host told before and after.
   DWORD AnnounceDeuteriumLamp(BOOL bOn, DWORD dwSwitchOffs);
-  /// With the monochromator at its fast speed before and after.
+  /// With the monochromator at its fast speed; the one before is put back.
   DWORD SwitchDeuteriumLamp(BOOL bOn, DWORD dwSwitchOffs);
   DWORD SwitchDeuteriumLampOff();
   DWORD SwitchDeuteriumLampOn(DWORD dwSwitchOffs);

@@ -97,6 +97,14 @@ TEST(StartUp, FindsTheOffsetExactly) {
   }
 }
 
+TEST(StartUp, ALostAnswerOfTheFilterWheelDoesNotShiftTheOffset) {
+  Bench bench({.positionOffset = 4});
+  // The wheel stands at the holmium filter then: the open pass of the next attempt must not be taken through it.
+  bench.AddFault({.kind = FaultKind::SilentExecution, .letter = 'F', .nth = 2});
+  EXPECT_TRUE(bench.StartUp({525.0}));
+  EXPECT_EQ(bench.world.LogLines("set current m_iPositionOffset= 4 (old"), 1U);
+}
+
 TEST(StartUp, RefusesALargerOffset) {
   for (const int iOffset : {-30, -17, -16, 16, 17, 20}) {
     SCOPED_TRACE(iOffset);

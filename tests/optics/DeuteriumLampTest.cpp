@@ -79,10 +79,12 @@ TEST(DeuteriumLamp, TellsTheHostEachSecond) {
 TEST(DeuteriumLamp, SwitchesOff) {
   LampOptics optics;
   optics.Cache(CacheEntry::UVLamp, 1);
+  optics.Cache(CacheEntry::Fan, 7);
   optics.device.Script("$f0", "error");
   EXPECT_EQ(optics.unit.SetDeuteriumLamp(FALSE), 0U);
   EXPECT_EQ(optics.device.Commands(), (Commands{"$d0", "$f0"}));
   EXPECT_EQ(optics.Cached(CacheEntry::UVLamp), 0);
+  EXPECT_EQ(optics.Cached(CacheEntry::Fan), UNKNOWN) << "the next lighting switches it on";
   EXPECT_EQ(optics.world.sink.Calls(), (Commands{"OnLampSwitching(1)", "OnLampSwitching(0)"}));
 }
 
