@@ -57,28 +57,16 @@ bool Kinetics::DrawSample(LONG* pResult) {
   if (!m_Pumps.IsPumpInUse()) {
     return true;
   }
-  if (!RunPump(pResult)) {
-    CancelSeen();
-    return false;
+  const DWORD dwResult = m_Pumps.Draw(m_Params.PumpTime, m_Params.PumpParam2);
+  if (dwResult == 0) {
+    m_State.Lock()->m_PumpInfo.m_bPumpCycleReported = FALSE;
+    m_Pumps.DelayCountdown(m_Params.DelayTime, m_Request.m_dwRequestId);
+  } else if (IsPumpStopCode(dwResult)) {
+    NKDbgPrintfW("[Kinetics] Pump(), iResult= %d", static_cast<int>(dwResult));
+  } else {
+    *pResult = static_cast<LONG>(dwResult);
   }
-  m_State.Lock()->m_PumpInfo.m_bPumpCycleReported = FALSE;
-  m_Pumps.DelayCountdown(m_Params.DelayTime, m_Request.m_dwRequestId);
-  return !CancelSeen();
-}
-
-bool Kinetics::RunPump(LONG* pResult) {
-  if (m_State.Lock()->m_PumpInfo.m_bPumpCycleReported) {
-    return true;
-  }
-  *pResult = static_cast<LONG>(m_Pumps.SetPump(m_Params.PumpTime, m_Params.PumpParam2));
-  if (*pResult != 0) {
-    return false;
-  }
-  const DWORD dwPump = m_Pumps.Pump(m_Params.PumpTime);
-  if (dwPump != 0) {
-    NKDbgPrintfW("[Kinetics] Pump(), iResult= %d", static_cast<int>(dwPump));
-  }
-  return dwPump == 0;
+  return !CancelSeen() && dwResult == 0;
 }
 
 LONG Kinetics::MeasureAll() {

@@ -24,8 +24,6 @@ class Kinetics : private SampleRun {
   void Begin();
   /// The sample intake, if a pump is in use. False: it ends the run, with `*pResult` as its error.
   bool DrawSample(LONG* pResult);
-  /// Parameters and cycle of the pump, unless it has run one by itself.
-  bool RunPump(LONG* pResult);
   /// From the optics' set-up to the last cycle. 0, or what ends the run.
   LONG MeasureAll();
   LONG SetOptics();

@@ -9,10 +9,9 @@ bool PumpAndDelay::Run(LONG* pResult, bool* pCanceled) {
   TakeSettings();
   const bool bDraw = IsPumpWanted() && !m_bCycleReported;
   if (bDraw) {
-    DWORD dwPump = 0;
-    *pResult = static_cast<LONG>(DrawSample(&dwPump));
-    if (*pResult != 0 || dwPump != 0) {
-      *pCanceled = *pCanceled || IsPumpCancelled(dwPump);
+    if (const DWORD dwResult = DrawSample(); dwResult != 0) {
+      *pResult = IsPumpStopCode(dwResult) ? 0 : static_cast<LONG>(dwResult);
+      *pCanceled = *pCanceled || IsPumpCancelled(dwResult);
       return false;
     }
   }
@@ -60,16 +59,16 @@ void PumpAndDelay::AskHost() {
   });
 }
 
-DWORD PumpAndDelay::DrawSample(DWORD* pPump) {
+DWORD PumpAndDelay::DrawSample() {
   if (const DWORD dwResult = m_Pumps.SetPump(m_dwPumpTime, m_dwPumpParam2); dwResult != 0) {
     return dwResult;
   }
   LogPhotometerF(FALSE, "[Measure] start pumping... PumpTime= %d", static_cast<int>(m_dwPumpTime));
-  *pPump = m_Pumps.Pump(m_dwPumpTime);
-  if (*pPump != 0) {
-    LogPhotometerF(TRUE, "[Measure] Pump(), iResult= %d", static_cast<int>(*pPump));
+  const DWORD dwResult = m_Pumps.Pump(m_dwPumpTime);
+  if (dwResult != 0) {
+    LogPhotometerF(TRUE, "[Measure] Pump(), iResult= %d", static_cast<int>(dwResult));
   }
-  return 0;
+  return dwResult;
 }
 
 }  // namespace photometer

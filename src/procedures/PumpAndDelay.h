@@ -20,8 +20,8 @@ class PumpAndDelay {
   /// Decides whether to pump; with the ZQ-420 by the request, and with the host's times.
   bool IsPumpWanted();
   void AskHost();
-  /// 0, or an error number of the parameters. `*pPump`: the result of the pump's cycle.
-  DWORD DrawSample(DWORD* pPump);
+  /// 0, or the number of the parameters or of the cycle.
+  DWORD DrawSample();
 
   DeviceState& m_State;
   HostSink& m_Sink;

@@ -48,10 +48,6 @@ bool HasScanWavelengths(const ScanRequest& request, const WavelengthModel& model
   return !ScanWavelengths(request, model).empty() || !model.HasTable();
 }
 
-bool IsPumpStopCode(DWORD dwResult) {
-  return (dwResult >= 512 && dwResult <= 514) || dwResult == 516 || (dwResult >= 612 && dwResult <= 617);
-}
-
 void Scan::ScanProc() {
   LogPhotometerF(TRUE, "[Scan] ----->  Thread started.");
   Plan();

@@ -24,9 +24,6 @@ std::vector<double> ScanWavelengths(const ScanRequest& request, const Wavelength
 /// False: the table has no wavelength for the range, since its wavelengths do not rise. True without a table.
 bool HasScanWavelengths(const ScanRequest& request, const WavelengthModel& model);
 
-/// A pump cycle ended early: the scan ends without an error of its own.
-bool IsPumpStopCode(DWORD dwResult);
-
 class Scan : private SampleRun {
  public:
   Scan(DeviceState& state, HostSink& sink, OpticalLink& link, OpticalUnit& unit, Detectors& detectors,

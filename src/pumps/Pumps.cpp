@@ -33,6 +33,10 @@ bool AreInRange(DWORD dwPumpTime, DWORD dwPumpParam2) {
 
 }  // namespace
 
+bool IsPumpStopCode(DWORD dwResult) {
+  return (dwResult >= 512 && dwResult <= 514) || dwResult == 516 || (dwResult >= 612 && dwResult <= 617);
+}
+
 bool Pumps::IsPumpInUse() {
   const LONG iCuvette = m_Cuvette.GetCuvetteState();
   const auto state = m_State.Lock();
@@ -91,36 +95,33 @@ DWORD Pumps::PumpZQ420(DWORD dwSeconds) {
 
 // ---- steps of procedures ----
 
+DWORD Pumps::Draw(DWORD dwPumpTime, DWORD dwPumpParam2) {
+  if (m_State.Lock()->m_PumpInfo.m_bPumpCycleReported) {
+    return 0;
+  }
+  if (const DWORD dwResult = SetPump(dwPumpTime, dwPumpParam2); dwResult != 0) {
+    return dwResult;
+  }
+  const DWORD dwResult = Pump(dwPumpTime);
+  if (IsPumpCancelled(dwResult)) {
+    m_State.Lock()->m_Status.bCancel = TRUE;
+  }
+  return dwResult;
+}
+
 DWORD Pumps::PumpStep(DWORD dwRequestId) {
   const bool bInUse = IsPumpInUse();
   NKDbgPrintfW(bInUse ? "Pump in use..." : "Pump not in use !");
   if (!bInUse) {
     return 0;
   }
-  PhotometerParameters params{};
-  bool bCycleReported = false;
-  {
-    const auto state = m_State.Lock();
-    params = state->m_Params;
-    bCycleReported = state->m_PumpInfo.m_bPumpCycleReported != 0;
-  }
-  if (const DWORD dwResult = bCycleReported ? 0 : SetAndPump(params); dwResult != 0) {
+  const PhotometerParameters params = m_State.Lock()->m_Params;
+  if (const DWORD dwResult = Draw(params.PumpTime, params.PumpParam2); dwResult != 0) {
     return IsPumpCancelled(dwResult) ? 0 : dwResult;
   }
   m_State.Lock()->m_PumpInfo.m_bPumpCycleReported = FALSE;
   DelayCountdown(params.DelayTime, dwRequestId);
   return 0;
-}
-
-DWORD Pumps::SetAndPump(const PhotometerParameters& params) {
-  if (const DWORD dwResult = SetPump(params.PumpTime, params.PumpParam2); dwResult != 0) {
-    return dwResult;
-  }
-  const DWORD dwResult = Pump(params.PumpTime);
-  if (IsPumpCancelled(dwResult)) {
-    m_State.Lock()->m_Status.bCancel = TRUE;
-  }
-  return dwResult;
 }
 
 void Pumps::DelayCountdown(DWORD dwSeconds, DWORD dwRequestId) {

@@ -18,8 +18,11 @@ namespace photometer {
 
 inline constexpr DWORD ZQ410_CANCELLED = 516;
 
-/// The pump was stopped by a cancel.
+/// A cancel came during the cycle: it stopped the ZQ-420, while the ZQ-410 has run to its end.
 constexpr bool IsPumpCancelled(DWORD dwResult) { return dwResult == ZQ410_CANCELLED || dwResult == ZQ420_CANCELLED; }
+
+/// The number of a cycle that failed or was cancelled: it ends a procedure without an error of its own.
+bool IsPumpStopCode(DWORD dwResult);
 
 class Pumps {
  public:
@@ -44,8 +47,9 @@ class Pumps {
   /// A cycle of the ZQ-420, from the start to the stop command. A cancel stops the pump at once.
   DWORD PumpZQ420(DWORD dwSeconds);
 
-  /// With a pump in use: parameters, cycle (unless the pump has run one by itself), delay. A cancelled pump sets the
-  /// cancel flag and counts as 0.
+  /// Parameters and cycle, unless the pump has run one by itself. A cancelled cycle sets the cancel flag.
+  DWORD Draw(DWORD dwPumpTime, DWORD dwPumpParam2);
+  /// With a pump in use: the sample drawn, and the delay. A cancelled cycle counts as 0.
   DWORD PumpStep(DWORD dwRequestId);
   /// `OnDelayCountdown` each second, last with 0. A cancel jumps to the 0.
   void DelayCountdown(DWORD dwSeconds, DWORD dwRequestId);
@@ -57,8 +61,6 @@ class Pumps {
  private:
   void UpdatePumpParProc();
   void ReportUpdate(DWORD dwResult);
-  /// Parameters and cycle. A cancelled pump sets the cancel flag.
-  DWORD SetAndPump(const PhotometerParameters& params);
 
   DeviceState& m_State;
   HostSink& m_Sink;

@@ -12,11 +12,15 @@
 #include "platform/Platform.h"
 #include "procedures/Scan.h"
 #include "simulator/SipperZQ410.h"
+#include "simulator/SipperZQ420.h"
 
 namespace photometer::tests {
 namespace {
 
 using simulator::FaultKind;
+
+const ScanRequest SCAN{RUN_ID, 500.0, 502.0, 340.0, 0, FALSE, FALSE};
+const KineticsRequest KINETICS{RUN_ID, 0, 5, 525.0, 340.0};
 
 struct Intake {
   const char* what;
@@ -29,26 +33,31 @@ struct Intake {
   std::string strLog;
 };
 
-/// A run on an instrument with the pump, which needs 5 s, and 2 s for the sample to settle.
-void ExpectIntake(const Intake& intake, const Start& start, bool bMeasures) {
-  simulator::SipperZQ410 pump;
-  World world;
-  world.board.PlugPort(u"COM1:", pump);
-  Device device(world);
+/// Starts up with the pump of the operating mode, which needs 5 s, and 2 s for the sample to settle.
+void StartUpWithPump(World& world, Device& device, DWORD dwOperatingMode) {
   PhotometerParameters params = DefaultParameters();
-  params.dwOperatingMode = 1;
+  params.dwOperatingMode = dwOperatingMode;
   params.PumpTime = 5;
   params.DelayTime = 2;
   const CalibrationData calibration = DefaultCalibration();
   ASSERT_EQ(device->Initialize(&params, &calibration), S_OK);
   ASSERT_TRUE(device.WaitUntilNotBusy());
   world.holder.Insert(10, world.board.Now());
-  platform::Sleep(5000);  // the pump announces itself
+  device->SendSipperPing();
+  platform::Sleep(5000);  // the ZQ-410 announces itself
   ASSERT_TRUE(device->GetStatus().bSipperDetected);
+  world.transcript.Clear();
+}
+
+void ExpectIntake(const Intake& intake, const Start& start, bool bMeasures) {
+  simulator::SipperZQ410 pump;
+  World world;
+  world.board.PlugPort(u"COM1:", pump);
+  Device device(world);
+  StartUpWithPump(world, device, 1);
   if (intake.fault.letter != 0) {
     pump.Line().Faults().Add(intake.fault);
   }
-  world.transcript.Clear();
   ASSERT_EQ((intake.bCancel ? ThenCancel(start, 2000) : start)(*device.operator->()), S_OK);
   EXPECT_TRUE(device.WaitUntilNotBusy());
   Texts calls = world.sink.Calls();
@@ -72,14 +81,32 @@ TEST(SampleRun, EndsAsItsPumpAndTheHostSay) {
       {"parameters fail", {.kind = FaultKind::Silence, .letter = 'H'}, false, {"OnError(0, 532)"}, ""},
   };
   const std::pair<const char*, Start> starts[] = {
-      {"measure", StartOf(RequestAt({525.0}))},
-      {"scan", StartOf(ScanRequest{RUN_ID, 500.0, 502.0, 340.0, 0, FALSE, FALSE})},
-      {"kinetics", StartOf(KineticsRequest{RUN_ID, 0, 5, 525.0, 340.0})}};
+      {"measure", StartOf(RequestAt({525.0}))}, {"scan", StartOf(SCAN)}, {"kinetics", StartOf(KINETICS)}};
   for (const Intake& intake : intakes) {
     for (const auto& [procedure, start] : starts) {
       SCOPED_TRACE(std::string(intake.what) + ", " + procedure);
       ExpectIntake(intake, start, procedure == starts[0].first);
     }
+  }
+}
+
+TEST(SampleRun, CancelledWithTheFlushThatItsPumpWaitsFor) {
+  MeasureRequest measure = RequestAt({525.0});
+  measure.m_bPumpDefaults = TRUE;
+  for (const Start& start : {StartOf(measure), StartOf(SCAN), StartOf(KINETICS)}) {
+    simulator::SipperZQ420 pump;
+    World world;
+    world.board.PlugPort(u"COM6:", pump);
+    Device device(world);
+    StartUpWithPump(world, device, 2);
+    device->StartFlush(60);
+    ASSERT_EQ(start(*device.operator->()), S_OK);
+    platform::Sleep(2000);
+    device->CancelFlush();
+    EXPECT_TRUE(device.WaitUntilNotBusy());
+    EXPECT_EQ(world.sink.Count("OnNotify(9, 18, 100)"), 1U);
+    device.Close();
+    world.ExpectClean();
   }
 }
 
