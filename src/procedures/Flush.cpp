@@ -23,8 +23,15 @@ HRESULT Flush::StartFlush(DWORD dwFlushTime) {
   if (const HANDLE hCancel = m_State.PumpCancelEvent(); hCancel != 0 && !state->m_Status.bCancel) {
     ResetEvent(hCancel);
   }
-  const BOOL bStarted = m_Threads.Start("FlushProc", [this] { FlushProc(); });
-  return bStarted && state->m_Status.bInitialized ? S_OK : E_FAIL;
+  const HANDLE hOwnCancel = CreateEventW(TRUE, FALSE, nullptr);
+  if (hOwnCancel != 0) {
+    m_CancelEvents.push_back(hOwnCancel);
+  }
+  if (!m_Threads.Start("FlushProc", [this, hOwnCancel] { FlushProc(hOwnCancel); })) {
+    CloseCancelEvent(hOwnCancel);
+    return E_FAIL;
+  }
+  return state->m_Status.bInitialized ? S_OK : E_FAIL;
 }
 
 HRESULT Flush::CancelFlush() {
@@ -33,12 +40,25 @@ HRESULT Flush::CancelFlush() {
     if (const HANDLE hCancel = m_State.PumpCancelEvent(); hCancel != 0) {
       SetEvent(hCancel);
     }
+    for (const HANDLE hCancel : m_CancelEvents) {
+      SetEvent(hCancel);
+    }
   }
   LogPhotometer("[Photometer] Flush canceled.");
   return S_OK;
 }
 
-void Flush::FlushProc() {
+void Flush::FlushProc(HANDLE hCancel) {
+  const DWORD dwResult = RunPump(hCancel);
+  CloseCancelEvent(hCancel);
+  if (dwResult == 0 || IsPumpCancelled(dwResult)) {
+    m_Sink.Notify([](IPhotometerSink& sink) { sink.OnFlushCompleted(); });
+  } else {
+    m_Sink.Notify([dwResult](IPhotometerSink& sink) { sink.OnPumpError(0, dwResult); });
+  }
+}
+
+DWORD Flush::RunPump(HANDLE hCancel) {
   bool bZQ410 = false;
   DWORD dwFlushTime = 0;
   {
@@ -46,12 +66,16 @@ void Flush::FlushProc() {
     bZQ410 = state->m_PumpInfo.m_iOperatingMode == MODE_ZQ_410;
     dwFlushTime = state->m_dwFlushTime;
   }
-  const DWORD dwResult = bZQ410 ? FlushZQ410() : m_Pumps.PumpZQ420(dwFlushTime);
-  if (dwResult == 0 || IsPumpCancelled(dwResult)) {
-    m_Sink.Notify([](IPhotometerSink& sink) { sink.OnFlushCompleted(); });
-  } else {
-    m_Sink.Notify([dwResult](IPhotometerSink& sink) { sink.OnPumpError(0, dwResult); });
+  return bZQ410 ? FlushZQ410() : m_Pumps.PumpZQ420(dwFlushTime, hCancel);
+}
+
+void Flush::CloseCancelEvent(HANDLE hCancel) {
+  if (hCancel == 0) {
+    return;
   }
+  const auto state = m_State.Lock();
+  std::erase(m_CancelEvents, hCancel);
+  CloseHandle(hCancel);
 }
 
 DWORD Flush::FlushZQ410() { return Converse(m_State, m_External.Line(), Framed("H2;a"), FLUSH, FLUSH_LIMIT); }

@@ -1,8 +1,10 @@
 /// Rinses the flow cuvette with the attached sipper pump, on a thread of its own beside whatever else runs.
 ///
 /// The host hears `OnFlushCompleted`, also when a cancel has stopped the ZQ-420, or `OnPumpError` with 522 to 525
-/// (flush of the ZQ-410) or 612 to 617 (cycle of the ZQ-420). A cancel does not stop the ZQ-410.
+/// (flush of the ZQ-410) or 612 and 614 to 617 (cycle of the ZQ-420). A cancel does not stop the ZQ-410.
 #pragma once
+
+#include <vector>
 
 #include "pumps/ExternalPort.h"
 #include "pumps/Pumps.h"
@@ -20,12 +22,14 @@ class Flush {
   /// Starts the flush, whether or not the device is initialised. `dwFlushTime`: for the ZQ-420, s. E_FAIL: the device
   /// is not initialised (the flush runs all the same), or the thread cannot be created.
   HRESULT StartFlush(DWORD dwFlushTime);
-  /// Stops the flush of a ZQ-420. Always 0.
+  /// Stops every cycle of a ZQ-420, a procedure's too. Always 0.
   HRESULT CancelFlush();
 
  private:
-  /// Thread procedure.
-  void FlushProc();
+  /// Thread procedure. `hCancel`: this flush's cancel event, which it closes; 0: there is none.
+  void FlushProc(HANDLE hCancel);
+  DWORD RunPump(HANDLE hCancel);
+  void CloseCancelEvent(HANDLE hCancel);
   /// 0, or 522 to 525.
   DWORD FlushZQ410();
 
@@ -34,6 +38,8 @@ class Flush {
   WorkerThreads& m_Threads;
   ExternalPort& m_External;
   Pumps& m_Pumps;
+  /// Of the flushes that run: a procedure that starts resets the pumps' common one. Guarded by the state lock.
+  std::vector<HANDLE> m_CancelEvents;
 };
 
 }  // namespace photometer

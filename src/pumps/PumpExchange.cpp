@@ -24,6 +24,8 @@ void AnswerKeepAlives(PumpLine& line, std::string& collected) {
   }
 }
 
+bool IsSignalled(HANDLE hEvent) { return hEvent != 0 && WaitForSingleObject(hEvent, 0) == WAIT_OBJECT_0; }
+
 const PumpAnswer* FindAnswer(const PumpDialogue& dialogue, const std::string& collected) {
   const auto found = std::ranges::find_if(
       dialogue.answers, [&](const PumpAnswer& answer) { return collected.find(answer.text) != std::string::npos; });
@@ -73,12 +75,14 @@ bool PumpExchange::Send(std::string_view bytes) {
 }
 
 PumpExchange::Arrival PumpExchange::Receive(std::string& collected, DWORD dwMilliseconds) {
-  const std::array<HANDLE, 4> handles{m_Line.m_Buffer.DataEvent(), m_State.StopEvent(), m_State.PumpCancelEvent(),
-                                      m_State.SipperLostEvent()};
-  if (std::ranges::find(handles, HANDLE{0}) != handles.end()) {
+  const std::array<HANDLE, 5> handles{m_Line.m_Buffer.DataEvent(), m_State.StopEvent(), m_State.PumpCancelEvent(),
+                                      m_State.SipperLostEvent(), m_hOwnCancel};
+  const auto* const pDevicesEnd = handles.end() - 1;
+  if (std::find(handles.begin(), pDevicesEnd, HANDLE{0}) != pDevicesEnd) {
     return m_State.IsStopping() ? Arrival::Stop : Arrival::Silence;
   }
-  const DWORD dwCount = m_Interrupts == PumpInterrupts::None ? 2 : 4;
+  const DWORD dwInterruptible = m_hOwnCancel == 0 ? 4 : 5;
+  const DWORD dwCount = m_Interrupts == PumpInterrupts::None ? 2 : dwInterruptible;
   const DWORD dwResult = WaitForMultipleObjects(dwCount, handles.data(), dwMilliseconds);
   if (m_State.IsStopping()) {
     return Arrival::Stop;
@@ -88,6 +92,7 @@ PumpExchange::Arrival PumpExchange::Receive(std::string& collected, DWORD dwMill
       m_Line.m_Buffer.CollectReceived(collected);
       return Arrival::Data;
     case WAIT_OBJECT_0 + 2:
+    case WAIT_OBJECT_0 + 4:
       return Arrival::Cancel;
     case WAIT_OBJECT_0 + 3:
       return Arrival::Lost;
@@ -97,9 +102,8 @@ PumpExchange::Arrival PumpExchange::Receive(std::string& collected, DWORD dwMill
 }
 
 bool PumpExchange::IsCancelled() const {
-  const HANDLE hCancel = m_State.PumpCancelEvent();
-  return m_Interrupts == PumpInterrupts::CancelAndLoss && hCancel != 0 &&
-         WaitForSingleObject(hCancel, 0) == WAIT_OBJECT_0;
+  return m_Interrupts == PumpInterrupts::CancelAndLoss &&
+         (IsSignalled(m_State.PumpCancelEvent()) || IsSignalled(m_hOwnCancel));
 }
 
 DWORD Converse(DeviceState& state, PumpLine& line, std::string_view command, const PumpDialogue& dialogue,

@@ -30,8 +30,10 @@ class PumpExchange {
  public:
   enum class Arrival { Data, Silence, Cancel, Lost, Stop };
 
-  PumpExchange(DeviceState& state, PumpLine& line, PumpInterrupts interrupts = PumpInterrupts::None)
-      : m_State(state), m_Line(line), m_Interrupts(interrupts) {}
+  /// `hOwnCancel`: counts as the pump's cancel event does, for this exchange alone. 0: none.
+  PumpExchange(DeviceState& state, PumpLine& line, PumpInterrupts interrupts = PumpInterrupts::None,
+               HANDLE hOwnCancel = 0)
+      : m_State(state), m_Line(line), m_Interrupts(interrupts), m_hOwnCancel(hOwnCancel) {}
   ~PumpExchange();
   PumpExchange(const PumpExchange&) = delete;
   PumpExchange& operator=(const PumpExchange&) = delete;
@@ -40,9 +42,9 @@ class PumpExchange {
   bool Begin();
   /// Writes a command, with what came before it forgotten. False: it could not be written.
   bool Send(std::string_view bytes);
-  /// Waits for bytes and appends them to `collected`. Bytes win over all other ends.
+  /// Waits for bytes and appends them to `collected`. Bytes win over all other ends but the device's stop.
   Arrival Receive(std::string& collected, DWORD dwMilliseconds);
-  /// The pump's cancel event is signalled, and the exchange may be interrupted.
+  /// A cancel event is signalled, and the exchange may be interrupted.
   [[nodiscard]] bool IsCancelled() const;
   /// The answer is complete: nothing more is to come.
   void Complete() { m_bComplete = true; }
@@ -55,6 +57,7 @@ class PumpExchange {
   DeviceState& m_State;
   PumpLine& m_Line;
   PumpInterrupts m_Interrupts;
+  HANDLE m_hOwnCancel;
   bool m_bClaimed = false;
   bool m_bComplete = false;
 };

@@ -84,11 +84,11 @@ DWORD Pumps::PumpZQ410() {
   return dwResult;
 }
 
-DWORD Pumps::PumpZQ420(DWORD dwSeconds) {
+DWORD Pumps::PumpZQ420(DWORD dwSeconds, HANDLE hOwnCancel) {
   if (!m_State.Lock()->m_Status.bSipperDetected) {
     return ZQ420_LOST;
   }
-  const DWORD dwResult = ZQ420Cycle(m_State, m_Sipper.Line(), dwSeconds).Run();
+  const DWORD dwResult = ZQ420Cycle(m_State, m_Sipper.Line(), dwSeconds, hOwnCancel).Run();
   NKDbgPrintfW("[PumpZQ420] returns %d\n\r", static_cast<int>(dwResult));
   return dwResult;
 }

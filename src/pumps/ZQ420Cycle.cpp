@@ -25,8 +25,10 @@ struct ZQ420Cycle::Meaning {
   DWORD dwResult;
 };
 
-ZQ420Cycle::ZQ420Cycle(DeviceState& state, PumpLine& line, DWORD dwSeconds)
-    : m_State(state), m_Exchange(state, line, PumpInterrupts::CancelAndLoss), m_nPumpTime(dwSeconds * MS_PER_SECOND) {}
+ZQ420Cycle::ZQ420Cycle(DeviceState& state, PumpLine& line, DWORD dwSeconds, HANDLE hOwnCancel)
+    : m_State(state),
+      m_Exchange(state, line, PumpInterrupts::CancelAndLoss, hOwnCancel),
+      m_nPumpTime(dwSeconds * MS_PER_SECOND) {}
 
 DWORD ZQ420Cycle::Run() {
   if (!m_Exchange.Begin()) {

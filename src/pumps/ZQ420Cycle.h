@@ -20,8 +20,8 @@ inline constexpr DWORD ZQ420_LOST = 614;
 
 class ZQ420Cycle {
  public:
-  /// `dwSeconds` from the start command to the stop command.
-  ZQ420Cycle(DeviceState& state, PumpLine& line, DWORD dwSeconds);
+  /// `dwSeconds` from the start command to the stop command. `hOwnCancel`: as for `PumpExchange`.
+  ZQ420Cycle(DeviceState& state, PumpLine& line, DWORD dwSeconds, HANDLE hOwnCancel);
 
   /// 0, or one of 612 to 617. At its end the cycle is marked as done, for the timer to report.
   DWORD Run();

@@ -110,6 +110,26 @@ TEST(SampleRun, CancelledWithTheFlushThatItsPumpWaitsFor) {
   }
 }
 
+TEST(SampleRun, ItsStartLosesNoCancelOfAFlush) {
+  for (std::uint64_t nSeed = 1; nSeed <= 20; ++nSeed) {
+    SCOPED_TRACE(nSeed);
+    simulator::SipperZQ420 pump;
+    World world(Scheduled(platform::Policy::Random, nSeed));
+    world.board.PlugPort(u"COM6:", pump);
+    Device device(world);
+    StartUpWithPump(world, device, 2);
+    device->StartFlush(600);
+    platform::Sleep(static_cast<DWORD>(nSeed % 4));
+    device->CancelFlush();
+    ASSERT_EQ(StartMeasure(*device.operator->()), S_OK);
+    platform::Sleep(20'000);
+    EXPECT_FALSE(device->GetStatus().bBusy) << "it waits for the flush";
+    EXPECT_EQ(world.sink.Count("OnNotify(9, 17, 100)"), 1U);
+    device.Close();
+    world.ExpectClean();
+  }
+}
+
 TEST(SampleRun, PumpNumbersThatAreNoErrorOfAScan) {
   std::vector<DWORD> numbers(700);
   std::iota(numbers.begin(), numbers.end(), 0U);
