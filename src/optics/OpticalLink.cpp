@@ -25,6 +25,9 @@ constexpr DWORD STREAM_LIMIT = 15000;
 /// Between two looks at a line that another exchange owns, ms.
 constexpr DWORD CLAIM_PAUSE = 1;
 
+/// Mirror parked, lamps and fan off.
+constexpr std::array<const char*, 4> SWITCH_OFF{"$r0\r", "$d0\r", "$h0\r", "$f0\r"};
+
 bool Contains(const std::string& text, const char* word) { return text.find(word) != std::string::npos; }
 
 }  // namespace
@@ -95,19 +98,28 @@ BOOL OpticalLink::SendWaiting() {
 }
 
 void OpticalLink::SwitchOff() {
-  for (const char* strCommand : {"$r0\r", "$d0\r", "$h0\r", "$f0\r"}) {
+  for (const char* strCommand : SWITCH_OFF) {
     WriteOpticalRaw(strCommand);
   }
 }
 
+void OpticalLink::ClaimSwitchOff() {
+  for (const char* strCommand : SWITCH_OFF) {
+    Enqueue(strCommand);
+  }
+  ForgetUnit();
+}
+
 void OpticalLink::HandleInstrumentError(DWORD dwError) {
   SwitchOff();
-  {
-    const auto state = m_State.Lock();
-    state->m_Cache.ForgetAfterError();
-    state->EndUVSession();
-  }
+  ForgetUnit();
   m_Sink.Notify([dwError](IPhotometerSink& sink) { sink.OnError(0, dwError); });
+}
+
+void OpticalLink::ForgetUnit() {
+  const auto state = m_State.Lock();
+  state->m_Cache.ForgetAfterError();
+  state->EndUVSession();
 }
 
 // ---- claiming the line ----

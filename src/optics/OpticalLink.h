@@ -84,6 +84,9 @@ class OpticalLink {
   void AwaitClaims(DWORD dwMilliseconds);
   /// Tells the unit to park the mirror and to switch lamps and fan off, at once.
   void SwitchOff();
+  /// State lock held, device not busy: the same in two steps, as with `Enqueue`. What the unit was set to is forgotten,
+  /// and the deuterium lamp's session ends.
+  void ClaimSwitchOff();
   /// What every procedure does that ends with an instrument error: switches off, forgets what the unit was set to, ends
   /// the deuterium lamp's session, and tells the host. The sink lock, after the state lock.
   void HandleInstrumentError(DWORD dwError);
@@ -92,6 +95,8 @@ class OpticalLink {
   friend class OpticalExchange;
 
   void KeepReceived(std::string_view bytes);
+  /// After the switching off of an error.
+  void ForgetUnit();
   void NoteBacklog(Backlog backlog);
   /// Takes the line, if it is free and the device does not stop.
   bool TryClaim();

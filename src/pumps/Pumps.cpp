@@ -174,12 +174,15 @@ void Pumps::UpdatePumpParProc() {
 
 void Pumps::ReportUpdate(DWORD dwResult) {
   ReportError("Pump", "UpdatePumpParProc", static_cast<int>(dwResult));
-  // Beside a procedure the optical unit is the procedure's.
-  if (m_State.Lock()->m_Status.bBusy) {
-    m_Sink.Notify([dwResult](IPhotometerSink& sink) { sink.OnError(0, dwResult); });
-  } else {
-    m_Link.HandleInstrumentError(dwResult);
+  // Beside a procedure the optical unit is the procedure's, from the moment of its start.
+  {
+    const auto state = m_State.Lock();
+    if (!state->m_Status.bBusy) {
+      m_Link.ClaimSwitchOff();
+    }
   }
+  m_Link.SendWaiting();
+  m_Sink.Notify([dwResult](IPhotometerSink& sink) { sink.OnError(0, dwResult); });
 }
 
 }  // namespace photometer
