@@ -127,21 +127,21 @@ DWORD Pumps::PumpStep(DWORD dwRequestId) {
 void Pumps::DelayCountdown(DWORD dwSeconds, DWORD dwRequestId) {
   {
     const auto state = m_State.Lock();
-    if (const HANDLE hCancel = m_State.CancelEvent(); hCancel != 0 && !state->m_Status.bCancel) {
+    const HANDLE hCancel = m_State.CancelEvent();
+    if (hCancel != 0 && !state->m_Status.bCancel && !m_State.IsStopping()) {
       ResetEvent(hCancel);
     }
   }
-  for (DWORD n = dwSeconds;; --n) {
+  for (DWORD n = dwSeconds; n > 0; n = WaitForNextSecond() ? n - 1 : 0) {
     m_Sink.Notify([=](IPhotometerSink& sink) { sink.OnDelayCountdown(dwRequestId, n); });
-    if (n == 0) {
-      return;
-    }
-    const HANDLE hCancel = m_State.CancelEvent();
-    const bool bPassed = hCancel != 0 && WaitForSingleObject(hCancel, COUNTDOWN_STEP) == WAIT_TIMEOUT;
-    if (!bPassed || m_State.IsStopping()) {
-      n = 1;
-    }
   }
+  m_Sink.Notify([=](IPhotometerSink& sink) { sink.OnDelayCountdown(dwRequestId, 0); });
+}
+
+bool Pumps::WaitForNextSecond() {
+  // The stop is looked at before the wait: its signal may have fallen to the reset.
+  const HANDLE hCancel = m_State.CancelEvent();
+  return hCancel != 0 && !m_State.IsStopping() && WaitForSingleObject(hCancel, COUNTDOWN_STEP) == WAIT_TIMEOUT;
 }
 
 // ---- parameters from the host ----

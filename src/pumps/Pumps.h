@@ -62,6 +62,8 @@ class Pumps {
  private:
   void UpdatePumpParProc();
   void ReportUpdate(DWORD dwResult);
+  /// A second of the countdown. False: it ends now.
+  bool WaitForNextSecond();
 
   DeviceState& m_State;
   HostSink& m_Sink;
