@@ -59,7 +59,7 @@ void Scan::ScanProc() {
   }
   if (bDrawn && iResult == 0 && !m_bCanceled) {
     m_bCanceled = !m_End.NotifyFinished(m_Request.m_dwRequestId);
-    NoteEnd();
+    StorePosition(static_cast<LONG>(m_Plan.dwLast + 1));
   }
   Finish(iResult);
 }
@@ -172,7 +172,7 @@ LONG Scan::ReadDark() {
 LONG Scan::CollectSegment(std::size_t nIndex) {
   const ScanSegment& segment = m_Plan.segments[nIndex];
   m_State.Pause(segment.dwDelay);
-  m_State.Lock()->m_Cache[CacheEntry::MonochromatorPosition] = UNKNOWN;
+  StorePosition(UNKNOWN);
   OpticalExchange exchange(m_Link, ExchangeKind::Data);
   if (!exchange.Send(segment.strCommand)) {
     return NOT_WRITTEN;
@@ -283,9 +283,7 @@ void Scan::DeliverBatch() {
 
 // ---- end ----
 
-void Scan::NoteEnd() {
-  m_State.Lock()->m_Cache[CacheEntry::MonochromatorPosition] = static_cast<LONG>(m_Plan.dwLast + 1);
-}
+void Scan::StorePosition(LONG iPosition) { m_State.Lock()->m_Cache[CacheEntry::MonochromatorPosition] = iPosition; }
 
 void Scan::Finish(LONG iResult) {
   iResult = iResult != 0 ? iResult : m_iCancelResult;
@@ -293,7 +291,7 @@ void Scan::Finish(LONG iResult) {
   NKDbgPrintfW("[Scan]  Exit: iResult= %d, bCancel= %s", iResult, Name(EndsCancelled(iResult)));
   m_End.MakeSafe();
   if (EndsCancelled(iResult)) {
-    m_State.Lock()->m_Cache[CacheEntry::MonochromatorPosition] = 0;  // no position: the next move is sent
+    StorePosition(UNKNOWN);  // the next move is sent, wherever it goes
     m_End.NotifyCancelled(m_Request.m_dwRequestId);
     LogPhotometerF(TRUE, "[Scan] Canceled by user... iResult= %d", iResult);
     iResult = 0;

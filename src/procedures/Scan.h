@@ -51,7 +51,8 @@ class Scan : private SampleRun {
   void AppendPoint(const Reading& reading);
   LONG AppendTurbidity();
   void DeliverBatch();
-  void NoteEnd();
+  /// Into the state cache.
+  void StorePosition(LONG iPosition);
   void Finish(LONG iResult);
   void LogSegment(std::size_t nIndex) const;
 

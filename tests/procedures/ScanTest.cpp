@@ -311,6 +311,9 @@ TEST(Scan, CancelledWhileTheStreamRuns) {
                      "[Scan] Canceled by user... iResult= 326", "[Scan] Thread closed with iResult= 0"}));
     EXPECT_EQ(device.Run(StartOf(ACROSS_A_FILTER)).size(), BOTH_POINTS);
     EXPECT_EQ(device.world.Written()[1], "$M4238") << "where a cancelled scan stands does not count";
+    const HolmiumOxideScanRequest fromZero{RUN_ID, 0, 10};
+    device.Run([&](IPhotometer& photometer) { return photometer.StartHolmiumOxideScan(&fromZero); });
+    EXPECT_TRUE(std::ranges::count(device.world.Written(), "$M0")) << "where a cancelled scan stands does not count";
   }
 }
 
