@@ -80,22 +80,24 @@ LONG Kinetics::SetOptics() {
   const double wl = m_Request.m_dWavelength;
   const bool bDeuterium = wl < m_Request.m_dLampSwitchingPoint;
   m_iPosition = m_Model.GetMonochromatorPosition(wl);
-  return static_cast<LONG>(
-      InOrder([&] { return m_Unit.SetMirror(bDeuterium ? DEUTERIUM_PATH : HALOGEN_PATH); },
-              [&] { return m_Unit.SetFilter(m_Model.GetFilterPosition(wl)); },
-              [&] { return m_Unit.SetGain(wl < m_Params.LowerFilterWL); },
-              [&] { return m_Unit.MoveMonochromator(m_iPosition); },
-              [&] { return !CancelSeen() && m_Params.bUV && bDeuterium ? m_Unit.SetDeuteriumLamp(TRUE) : 0; }));
+  const DWORD dwResult = InOrder([&] { return m_Unit.SetMirror(bDeuterium ? DEUTERIUM_PATH : HALOGEN_PATH); },
+                                 [&] { return m_Unit.SetFilter(m_Model.GetFilterPosition(wl)); },
+                                 [&] { return m_Unit.SetGain(wl < m_Params.LowerFilterWL); },
+                                 [&] { return m_Unit.MoveMonochromator(m_iPosition); });
+  if (dwResult != 0 || CancelSeen() || !m_Params.bUV || !bDeuterium) {
+    return static_cast<LONG>(dwResult);
+  }
+  return static_cast<LONG>(m_Unit.SetDeuteriumLamp(TRUE));
 }
 
 LONG Kinetics::RunCycles() {
-  m_dwStartTick = m_dwCycleTick = m_dwDueTick = GetTickCount();
+  m_dwCycleTick = m_dwDueTick = GetTickCount();
   const std::uint64_t nDuration = m_Request.m_dwDuration * MS_PER_MINUTE;
   for (m_dwCycle = 0;; ++m_dwCycle) {
     if (const LONG iResult = RunCycle(); iResult != 0 || m_bCanceled) {
       return iResult;
     }
-    if (m_dwCycleTick - m_dwStartTick > nDuration) {
+    if (m_nElapsed > nDuration) {
       return 0;
     }
   }
@@ -127,20 +129,24 @@ LONG Kinetics::RunCycle() {
   return 0;
 }
 
+DWORD Kinetics::Interval() const {
+  return static_cast<DWORD>(std::min<std::uint64_t>(m_Request.m_dwInterval * MS_PER_SECOND, INFINITE - 1));
+}
+
 bool Kinetics::WaitForCycle() {
-  const std::uint64_t nInterval = m_Request.m_dwInterval * MS_PER_SECOND;
+  const DWORD dwInterval = Interval();
   const DWORD dwElapsed = GetTickCount() - m_dwDueTick;
-  // Longer than the tick counter can tell is for ever: no interval reaches the wait's own "without end".
-  const std::uint64_t nRest = nInterval > dwElapsed ? nInterval - dwElapsed : 0;
-  const auto dwRest = static_cast<DWORD>(std::min<std::uint64_t>(nRest, INFINITE - 1));
+  const DWORD dwRest = dwInterval > dwElapsed ? dwInterval - dwElapsed : 0;
   // The stop signals the event, too; the next command is refused then.
   if (WaitForSingleObject(m_State.CancelEvent(), dwRest) == WAIT_OBJECT_0 && !m_State.IsStopping()) {
     LogPhotometerF(TRUE, "[Kinetics] Measurement has been canceled !");
     m_bCanceled = true;
     return false;
   }
-  m_dwCycleTick = GetTickCount();
-  m_dwDueTick = dwRest > 0 ? m_dwDueTick + static_cast<DWORD>(nInterval) : m_dwCycleTick;
+  const DWORD dwNow = GetTickCount();
+  m_nElapsed += dwNow - m_dwCycleTick;
+  m_dwCycleTick = dwNow;
+  m_dwDueTick = dwRest > 0 ? m_dwDueTick + dwInterval : dwNow;
   return true;
 }
 
@@ -148,7 +154,7 @@ double Kinetics::CycleMinutes() const {
   if (m_Request.m_dwInterval != 0) {
     return static_cast<double>(m_dwCycle) * m_Request.m_dwInterval / 60.0;
   }
-  return static_cast<double>(m_dwCycleTick - m_dwStartTick) / 1000.0 / 60.0;
+  return static_cast<double>(m_nElapsed) / 1000.0 / 60.0;
 }
 
 LONG Kinetics::TakeReading(MeasureValue* pValue) {
@@ -161,8 +167,7 @@ LONG Kinetics::TakeReading(MeasureValue* pValue) {
 
 bool Kinetics::IntervalExceeded() {
   const DWORD dwElapsed = GetTickCount() - m_dwCycleTick;
-  const std::uint64_t nInterval = m_Request.m_dwInterval * MS_PER_SECOND;
-  if (nInterval == 0 || dwElapsed <= nInterval) {
+  if (m_Request.m_dwInterval == 0 || dwElapsed <= Interval()) {
     return false;
   }
   LogPhotometerF(TRUE, "  Interval exceeded...   Interval= %d s   Elapsed Time= %d ms",

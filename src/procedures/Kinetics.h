@@ -1,8 +1,8 @@
 /// The timed series: one dark-corrected reading at one wavelength per cycle, at a fixed interval, each delivered at
 /// once. Between cycles the halogen lamp is off.
 ///
-/// Runs on a thread of its own while the device is busy. A cycle starts one interval after the start of the cycle
-/// before, however long the readings took.
+/// Runs on a thread of its own while the device is busy. A cycle starts one interval after the cycle before was due, or
+/// at once when the readings took longer.
 #pragma once
 
 #include "photometer/Records.h"
@@ -30,6 +30,8 @@ class Kinetics : private SampleRun {
   LONG RunCycles();
   /// One cycle. 0, or what ends the run.
   LONG RunCycle();
+  /// From one cycle to the next, ms; at most 49.7 days, what a wait can tell from one without end.
+  DWORD Interval() const;
   /// Waits for the rest of the interval. False: cancelled.
   bool WaitForCycle();
   LONG TakeReading(MeasureValue* pValue);
@@ -44,7 +46,8 @@ class Kinetics : private SampleRun {
   LONG m_iCuvetteSize = 0;
   LONG m_iPosition = 0;
   DWORD m_dwCycle = 0;
-  DWORD m_dwStartTick = 0;
+  /// From the start of the first cycle to that of this one, ms: more than the tick counter can tell.
+  std::uint64_t m_nElapsed = 0;
   DWORD m_dwCycleTick = 0;
   /// When the cycle was to start: a wait that ended late delays one cycle, and not all that follow.
   DWORD m_dwDueTick = 0;
