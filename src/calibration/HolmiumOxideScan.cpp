@@ -20,7 +20,6 @@ constexpr LONG LOWEST_POSITION = -1000;
 constexpr LONG HIGHEST_POSITION = 15000;
 
 constexpr DWORD SCAN_SPEED = 2400;
-constexpr std::size_t COMMAND_LIMIT = 15;
 
 }  // namespace
 
@@ -90,7 +89,7 @@ LONG HolmiumOxideScan::StreamFilterPass() {
 
 LONG HolmiumOxideScan::CollectPoints() {
   OpticalExchange exchange(m_Link, ExchangeKind::Data);
-  if (!exchange.Send(FormatText(COMMAND_LIMIT, "$s%d\r", m_Request.m_iLastPosition + 1))) {
+  if (!exchange.Send(ScanCommand(static_cast<DWORD>(m_Request.m_iLastPosition)))) {
     return NOT_WRITTEN;
   }
   PointStream stream(m_dwPoints);

@@ -1,5 +1,7 @@
 #include "optics/Detectors.h"
 
+#include <algorithm>
+
 #include "optics/OpticalExchange.h"
 
 namespace photometer {
@@ -12,10 +14,14 @@ constexpr DWORD BASE_TURBIDITY = 160;
 
 constexpr std::size_t AD_VALUE_BYTES = 3 * READING_BYTES;
 constexpr std::size_t TURBIDITY_BYTES = 96;
-/// Longest command text, bytes.
-constexpr std::size_t COMMAND_LIMIT = 16;
+/// Longest text of a scan command, bytes.
+constexpr std::size_t SCAN_COMMAND_LIMIT = 15;
 
 }  // namespace
+
+std::string ScanCommand(DWORD dwLastPosition) {
+  return FormatText(SCAN_COMMAND_LIMIT, "$s%d\r", static_cast<int>(dwLastPosition + 1));
+}
 
 DWORD Detectors::GetADValue(double* pSample, double* pReference) {
   m_State.SetLastCommand("GetADValue");
@@ -36,19 +42,16 @@ DWORD Detectors::GetADValue(double* pSample, double* pReference) {
 DWORD Detectors::Scan(DWORD dwLastPosition, double* pSample, double* pReference, DWORD dwCount) {
   m_State.SetLastCommand("Scan");
   m_State.Lock()->m_Cache[CacheEntry::MonochromatorPosition] = UNKNOWN;  // where a scan ends that fails, nobody knows
-  const std::string strCommand = FormatText(COMMAND_LIMIT, "$s%d\r", static_cast<int>(dwLastPosition + 1));
-  std::string answer;
-  if (const DWORD dwCause = ReadScan(strCommand, dwCount, answer); dwCause != 0) {
+  std::vector<Reading> points;
+  points.reserve(dwCount);
+  if (const DWORD dwCause = ReadScan(ScanCommand(dwLastPosition), dwCount, &points); dwCause != 0) {
     return BASE_SCAN + dwCause;
   }
-  for (std::size_t i = 0; i < dwCount; ++i) {
-    const Reading reading = DecodeReading(answer, i * READING_BYTES);
-    if (pSample != nullptr) {
-      pSample[i] = reading.dSample;
-    }
-    if (pReference != nullptr) {
-      pReference[i] = reading.dReference;
-    }
+  if (pSample != nullptr) {
+    std::ranges::transform(points, pSample, &Reading::dSample);
+  }
+  if (pReference != nullptr) {
+    std::ranges::transform(points, pReference, &Reading::dReference);
   }
   m_State.Lock()->m_Cache[CacheEntry::MonochromatorPosition] = static_cast<LONG>(dwLastPosition + 1);
   return 0;
@@ -83,23 +86,22 @@ DWORD Detectors::ReadAnswer(const char* strCommand, std::size_t nLength, std::st
   return 0;
 }
 
-DWORD Detectors::ReadScan(const std::string& strCommand, DWORD dwCount, std::string& answer) {
+DWORD Detectors::ReadScan(const std::string& strCommand, DWORD dwCount, std::vector<Reading>* pPoints) {
   OpticalExchange exchange(m_Link, ExchangeKind::Data);
   if (!exchange.Send(strCommand)) {
     return CAUSE_WRITE;
   }
-  const std::size_t nLength = dwCount * READING_BYTES + PointStream::END_BYTES;
-  answer.reserve(nLength);
-  while (answer.size() != nLength) {
-    const std::size_t nSearched = answer.size();
-    if (exchange.Receive(answer) == OpticalExchange::Arrival::Silence) {
+  PointStream stream(dwCount);
+  while (!stream.IsAtItsEnd()) {
+    std::string bytes;
+    if (exchange.Receive(bytes) == OpticalExchange::Arrival::Silence) {
       return exchange.GiveUp(Backlog::Stream, CAUSE_SILENCE);
     }
-    // The word may have begun in the block before; what lies further back has been searched.
-    if (answer.find("error", nSearched < 4 ? 0 : nSearched - 4) != std::string::npos) {
+    const PointStream::Verdict verdict = stream.Take(bytes, pPoints);
+    if (verdict == PointStream::Verdict::Error) {
       return exchange.GiveUp(Backlog::Stream, CAUSE_ERROR);
     }
-    if (answer.size() / READING_BYTES > dwCount || exchange.Overflowed()) {
+    if (verdict == PointStream::Verdict::TooMuch || exchange.Overflowed()) {
       return exchange.GiveUp(Backlog::Stream, CAUSE_TOO_LONG);
     }
   }

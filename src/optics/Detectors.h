@@ -5,11 +5,18 @@
 /// only procedure that drives the unit.
 #pragma once
 
+#include <string>
+#include <vector>
+
 #include "optics/DetectorData.h"
 #include "optics/OpticalLink.h"
 #include "state/DeviceState.h"
 
 namespace photometer {
+
+/// The command that takes a reading at each position from the present one to `dwLastPosition`, and leaves the
+/// monochromator behind it.
+std::string ScanCommand(DWORD dwLastPosition);
 
 class Detectors {
  public:
@@ -26,8 +33,8 @@ class Detectors {
  private:
   /// Sends a command whose answer has a fixed length. 0, or a cause.
   DWORD ReadAnswer(const char* strCommand, std::size_t nLength, std::string& answer);
-  /// Sends the scan command and collects its points and the three bytes behind them. 0, or a cause.
-  DWORD ReadScan(const std::string& strCommand, DWORD dwCount, std::string& answer);
+  /// Sends the scan command and collects its points and, counted, the three bytes behind them. 0, or a cause.
+  DWORD ReadScan(const std::string& strCommand, DWORD dwCount, std::vector<Reading>* pPoints);
 
   DeviceState& m_State;
   OpticalLink& m_Link;

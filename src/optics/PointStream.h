@@ -37,6 +37,8 @@ class PointStream {
   Verdict Take(std::string_view bytes, std::vector<Reading>* pPoints);
 
   [[nodiscard]] DWORD Received() const { return m_dwReceived; }
+  /// All points have come, and exactly the bytes that belong behind them.
+  [[nodiscard]] bool IsAtItsEnd() const { return m_dwReceived == m_dwExpected && m_strRest.size() == END_BYTES; }
   /// Bytes that wait to be judged, after `Take` gave `Error` or `TooMuch`.
   [[nodiscard]] std::size_t WaitingBytes() const { return m_strRest.size(); }
   /// All points have come: how many of the bytes behind them have not.

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <limits>
 
+#include "optics/Detectors.h"
 #include "optics/UnitValues.h"
-#include "platform/Platform.h"
 #include "procedures/RequestLimits.h"
 
 namespace photometer {
@@ -17,8 +17,6 @@ constexpr DWORD DEUTERIUM_LAMP = DEUTERIUM_PATH;
 constexpr DWORD COARSE_POSITIONS = 10;
 /// The lamp's light changes little beyond 900 nm: the unit is given time to settle, ms.
 constexpr DWORD INFRARED_DELAY = 500;
-/// Longest text of a scan command.
-constexpr std::size_t COMMAND_LIMIT = 15;
 
 /// One row of the table of segments.
 struct SegmentRow {
@@ -46,10 +44,6 @@ std::vector<SegmentRow> SegmentRows(const ScanRequest& request, BOOL bUV, const 
       {p.dw1000, p.dw900, HALOGEN_LAMP, dwRedFilter, FALSE, INFRARED_DELAY},
       {NO_BOUNDARY, p.dw1000, HALOGEN_LAMP, dwRedFilter, FALSE, INFRARED_DELAY},
   };
-}
-
-std::string ScanCommand(DWORD dwEnd) {
-  return platform::FormatText(COMMAND_LIMIT, "$s%d\r", static_cast<int>(dwEnd + 1));
 }
 
 /// Segments with their positions counted, not yet their points.
