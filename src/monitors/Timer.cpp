@@ -3,19 +3,20 @@
 #include <utility>
 
 #include "logging/LogFiles.h"
+#include "state/Deadline.h"
 
 namespace photometer {
 
 namespace {
 
-constexpr DWORD TICK = 1000;
-constexpr DWORD MS_PER_SECOND = 1000;
+/// From one tick to the next, ms.
+constexpr DWORD PERIOD = 1000;
 constexpr std::uint64_t SECONDS_PER_MINUTE = 60;
 /// A lamp's seconds are written in portions: the registry must not be written every second.
 constexpr DWORD LAMP_PORTION = 30;
 
 /// Whole seconds since a tick. The stored tick is older than the clock: differences survive the counter's wrap.
-DWORD SecondsSince(DWORD dwTick) { return (GetTickCount() - dwTick) / MS_PER_SECOND; }
+DWORD SecondsSince(DWORD dwTick) { return static_cast<DWORD>((GetTickCount() - dwTick) / MS_PER_SECOND); }
 
 }  // namespace
 
@@ -34,7 +35,7 @@ void Timer::LampCount::Add() {
 
 void Timer::Run() {
   LogPhotometer("Starting Thread [Timer] ...");
-  while (m_State.Pause(TICK)) {
+  while (m_State.Pause(PERIOD)) {
     RunTick();
   }
   NKDbgPrintfW("[Timer] Ending Timer thread.\n\r");
@@ -99,7 +100,7 @@ void Timer::DecideSession(GuardedState& state, Tick* pTick) {
   } else if (dwBurning > state.m_dwUVWarmUpLimit) {
     pTick->bWarmedUp = true;
     pTick->strLog = "[Timer][UV]  Roboter mode, UV lamp warming up ended!";
-    state.m_dwUVWarmUpLimit = UV_BURNING_LIMIT;
+    state.m_dwUVWarmUpLimit = UV_BURNING_LIMIT;  // one notice a session: the lamp goes out before the next
   }
 }
 

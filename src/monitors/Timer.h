@@ -14,6 +14,9 @@
 
 namespace photometer {
 
+/// How long the deuterium lamp of a session may burn, s: 10 hours.
+inline constexpr DWORD UV_BURNING_LIMIT = 36000;
+
 class Timer {
  public:
   Timer(DeviceState& state, HostSink& sink, UVLamp& lamp, ExternalPort& externalPort, SipperPort& sipperPort)

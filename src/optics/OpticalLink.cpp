@@ -5,6 +5,7 @@
 
 #include "logging/LogFiles.h"
 #include "optics/OpticalExchange.h"
+#include "state/Deadline.h"
 
 namespace photometer {
 
@@ -134,9 +135,9 @@ bool OpticalLink::TryClaim() {
 }
 
 bool OpticalLink::Claim() {
-  const DWORD dwStart = GetTickCount();
+  const Deadline limit(SILENCE_LIMIT);
   while (!TryClaim()) {
-    if (GetTickCount() - dwStart > SILENCE_LIMIT || !m_State.Pause(CLAIM_PAUSE)) {
+    if (limit.Rest() == 0 || !m_State.Pause(CLAIM_PAUSE)) {
       return false;
     }
   }
@@ -149,8 +150,8 @@ bool OpticalLink::IsClaimed() {
 }
 
 void OpticalLink::AwaitClaims(DWORD dwMilliseconds) {
-  const DWORD dwStart = GetTickCount();
-  while (IsClaimed() && GetTickCount() - dwStart < dwMilliseconds) {
+  const Deadline limit(dwMilliseconds);
+  while (IsClaimed() && limit.Rest() > 0) {
     Sleep(CLAIM_PAUSE);
   }
 }
@@ -237,14 +238,14 @@ void OpticalLink::WaitForLineEnd() {
 }
 
 void OpticalLink::WaitUntilQuiet(DWORD dwQuiet, DWORD dwLimit) {
-  const DWORD dwStart = GetTickCount();
+  const Deadline limit(dwLimit);
   const std::array<HANDLE, 2> handles{m_Buffer.DataEvent(), m_State.StopEvent()};
   do {
     m_Buffer.Clear();
     if (WaitForMultipleObjects(2, handles.data(), dwQuiet) != WAIT_OBJECT_0) {
       return;
     }
-  } while (GetTickCount() - dwStart < dwLimit);
+  } while (limit.Rest() > 0);
 }
 
 void OpticalLink::SetExchanging(bool bExchanging) {

@@ -5,6 +5,7 @@
 
 #include "optics/OpticalExchange.h"
 #include "optics/UnitValues.h"
+#include "state/Deadline.h"
 
 namespace photometer {
 
@@ -319,12 +320,10 @@ DWORD OpticalUnit::ReadFirmwareVersion() {
 }
 
 DWORD OpticalUnit::CollectVersion(OpticalExchange& exchange, std::string& reply) {
-  const DWORD dwStart = GetTickCount();
-  for (;;) {
-    // Bytes that never hold the answer must not keep the start-up waiting: the limit is for the whole exchange.
-    const DWORD dwElapsed = GetTickCount() - dwStart;
-    if (dwElapsed >= SILENCE_LIMIT ||
-        exchange.Receive(reply, SILENCE_LIMIT - dwElapsed) == OpticalExchange::Arrival::Silence) {
+  // Bytes that never hold the answer must not keep the start-up waiting: the limit is for the whole exchange.
+  for (const Deadline limit(SILENCE_LIMIT);;) {
+    const DWORD dwRest = limit.Rest();
+    if (dwRest == 0 || exchange.Receive(reply, dwRest) == OpticalExchange::Arrival::Silence) {
       return exchange.GiveUp(Backlog::Answer, VERSION_SILENCE);
     }
     if (reply.find("ok") != std::string::npos) {

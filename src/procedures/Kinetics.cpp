@@ -7,6 +7,7 @@
 #include "optics/InOrder.h"
 #include "optics/UnitValues.h"
 #include "procedures/RequestLimits.h"
+#include "state/Deadline.h"
 
 namespace photometer {
 
@@ -15,7 +16,6 @@ namespace {
 constexpr LONG NO_VALID_READING = 313;
 constexpr LONG INTERVAL_EXCEEDED = 315;
 
-constexpr std::uint64_t MS_PER_SECOND = 1000;
 constexpr std::uint64_t MS_PER_MINUTE = 60 * MS_PER_SECOND;
 
 }  // namespace

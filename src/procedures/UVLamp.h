@@ -9,9 +9,6 @@
 
 namespace photometer {
 
-/// How long the lamp of a session may burn, s (10 hours). Also the limit that no warm-up notice follows any more.
-inline constexpr DWORD UV_BURNING_LIMIT = 36000;
-
 class UVLamp {
  public:
   UVLamp(DeviceState& state, HostSink& sink, OpticalLink& link, const WavelengthModel& model, WarmUp& warmUp)

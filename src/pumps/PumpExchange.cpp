@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 
+#include "state/Deadline.h"
+
 namespace photometer {
 
 namespace {

@@ -1,15 +1,11 @@
 #include "pumps/PumpLine.h"
 
-#include <algorithm>
-
 #include "logging/LogFiles.h"
+#include "state/Deadline.h"
 
 namespace photometer {
 
 namespace {
-
-/// Longest time that differences of ticks tell safely, ms.
-constexpr std::uint64_t LONGEST_LIMIT = 0x7FFFFFFF;
 
 /// Silence that says that the answer to a command that was given up has come, ms.
 constexpr DWORD QUIET_AFTER_ANSWER = 100;
@@ -17,14 +13,6 @@ constexpr DWORD QUIET_AFTER_ANSWER = 100;
 constexpr DWORD QUIET_LIMIT = 2000;
 
 }  // namespace
-
-Deadline::Deadline(std::uint64_t nMilliseconds)
-    : m_dwStart(GetTickCount()), m_dwLimit(static_cast<DWORD>(std::min(nMilliseconds, LONGEST_LIMIT))) {}
-
-DWORD Deadline::Rest() const {
-  const DWORD dwElapsed = GetTickCount() - m_dwStart;
-  return dwElapsed < m_dwLimit ? m_dwLimit - dwElapsed : 0;
-}
 
 BOOL PumpLine::Write(std::string_view bytes) {
   m_dwTrafficTick = GetTickCount();

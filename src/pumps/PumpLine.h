@@ -27,19 +27,6 @@ inline LineSettings PortSettings(const PhotometerParameters& params, bool bPump)
   return bPump ? PUMP_LINE : LineSettings{params.dwBaudRate, params.dwByteSize, params.dwParity};
 }
 
-/// A time that is over at the latest so many milliseconds after the object was made. Wraps of the tick counter do no
-/// harm; limits beyond 24 days are cut.
-class Deadline {
- public:
-  explicit Deadline(std::uint64_t nMilliseconds);
-  /// Milliseconds left; 0: over.
-  [[nodiscard]] DWORD Rest() const;
-
- private:
-  DWORD m_dwStart;
-  DWORD m_dwLimit;
-};
-
 class PumpLine {
  public:
   /// `label` names the port in the log.

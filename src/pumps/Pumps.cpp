@@ -4,6 +4,7 @@
 
 #include "logging/LogFiles.h"
 #include "pumps/PumpExchange.h"
+#include "state/Deadline.h"
 
 namespace photometer {
 
@@ -14,7 +15,6 @@ constexpr LONG FIRST_CUVETTE = 1;
 constexpr LONG CUVETTE_WITHOUT_FLOW = 14;
 
 constexpr DWORD LARGEST_PARAMETER = 999;
-constexpr std::uint64_t MS_PER_SECOND = 1000;
 /// Between two calls of the countdown, ms.
 constexpr DWORD COUNTDOWN_STEP = 1000;
 

@@ -7,7 +7,6 @@ namespace photometer {
 
 namespace {
 
-constexpr std::uint64_t MS_PER_SECOND = 1000;
 /// How long the pump may take to stop, ms.
 constexpr DWORD STOP_LIMIT = 2000;
 

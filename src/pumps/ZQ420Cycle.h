@@ -10,6 +10,7 @@
 
 #include "pumps/FrameReader.h"
 #include "pumps/PumpExchange.h"
+#include "state/Deadline.h"
 #include "state/DeviceState.h"
 
 namespace photometer {
