@@ -35,9 +35,13 @@ bool PumpLine::TakeBlock(std::string_view bytes, FrameReader* pFrames) {
     bDropped = pFrames->Append(bytes);
   }
   if (bDropped) {
-    LogPhotometerF(FALSE, "[Photometer] Receive buffer of the %s full, oldest bytes dropped.", m_strLabel);
+    LogDrop();
   }
   return bCaptured;
+}
+
+void PumpLine::LogDrop() {
+  LogPhotometerF(FALSE, "[Photometer] Receive buffer of the %s full, oldest bytes dropped.", m_strLabel);
 }
 
 bool PumpLine::IsClaimed() {

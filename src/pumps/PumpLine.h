@@ -38,14 +38,15 @@ class PumpLine {
   BOOL Write(std::string_view bytes);
   BOOL WriteFramed(std::string_view text) { return Write(Framed(text)); }
 
-  // ---- for the reader ----
-
-  /// Gives a block to the exchange that captures, or else to the reader's own frames. True: an exchange has it.
+  /// The reader's: gives a block to the exchange that captures, or else to the reader's own frames. True: an exchange
+  /// has it.
   bool TakeBlock(std::string_view bytes, FrameReader* pFrames);
-  /// The pump was lost: what comes from now on is for the reader, though an exchange may still wait.
+  /// What comes from now on is for the reader, though an exchange may still wait: it has ended, or the pump was lost.
   void StopCapture() { m_Buffer.SetCapture(false); }
   /// An exchange owns the line. State lock.
   [[nodiscard]] bool IsClaimed();
+  /// Bytes were dropped: said once by whoever collects them.
+  void LogDrop();
 
  private:
   friend class PumpExchange;

@@ -26,6 +26,7 @@ struct ZQ420Cycle::Meaning {
 
 ZQ420Cycle::ZQ420Cycle(DeviceState& state, PumpLine& line, DWORD dwSeconds, HANDLE hOwnCancel)
     : m_State(state),
+      m_Line(line),
       m_Exchange(state, line, PumpInterrupts::CancelAndLoss, hOwnCancel),
       m_nPumpTime(dwSeconds * MS_PER_SECOND) {}
 
@@ -62,7 +63,6 @@ DWORD ZQ420Cycle::Pump() {
     case Ending::Lost:
       return ZQ420_LOST;
     case Ending::Cancel:
-    case Ending::Stop:
       return StopPump(ZQ420_CANCELLED);
     default:
       return StopPump(0);
@@ -78,7 +78,6 @@ DWORD ZQ420Cycle::StopPump(DWORD dwResult) {
       m_Exchange.Complete();
       return dwResult;
     case Ending::Cancel:
-    case Ending::Stop:
       return ZQ420_CANCELLED;
     case Ending::Lost:
       return ZQ420_LOST;
@@ -100,16 +99,17 @@ ZQ420Cycle::Ending ZQ420Cycle::Wait(std::span<const Meaning> meanings, const Dea
     std::string bytes;
     switch (dwRest == 0 ? PumpExchange::Arrival::Silence : m_Exchange.Receive(bytes, dwRest)) {
       case PumpExchange::Arrival::Data:
-        m_Frames.Append(bytes);
+        if (m_Frames.Append(bytes)) {
+          m_Line.LogDrop();
+        }
         break;
       case PumpExchange::Arrival::Silence:
         return Ending::TimeOut;
       case PumpExchange::Arrival::Cancel:
+      case PumpExchange::Arrival::Stop:
         return Ending::Cancel;
       case PumpExchange::Arrival::Lost:
         return Ending::Lost;
-      case PumpExchange::Arrival::Stop:
-        return Ending::Stop;
     }
   }
 }

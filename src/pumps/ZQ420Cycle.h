@@ -28,7 +28,8 @@ class ZQ420Cycle {
   DWORD Run();
 
  private:
-  enum class Ending { Answered, Fault, TimeOut, Cancel, Lost, Stop };
+  /// `Cancel`: also the device's stop.
+  enum class Ending { Answered, Fault, TimeOut, Cancel, Lost };
   struct Meaning;
 
   DWORD Pump();
@@ -42,6 +43,7 @@ class ZQ420Cycle {
   DWORD Finish(DWORD dwResult);
 
   DeviceState& m_State;
+  PumpLine& m_Line;
   PumpExchange m_Exchange;
   FrameReader m_Frames;
   std::uint64_t m_nPumpTime;
