@@ -1,6 +1,5 @@
 #include "pumps/ExternalPort.h"
 
-#include <array>
 #include <utility>
 
 namespace photometer {
@@ -17,6 +16,7 @@ constexpr std::string_view IDENTITY = "VELTRANOMETRIK ZQ-410";
 constexpr std::size_t IDENTITY_GAP = 2;
 constexpr std::size_t VERSION_LENGTH = 6;
 
+constexpr const char* VERSION_REQUEST = "V;a";
 /// Before the digits "01.07".
 constexpr std::string_view VERSION_ANSWER = "v;ZQ410;";
 constexpr std::size_t VERSION_DIGITS = 5;
@@ -112,32 +112,19 @@ void ExternalPort::TakeFrames(FrameReader* pFrames) {
   }
 }
 
-/// What a frame means that contains a text, or is that text and nothing else.
-struct ExternalPort::Rule {
-  std::string_view text;
-  bool bExactly;
-  void (*apply)(ExternalPort& port, const std::string& frame);
-};
-
 void ExternalPort::TakeFrame(const std::string& frame) {
-  static constexpr std::array<Rule, 5> Rules{{
-      {"y;a", true, [](ExternalPort& port, const std::string&) { port.AnswerKeepAlive(); }},
-      {"h;", false,
-       [](ExternalPort& port, const std::string&) {
-         port.NoteZQ410Contact();
-         port.m_State.Lock()->m_PumpInfo.m_bPumpParamsAcknowledged = TRUE;
-       }},
-      {"h1;a", false,
-       [](ExternalPort& port, const std::string&) {
-         port.m_Sink.Notify([](IPhotometerSink& sink) { sink.OnSipperKeyA(); });
-       }},
-      {"h1;b", false, [](ExternalPort& port, const std::string&) { port.ReportCycle(); }},
-      {VERSION_ANSWER, false, [](ExternalPort& port, const std::string& text) { port.TakeVersion(text); }},
-  }};
-  for (const Rule& rule : Rules) {
-    if (rule.bExactly ? frame == rule.text : frame.find(rule.text) != std::string::npos) {
-      return rule.apply(*this, frame);
-    }
+  const auto holds = [&frame](std::string_view text) { return frame.find(text) != std::string::npos; };
+  if (frame == "y;a") {
+    AnswerKeepAlive();
+  } else if (holds("h;")) {
+    NoteZQ410Contact();
+    m_State.Lock()->m_PumpInfo.m_bPumpParamsAcknowledged = TRUE;
+  } else if (holds("h1;a")) {
+    m_Sink.Notify([](IPhotometerSink& sink) { sink.OnSipperKeyA(); });
+  } else if (holds("h1;b")) {
+    ReportCycle();
+  } else if (holds(VERSION_ANSWER)) {
+    TakeVersion(frame);
   }
 }
 
@@ -202,23 +189,27 @@ void ExternalPort::SuperviseZQ410() {
     m_Sink.Notify([](IPhotometerSink& sink) { sink.OnSipperConnectionChanged(FALSE); });
     return;
   }
-  std::string parameters;
-  {
-    const auto state = m_State.Lock();
-    PumpInfo& pump = state->m_PumpInfo;
-    if (m_Line.IsClaimed()) {
-      return;
-    }
-    if (!pump.m_bPumpParamsAcknowledged) {
-      parameters = PumpParameterText(state->m_Params.PumpTime, state->m_Params.PumpParam2);
-    } else if (pump.m_strPumpVersion.empty()) {
-      pump.m_strPumpVersion = VERSION_ASKED;
-    } else {
-      return;
-    }
+  if (const std::string question = NextQuestion(); !question.empty()) {
+    NKDbgPrintfW(question == VERSION_REQUEST ? "[TIMER] send pump version request..."
+                                             : "[TIMER] send pump parameter...");
+    m_Line.WriteFramed(question);
   }
-  NKDbgPrintfW(parameters.empty() ? "[TIMER] send pump version request..." : "[TIMER] send pump parameter...");
-  m_Line.WriteFramed(parameters.empty() ? "V;a" : parameters);
+}
+
+std::string ExternalPort::NextQuestion() {
+  const auto state = m_State.Lock();
+  PumpInfo& pump = state->m_PumpInfo;
+  if (m_Line.IsClaimed()) {
+    return "";
+  }
+  if (!pump.m_bPumpParamsAcknowledged) {
+    return PumpParameterText(state->m_Params.PumpTime, state->m_Params.PumpParam2);
+  }
+  if (!pump.m_strPumpVersion.empty()) {
+    return "";
+  }
+  pump.m_strPumpVersion = VERSION_ASKED;
+  return VERSION_REQUEST;
 }
 
 }  // namespace photometer

@@ -47,8 +47,6 @@ class ExternalPort {
   [[nodiscard]] PumpLine& Line() { return m_Line; }
 
  private:
-  struct Rule;
-
   void TakeBlock(std::string_view bytes, FrameReader* pFrames);
   void PassThrough(const std::string& bytes);
   void TakeFrames(FrameReader* pFrames);
@@ -57,6 +55,8 @@ class ExternalPort {
   void TakeVersion(const std::string& frame);
   void ReportCycle();
   void NoteZQ410Contact();
+  /// What to ask the pump for now: its parameters' acknowledgement, then its version; empty: nothing.
+  std::string NextQuestion();
   /// Clears what is known of the pump, if it has been silent for too long. True: it has just been lost.
   bool ForgetIfSilent();
 
