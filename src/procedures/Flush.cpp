@@ -10,7 +10,7 @@ namespace photometer {
 namespace {
 
 constexpr std::array<PumpAnswer, 2> FLUSH_ENDED{{{"\x02h3;a\x03", 524}, {"\x02h2;b\x03", 0}}};
-constexpr PumpDialogue FLUSH{FLUSH_ENDED, 522, 523, 525, false};
+constexpr PumpDialogue FLUSH{.answers = FLUSH_ENDED, .dwSilence = 522, .dwTooLong = 523, .dwWrite = 525};
 /// Longer than any flush: bytes that come one by one do not keep it alive for ever, ms.
 constexpr std::uint64_t FLUSH_LIMIT = 600'000;
 

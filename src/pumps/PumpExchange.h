@@ -79,7 +79,7 @@ struct PumpDialogue {
   DWORD dwTooLong;
   DWORD dwWrite;
   /// The pump's keep-alive is answered meanwhile.
-  bool bAnswersKeepAlive;
+  bool bAnswersKeepAlive = false;
 };
 
 /// Sends the command and waits for one of its answers: the result of that, or one of the failures. `nLimit`: how long

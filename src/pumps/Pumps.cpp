@@ -10,7 +10,7 @@ namespace photometer {
 
 namespace {
 
-/// Cuvette codes from which a pump can draw: all that are inserted but this one.
+/// Cuvette codes: the first of an inserted cuvette, and the one into which no pump can draw.
 constexpr LONG FIRST_CUVETTE = 1;
 constexpr LONG CUVETTE_WITHOUT_FLOW = 14;
 
@@ -19,17 +19,14 @@ constexpr DWORD LARGEST_PARAMETER = 999;
 constexpr DWORD COUNTDOWN_STEP = 1000;
 
 constexpr std::array<PumpAnswer, 1> ACKNOWLEDGED{{{"\x02h;", 0}}};
-constexpr PumpDialogue SET_PUMP{ACKNOWLEDGED, 532, 533, 535, false};
+constexpr PumpDialogue SET_PUMP{.answers = ACKNOWLEDGED, .dwSilence = 532, .dwTooLong = 533, .dwWrite = 535};
 constexpr DWORD SET_PUMP_RANGE = 531;
-constexpr PumpDialogue UPDATE_PARAMETERS{ACKNOWLEDGED, 542, 543, 545, false};
+constexpr PumpDialogue UPDATE_PARAMETERS{.answers = ACKNOWLEDGED, .dwSilence = 542, .dwTooLong = 543, .dwWrite = 545};
 constexpr DWORD UPDATE_PARAMETERS_RANGE = 541;
 
 constexpr std::array<PumpAnswer, 2> CYCLE_ENDED{{{"\x02h3;a\x03", 514}, {"\x02h1;b\x03", 0}}};
-constexpr PumpDialogue PUMP_CYCLE{CYCLE_ENDED, 512, 513, 0, true};
-
-bool AreInRange(DWORD dwPumpTime, DWORD dwPumpParam2) {
-  return dwPumpTime <= LARGEST_PARAMETER && dwPumpParam2 <= LARGEST_PARAMETER;
-}
+constexpr PumpDialogue PUMP_CYCLE{
+    .answers = CYCLE_ENDED, .dwSilence = 512, .dwTooLong = 513, .dwWrite = 0, .bAnswersKeepAlive = true};
 
 }  // namespace
 
@@ -50,13 +47,17 @@ DWORD Pumps::SetPump(DWORD dwPumpTime, DWORD dwPumpParam2) {
   if (m_State.Lock()->m_PumpInfo.m_iOperatingMode == MODE_ZQ_420) {
     return 0;
   }
-  if (!AreInRange(dwPumpTime, dwPumpParam2)) {
-    return SET_PUMP_RANGE;
-  }
-  const std::string command = Framed(PumpParameterText(dwPumpTime, dwPumpParam2));
-  const DWORD dwResult = Converse(m_State, m_External.Line(), command, SET_PUMP, PUMP_SILENCE_LIMIT);
+  const DWORD dwResult = SendParameters(dwPumpTime, dwPumpParam2, SET_PUMP, SET_PUMP_RANGE);
   NKDbgPrintfW("[SetPump] returns %d\n\r", static_cast<int>(dwResult));
   return dwResult;
+}
+
+DWORD Pumps::SendParameters(DWORD dwPumpTime, DWORD dwPumpParam2, const PumpDialogue& dialogue, DWORD dwRange) {
+  if (dwPumpTime > LARGEST_PARAMETER || dwPumpParam2 > LARGEST_PARAMETER) {
+    return dwRange;
+  }
+  const std::string command = Framed(PumpParameterText(dwPumpTime, dwPumpParam2));
+  return Converse(m_State, m_External.Line(), command, dialogue, PUMP_SILENCE_LIMIT);
 }
 
 DWORD Pumps::Pump(DWORD dwSeconds) {
@@ -161,11 +162,7 @@ HRESULT Pumps::UpdatePumpParameters(DWORD dwPumpTime, DWORD dwPumpParam2) {
 
 void Pumps::UpdatePumpParProc() {
   const PhotometerParameters params = m_State.Lock()->m_Params;
-  DWORD dwResult = UPDATE_PARAMETERS_RANGE;
-  if (AreInRange(params.PumpTime, params.PumpParam2)) {
-    const std::string command = Framed(PumpParameterText(params.PumpTime, params.PumpParam2));
-    dwResult = Converse(m_State, m_External.Line(), command, UPDATE_PARAMETERS, PUMP_SILENCE_LIMIT);
-  }
+  const DWORD dwResult = SendParameters(params.PumpTime, params.PumpParam2, UPDATE_PARAMETERS, UPDATE_PARAMETERS_RANGE);
   if (dwResult != 0 && !m_State.IsStopping()) {
     ReportUpdate(dwResult);
   }

@@ -8,6 +8,7 @@
 #include "monitors/CuvetteHolder.h"
 #include "optics/OpticalLink.h"
 #include "pumps/ExternalPort.h"
+#include "pumps/PumpExchange.h"
 #include "pumps/SipperPort.h"
 #include "pumps/ZQ420Cycle.h"
 #include "state/DeviceState.h"
@@ -60,6 +61,8 @@ class Pumps {
   HRESULT UpdatePumpParameters(DWORD dwPumpTime, DWORD dwPumpParam2);
 
  private:
+  /// `dwRange`: the result for a parameter that the ZQ-410 does not take.
+  DWORD SendParameters(DWORD dwPumpTime, DWORD dwPumpParam2, const PumpDialogue& dialogue, DWORD dwRange);
   void UpdatePumpParProc();
   void ReportUpdate(DWORD dwResult);
   /// A second of the countdown. False: it ends now.
