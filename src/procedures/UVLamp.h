@@ -14,8 +14,9 @@ class UVLamp {
   UVLamp(DeviceState& state, HostSink& sink, OpticalLink& link, const WavelengthModel& model, WarmUp& warmUp)
       : m_State(state), m_Sink(sink), m_Link(link), m_Model(model), m_WarmUp(warmUp) {}
 
-  /// On: 0; E_FAIL while a procedure runs, without table and port, or without a thread: nothing has changed then. With
-  /// a session value that is not 0 the host is asked for the warm-up time. Off: 1 when lamp and fan were told, else 0.
+  /// On: 0; E_FAIL while a procedure runs, without table and port, or without a thread: lamp and session are as before.
+  /// With a session value that is not 0 the host is asked for the warm-up time. Off: 1 when the commands were taken, to
+  /// be sent behind a running exchange perhaps; 0 when the last of them could not be written.
   LONG SetUVLamp(BOOL bOn, DWORD dwSession);
 
   /// State lock held: the lamp counts as off from now on, its session ends, and the switch-off commands go out before

@@ -17,7 +17,8 @@ class WarmUp {
   WarmUp(DeviceState& state, WorkerThreads& threads, OpticalUnit& unit, const WavelengthModel& model)
       : m_State(state), m_Threads(threads), m_Unit(unit), m_Model(model) {}
 
-  /// State lock held, device not busy: marks it busy and starts the thread. 0, or E_FAIL with nothing changed.
+  /// State lock held, device not busy: marks it busy, forgets an earlier cancel and starts the thread. 0, or E_FAIL:
+  /// the device is not busy, and no warm-up runs.
   HRESULT StartWarmUp();
 
  private:

@@ -25,7 +25,7 @@ class SipperPort {
       : m_State(state), m_Sink(sink), m_Line(state, threads, buffer, u"COM6:", "sipper port") {}
 
   /// Opens the port with the settings of the present operating mode, starts its reader, and stops a pump that was left
-  /// running. 1: open. Calls take turns; from any thread, callbacks included.
+  /// running. 1: open. Not from two threads at once.
   LONG OpenSipperPort();
   void CloseSipperPort() { m_Line.Port().Close(); }
 
