@@ -1,5 +1,6 @@
 #include "optics/OpticalLink.h"
 
+#include <algorithm>
 #include <array>
 #include <utility>
 
@@ -20,7 +21,7 @@ constexpr DWORD QUIET_AFTER_LINE_END = 2;
 constexpr DWORD QUIET_AFTER_ANSWER = 100;
 /// How long the line may stay busy before the exchange begins all the same, ms.
 constexpr DWORD LINE_END_LIMIT = 100;
-constexpr DWORD ANSWER_LIMIT = 2000;
+constexpr DWORD LATE_ANSWER_LIMIT = 2000;
 /// The longest stream takes its time to end.
 constexpr DWORD STREAM_LIMIT = 15000;
 /// Between two looks at a line that another exchange owns, ms.
@@ -184,19 +185,23 @@ BOOL OpticalLink::ReleaseClaim() {
 // ---- late bytes ----
 
 void OpticalLink::NoteBacklog(Backlog backlog) {
-  Backlog known = m_Backlog;
-  while (known < backlog && !m_Backlog.compare_exchange_weak(known, backlog)) {
-  }
+  const auto state = m_State.Lock();
+  m_Backlog = std::max(m_Backlog, backlog);
+}
+
+Backlog OpticalLink::TakeBacklog() {
+  const auto state = m_State.Lock();
+  return std::exchange(m_Backlog, Backlog::LineEnd);
 }
 
 void OpticalLink::DrainBacklog(ExchangeKind kind) {
-  switch (m_Backlog.exchange(Backlog::LineEnd)) {
+  switch (TakeBacklog()) {
     case Backlog::Stream:
       WaitForOwedAnswers();
       return WaitUntilQuiet(QUIET_AFTER_ANSWER, STREAM_LIMIT);
     case Backlog::Answer:
       WaitForOwedAnswers();
-      return WaitUntilQuiet(QUIET_AFTER_ANSWER, ANSWER_LIMIT);
+      return WaitUntilQuiet(QUIET_AFTER_ANSWER, LATE_ANSWER_LIMIT);
     case Backlog::LineEnd:
       if (kind == ExchangeKind::Data) {
         WaitForLineEnd();
@@ -254,8 +259,8 @@ void OpticalLink::SetExchanging(bool bExchanging) {
 }
 
 void OpticalLink::OweBytes(std::size_t nBytes) {
-  NoteBacklog(Backlog::Stream);
   const auto state = m_State.Lock();
+  NoteBacklog(Backlog::Stream);
   m_Owed.NoteBytes(nBytes);
   m_bExchanging = false;
 }

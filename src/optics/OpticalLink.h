@@ -9,7 +9,6 @@
 /// wait. Once the device stops, only `WriteOpticalRaw` writes: what waits or comes then is dropped.
 #pragma once
 
-#include <atomic>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -98,6 +97,7 @@ class OpticalLink {
   /// After the switching off of an error.
   void ForgetUnit();
   void NoteBacklog(Backlog backlog);
+  Backlog TakeBacklog();
   /// Takes the line, if it is free and the device does not stop.
   bool TryClaim();
   /// Takes the line. False: it was not free for `SILENCE_LIMIT`, or the device stops.
@@ -122,8 +122,8 @@ class OpticalLink {
   HostSink& m_Sink;
   ReceiveBuffer& m_Buffer;
   ReaderPort m_Port;
-  std::atomic<Backlog> m_Backlog{Backlog::LineEnd};
   // Guarded by the state lock.
+  Backlog m_Backlog = Backlog::LineEnd;
   OwedAnswers m_Owed;
   LineEnds m_LineEnds;
   bool m_bExchanging = false;
