@@ -36,8 +36,9 @@ class OwedAnswers {
   /// Of the answers that are owed: how many bytes they have, 0 for a word.
   std::deque<std::size_t> m_Owed;
   std::string m_strReceived;
-  /// Of the command that has been written in part: what stands behind the '$'. 0: nothing yet.
+  /// A command has been written in part.
   bool m_bInCommand = false;
+  /// What stands behind its '$'. 0: nothing yet.
   char m_Letter = 0;
   /// When the last answer came, or the first command was written, and how long the next may take, ms.
   DWORD m_dwTick = 0;
