@@ -5,6 +5,7 @@
 #include "calibration/StageCodes.h"
 #include "logging/LogFiles.h"
 #include "optics/InOrder.h"
+#include "optics/UnitValues.h"
 
 namespace photometer {
 
@@ -73,16 +74,14 @@ LONG WavelengthTest::Attempt(DWORD dwAttempt, bool* pPassed) {
 }
 
 DWORD WavelengthTest::PrepareAttempt(DWORD dwAttempt) {
-  const bool bSeekHome = dwAttempt > 1 || !m_bWasInitialized;
-  const auto seekHome = [&] {
-    if (!bSeekHome) {
-      return DWORD{0};
-    }
-    LogPhotometerF(TRUE, "[WaveLengthTestProc] Set Home Position, because Attemp= %d or bInitialized= %d",
-                   static_cast<int>(dwAttempt), m_bWasInitialized);
-    return m_Unit.SetHomePosition();
-  };
-  return InOrder([&] { return m_Unit.SetShutter(FALSE); }, [&] { return m_Unit.SetFilter(0); }, seekHome);
+  const DWORD dwResult =
+      InOrder([&] { return m_Unit.SetShutter(FALSE); }, [&] { return m_Unit.SetFilter(OPEN_POSITION); });
+  if (dwResult != 0 || (dwAttempt == 1 && m_bWasInitialized)) {
+    return dwResult;
+  }
+  LogPhotometerF(TRUE, "[WaveLengthTestProc] Set Home Position, because Attemp= %d or bInitialized= %d",
+                 static_cast<int>(dwAttempt), m_bWasInitialized);
+  return m_Unit.SetHomePosition();
 }
 
 void WavelengthTest::AcceptOffset(DWORD dwAttempt, LONG iOffset, LONG iBefore) {
