@@ -110,9 +110,9 @@ DWORD FilterSpectrum::ScanPass(const Range& range, BOOL bIgnoreCuvette, DWORD dw
   const auto dwCount = static_cast<DWORD>(range.wavelengths.size());
   pPass->sample.assign(dwCount, 0.0);
   pPass->reference.assign(dwCount, 0.0);
-  const auto dwFirst = static_cast<LONG>(range.dwFirstPosition);
+  const auto iFirst = static_cast<LONG>(range.dwFirstPosition);
   return InOrder(
-      [&] { return m_Unit.SetMonochromatorSpeed(MOVE_SPEED); }, [&] { return m_Unit.MoveMonochromator(dwFirst); },
+      [&] { return m_Unit.SetMonochromatorSpeed(MOVE_SPEED); }, [&] { return m_Unit.MoveMonochromator(iFirst); },
       [&] { return m_Unit.SetMonochromatorSpeed(SCAN_SPEED); }, [&] { return m_Unit.SetADSpeed(READING_AD_SPEED); },
       [&] { return ReadWithShutter(m_Unit, m_Detectors, Shutter::Closed, &pPass->dark); },
       [&] { return m_Unit.SetShutter(FALSE); }, [&] { return m_Unit.SetHalogenLamp(TRUE, TRUE); },
@@ -145,8 +145,7 @@ DWORD FilterSpectrum::Append(const Range& range, BOOL bIgnoreCuvette, const Pass
 
 void FilterSpectrum::Close() {
   const std::string strLastCommand = m_State.LastCommand();
-  m_Unit.SetMirror(0);
-  m_Unit.SetHalogenLamp(FALSE, FALSE);
+  m_Unit.MakeSafe();
   m_State.SetLastCommand(strLastCommand);
 }
 

@@ -41,8 +41,9 @@ void StartUp::Begin() {
 LONG StartUp::LampTest() {
   LogPhotometerF(TRUE, "[InitProc] Starting LAMP Test...");
   m_Sink.NotifyCode(0, LAMP_TEST, 10);
-  const DWORD dwPrepared = InOrder([&] { return m_Unit.SetShutter(FALSE); }, [&] { return m_Unit.SetFilter(0); },
-                                   [&] { return m_Unit.SetMirror(HALOGEN_PATH); });
+  const DWORD dwPrepared =
+      InOrder([&] { return m_Unit.SetShutter(FALSE); }, [&] { return m_Unit.SetFilter(OPEN_POSITION); },
+              [&] { return m_Unit.SetMirror(HALOGEN_PATH); });
   if (dwPrepared != 0) {
     return static_cast<LONG>(dwPrepared);
   }

@@ -105,6 +105,11 @@ DWORD OpticalUnit::SetHomePosition() {
 
 DWORD OpticalUnit::MoveMonochromator(LONG iPosition) { return Execute(MOVE, iPosition); }
 
+void OpticalUnit::MakeSafe() {
+  SetMirror(PARKED);
+  SetHalogenLamp(FALSE, FALSE);
+}
+
 DWORD OpticalUnit::SetTurbidityPower(DWORD dwPower) {
   NKDbgPrintfW("[Photometer] SetTurbidityPower() entered.\n\r");
   return Execute(TURBIDITY_POWER, Number(dwPower));
@@ -291,14 +296,13 @@ DWORD OpticalUnit::WarmUpDeuteriumLamp(double dBefore, DWORD dwSwitchOffs) {
 }
 
 bool OpticalUnit::CountWarmUpDown(DWORD dwSwitchOffs) {
-  for (DWORD n = m_State.Lock()->m_dwWarmUpCountdown; n > 0; --n) {
+  bool bGoesOn = true;
+  for (DWORD n = m_State.Lock()->m_dwWarmUpCountdown; n > 0 && bGoesOn; --n) {
     m_Sink.Notify([n](IPhotometerSink& sink) { sink.OnWarmUpCountdown(n); });
-    if (!m_State.Pause(COUNTDOWN_STEP) || WasSwitchedOff(dwSwitchOffs)) {
-      return false;
-    }
+    bGoesOn = m_State.Pause(COUNTDOWN_STEP) && !WasSwitchedOff(dwSwitchOffs);
   }
   m_Sink.Notify([](IPhotometerSink& sink) { sink.OnWarmUpCountdown(0); });
-  return true;
+  return bGoesOn;
 }
 
 bool OpticalUnit::WasSwitchedOff(DWORD dwSwitchOffs) { return m_State.Lock()->m_dwUVLampSwitchOffs != dwSwitchOffs; }

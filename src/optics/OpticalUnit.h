@@ -39,6 +39,8 @@ class OpticalUnit {
   DWORD SetMirror(DWORD dwPosition);
   /// 0 or 62 to 65; pauses 200 ms when switching on.
   DWORD SetHalogenLamp(BOOL bOn, BOOL bHighPower);
+  /// The end of every run: parks the mirror and switches the halogen lamp off. Failures are ignored.
+  void MakeSafe();
   /// Switches the deuterium lamp; on: waits for its warm-up (90 s unless a session set it) and looks whether it has
   /// lit. The host hears `OnLampSwitching` and `OnWarmUpCountdown`. 0; 72 to 75; 77 when the monochromator's speed
   /// could not be set, the lamp did not light or was switched off during the warm-up, or the device stops; or the
@@ -92,7 +94,7 @@ class OpticalUnit {
   DWORD WarmUpDeuteriumLamp(double dBefore, DWORD dwSwitchOffs);
   /// The lamp is on for good, or it failed or was switched off meanwhile, and is told to be off.
   DWORD SettleDeuteriumLamp(DWORD dwResult, DWORD dwSwitchOffs);
-  /// False: the lamp was switched off meanwhile, or the device stops.
+  /// The host hears the seconds, last 0. False: the lamp was switched off meanwhile, or the device stops.
   bool CountWarmUpDown(DWORD dwSwitchOffs);
   bool WasSwitchedOff(DWORD dwSwitchOffs);
   DWORD CollectVersion(OpticalExchange& exchange, std::string& reply);

@@ -6,6 +6,7 @@
 namespace photometer {
 
 /// Positions of the mirror.
+inline constexpr DWORD PARKED = 0;
 inline constexpr DWORD HALOGEN_PATH = 1;
 inline constexpr DWORD DEUTERIUM_PATH = 2;
 

@@ -20,10 +20,7 @@ void EndSequence::Report(const char* procedure, LONG iResult) {
   }
 }
 
-void EndSequence::MakeSafe() {
-  m_Unit.SetMirror(0);
-  m_Unit.SetHalogenLamp(FALSE, FALSE);
-}
+void EndSequence::MakeSafe() { m_Unit.MakeSafe(); }
 
 void EndSequence::React(LONG iResult) {
   if (iResult != 0) {

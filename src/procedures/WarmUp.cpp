@@ -31,8 +31,7 @@ void WarmUp::WarmUpProc(DWORD dwSwitchOffs) {
   LogPhotometerF(TRUE, "[WarmUpProc] ----->  Thread started");
   const DWORD dwResult =
       InOrder([&] { return PrepareOptics(); }, [&] { return m_Unit.LightDeuteriumLamp(dwSwitchOffs); });
-  m_Unit.SetMirror(0);
-  m_Unit.SetHalogenLamp(FALSE, FALSE);
+  m_Unit.MakeSafe();
   GiveBack(dwResult);
   LogPhotometerF(TRUE, "[WarmUpProc] ----->  Thread closed with iResult= %d", static_cast<int>(dwResult));
   if (const HANDLE hEvent = m_State.WarmUpDoneEvent(); hEvent != 0) {

@@ -138,7 +138,8 @@ TEST(DeuteriumLamp, SwitchOffDuringTheWarmUpWins) {
   Sleep(10);
   EXPECT_EQ(optics.device.Commands(), (Commands{"$a3", "$d1", "$d0", "$f0"}));
   EXPECT_EQ(optics.Cached(CacheEntry::UVLamp), 0);
-  EXPECT_EQ(optics.world.sink.Count("OnWarmUpCountdown(1)"), 0U);
+  EXPECT_EQ(optics.world.sink.Calls(), (Commands{"OnLampSwitching(1)", "OnWarmUpCountdown(3)", "OnWarmUpCountdown(2)",
+                                                 "OnWarmUpCountdown(0)", "OnLampSwitching(0)"}));
 }
 
 }  // namespace
