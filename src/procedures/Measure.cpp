@@ -149,8 +149,8 @@ void Measure::Deliver(std::size_t nIndex, const MeasureValues& values) {
   const auto dCount = static_cast<double>(m_Request.m_Wavelengths.size());
   const auto dwPercent = static_cast<DWORD>(static_cast<double>(nIndex + 1) * 100.0 / dCount);
   const DWORD dwId = m_Request.m_dwRequestId;
-  m_Sink.Notify({[&](IPhotometerSink& sink) { sink.OnResult(dwId, &values); },
-                 [&](IPhotometerSink& sink) { sink.OnNotify(dwId, NOTIFY_MEASURED, dwPercent); }});
+  m_Sink.Notify(
+      {[&](IPhotometerSink& sink) { sink.OnResult(dwId, &values); }, NotifyCall(dwId, NOTIFY_MEASURED, dwPercent)});
   NoteActivity();
 }
 

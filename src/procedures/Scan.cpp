@@ -19,34 +19,12 @@ constexpr DWORD COARSE_SPEED = 240;
 constexpr DWORD FINE_SPEED = 2400;
 constexpr DWORD COARSE_LENGTH = 10;
 
-/// Steps that a range is widened by at its end, so that its last wavelength has its point.
-constexpr double END_STEPS = 3.0;
-
 /// The command as it is shown, without its carriage return.
 std::string Shown(const ScanSegment& segment) { return segment.strCommand.substr(0, segment.strCommand.size() - 1); }
 
-const char* Name(BOOL b) { return b ? "TRUE" : "FALSE"; }
+const char* TrueOrFalse(BOOL b) { return b ? "TRUE" : "FALSE"; }
 
 }  // namespace
-
-std::vector<double> ScanWavelengths(const ScanRequest& request, const WavelengthModel& model) {
-  const double dStart = request.m_dStartWavelength;
-  const double dEnd = request.m_dEndWavelength;
-  const double dStep = ScanStep(request);
-  std::vector<double> wavelengths;
-  model.GetTableWavelengths(dStart, dEnd, &wavelengths);
-  if (wavelengths.empty()) {
-    return wavelengths;
-  }
-  const double dFirst = wavelengths.front() > dStart ? dStart - dStep : dStart;
-  const double dLast = wavelengths.back() >= dEnd - dStep ? dEnd + END_STEPS * dStep : dEnd;
-  model.GetTableWavelengths(dFirst, dLast, &wavelengths);
-  return wavelengths;
-}
-
-bool HasScanWavelengths(const ScanRequest& request, const WavelengthModel& model) {
-  return !ScanWavelengths(request, model).empty() || !model.HasTable();
-}
 
 void Scan::ScanProc() {
   LogPhotometerF(TRUE, "[Scan] ----->  Thread started.");
@@ -256,22 +234,21 @@ void Scan::AppendPoint(const Reading& reading) {
 }
 
 LONG Scan::AppendTurbidity() {
-  MeasureValue value = m_Batch.empty() ? MeasureValue{} : m_Batch.back();
-  value.dWavelength = TURBIDITY_WAVELENGTH;
-  value.dValue = 1.0;
-  value.dValueRef = 1.0;
-  const auto append = [&](DWORD dwTag) {
-    value.dwTag = dwTag;
-    m_Batch.push_back(value);
-    return DWORD{0};
-  };
-  return static_cast<LONG>(
+  MeasureValue low = m_Batch.empty() ? MeasureValue{} : m_Batch.back();
+  MarkAsTurbidity(&low);
+  MeasureValue high = low;
+  low.dwTag = 1;
+  high.dwTag = 2;
+  const DWORD dwResult =
       InOrder([&] { return m_Unit.SetADSpeed(READING_AD_SPEED); }, [&] { return m_Unit.SetShutter(TRUE); },
               [&] { return SetTurbidityRange(m_State, m_Unit, LOW_TURBIDITY_RANGE); },
-              [&] { return m_Detectors.GetTurbidity(&value.dTurbidity); }, [&] { return append(1); },
+              [&] { return m_Detectors.GetTurbidity(&low.dTurbidity); },
               [&] { return SetTurbidityRange(m_State, m_Unit, HIGH_TURBIDITY_RANGE); },
-              [&] { return m_Detectors.GetTurbidity(&value.dTurbidity); }, [&] { return m_Unit.SetShutter(FALSE); },
-              [&] { return append(2); }));
+              [&] { return m_Detectors.GetTurbidity(&high.dTurbidity); }, [&] { return m_Unit.SetShutter(FALSE); });
+  if (dwResult == 0) {
+    m_Batch.insert(m_Batch.end(), {low, high});
+  }
+  return static_cast<LONG>(dwResult);
 }
 
 void Scan::DeliverBatch() {
@@ -288,7 +265,7 @@ void Scan::StorePosition(LONG iPosition) { m_State.Lock()->m_Cache[CacheEntry::M
 void Scan::Finish(LONG iResult) {
   iResult = iResult != 0 ? iResult : m_iCancelResult;
   m_End.Report("ScanProc", iResult);
-  NKDbgPrintfW("[Scan]  Exit: iResult= %d, bCancel= %s", iResult, Name(EndsCancelled(iResult)));
+  NKDbgPrintfW("[Scan]  Exit: iResult= %d, bCancel= %s", iResult, TrueOrFalse(EndsCancelled(iResult)));
   m_End.MakeSafe();
   if (EndsCancelled(iResult)) {
     StorePosition(UNKNOWN);  // the next move is sent, wherever it goes
@@ -307,7 +284,8 @@ void Scan::LogSegment(std::size_t nIndex) const {
   NKDbgPrintfW("[Scan] >>>>>>>>>>>>>>>>>>>>");
   NKDbgPrintfW("[Scan] [%d] Expected= %d, Lamp= %d, Filter= %d, dwOffset= %d", i, static_cast<int>(segment.dwExpected),
                static_cast<int>(segment.dwLamp), static_cast<int>(segment.dwFilter), static_cast<int>(m_dwOffset));
-  NKDbgPrintfW("[Scan] [%d] bGain= %s, bHalogenHighPower= %s", i, Name(segment.bGain), Name(segment.bHalogenHighPower));
+  NKDbgPrintfW("[Scan] [%d] bGain= %s, bHalogenHighPower= %s", i, TrueOrFalse(segment.bGain),
+               TrueOrFalse(segment.bHalogenHighPower));
   NKDbgPrintfW("[Scan] [%d] Command: [%s]", i, Shown(segment).c_str());
 }
 

@@ -17,13 +17,6 @@
 
 namespace photometer {
 
-/// The table's wavelengths for the request's range, and a little more at both ends where a point would be missing.
-/// Empty: there is no table, or its wavelengths do not rise in the range.
-std::vector<double> ScanWavelengths(const ScanRequest& request, const WavelengthModel& model);
-
-/// False: the table has no wavelength for the range, since its wavelengths do not rise. True without a table.
-bool HasScanWavelengths(const ScanRequest& request, const WavelengthModel& model);
-
 class Scan : private SampleRun {
  public:
   Scan(DeviceState& state, HostSink& sink, OpticalLink& link, OpticalUnit& unit, Detectors& detectors,

@@ -15,7 +15,9 @@ namespace {
 constexpr DWORD HALOGEN_LAMP = HALOGEN_PATH;
 constexpr DWORD DEUTERIUM_LAMP = DEUTERIUM_PATH;
 constexpr DWORD COARSE_POSITIONS = 10;
-/// The lamp's light changes little beyond 900 nm: the unit is given time to settle, ms.
+/// Steps that a range is widened by at its end, so that its last wavelength has its point.
+constexpr double END_STEPS = 3.0;
+/// From 900 nm on, the lamp is given time to settle before each command, ms.
 constexpr DWORD INFRARED_DELAY = 500;
 
 /// One row of the table of segments.
@@ -90,6 +92,25 @@ void MakeCoarse(ScanPlan* pPlan) {
 }
 
 }  // namespace
+
+std::vector<double> ScanWavelengths(const ScanRequest& request, const WavelengthModel& model) {
+  const double dStart = request.m_dStartWavelength;
+  const double dEnd = request.m_dEndWavelength;
+  const double dStep = ScanStep(request);
+  std::vector<double> wavelengths;
+  model.GetTableWavelengths(dStart, dEnd, &wavelengths);
+  if (wavelengths.empty()) {
+    return wavelengths;
+  }
+  const double dFirst = wavelengths.front() > dStart ? dStart - dStep : dStart;
+  const double dLast = wavelengths.back() >= dEnd - dStep ? dEnd + END_STEPS * dStep : dEnd;
+  model.GetTableWavelengths(dFirst, dLast, &wavelengths);
+  return wavelengths;
+}
+
+bool HasScanWavelengths(const ScanRequest& request, const WavelengthModel& model) {
+  return !ScanWavelengths(request, model).empty() || !model.HasTable();
+}
 
 ScanPlan PlanScan(const ScanRequest& request, BOOL bUV, const ScanPositions& positions) {
   ScanPlan plan{PlanPositions(request, bUV, positions), positions.dwLast};

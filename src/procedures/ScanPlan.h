@@ -5,11 +5,20 @@
 #include <string>
 #include <vector>
 
+#include "calibration/WavelengthModel.h"
 #include "photometer/Records.h"
 #include "photometer/Requests.h"
 #include "photometer/Types.h"
 
 namespace photometer {
+
+/// The table's wavelengths for the request's range, and a little more at both ends where a point would be missing.
+/// Empty: there is no table, or its wavelengths do not rise in the range.
+std::vector<double> ScanWavelengths(const ScanRequest& request, const WavelengthModel& model);
+
+/// False: the table has no wavelength for the range, since its wavelengths do not rise. Without a table it is the
+/// device that is not ready, and not the range that is wrong: true.
+bool HasScanWavelengths(const ScanRequest& request, const WavelengthModel& model);
 
 /// Positions of the monochromator (steps, correction included) that a plan depends on.
 struct ScanPositions {

@@ -15,6 +15,12 @@ constexpr DWORD SETTLE_PAUSE = 300;
 
 }  // namespace
 
+void MarkAsTurbidity(MeasureValue* pValue) {
+  pValue->dWavelength = TURBIDITY_WAVELENGTH;
+  pValue->dValue = 1.0;
+  pValue->dValueRef = 1.0;
+}
+
 DWORD SetTurbidityRange(DeviceState& state, OpticalUnit& unit, const TurbidityRange& range) {
   const DWORD dwResult = InOrder([&] { return unit.SetTurbidityPower(range.dwPower); },
                                  [&] { return unit.SetTurbidityGain(range.bHighGain); });
@@ -51,9 +57,7 @@ DWORD Turbidity::TakeReading(const TurbidityRange& range, DWORD dwTag, MeasureVa
   }
   MeasureValue value{};
   value.dwTag = dwTag;
-  value.dWavelength = TURBIDITY_WAVELENGTH;
-  value.dValue = 1.0;
-  value.dValueRef = 1.0;
+  MarkAsTurbidity(&value);
   const DWORD dwResult = m_Detectors.GetTurbidity(&value.dTurbidity);
   if (dwResult == 0) {
     pValues->push_back(value);
@@ -63,8 +67,7 @@ DWORD Turbidity::TakeReading(const TurbidityRange& range, DWORD dwTag, MeasureVa
 
 void Turbidity::Deliver(const MeasureValues& values) {
   const DWORD dwId = m_Request.m_dwRequestId;
-  m_Sink.Notify({[&](IPhotometerSink& sink) { sink.OnResult(dwId, &values); },
-                 [dwId](IPhotometerSink& sink) { sink.OnNotify(dwId, NOTIFY_FINISHED, 100); }});
+  m_Sink.Notify({[&](IPhotometerSink& sink) { sink.OnResult(dwId, &values); }, NotifyCall(dwId, NOTIFY_FINISHED, 100)});
 }
 
 void Turbidity::Finish(LONG iResult) {

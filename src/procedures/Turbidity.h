@@ -20,6 +20,9 @@ inline constexpr TurbidityRange HIGH_TURBIDITY_RANGE{3, TRUE};
 /// Wavelength of the turbidity channel, as its records state it, nm.
 inline constexpr double TURBIDITY_WAVELENGTH = 860.0;
 
+/// Fills what every record of the channel has: its wavelength, and 1.0 where others have light.
+void MarkAsTurbidity(MeasureValue* pValue);
+
 /// Sets the channel and gives its lamp time to settle. 0, or the number of the command that failed.
 DWORD SetTurbidityRange(DeviceState& state, OpticalUnit& unit, const TurbidityRange& range);
 
