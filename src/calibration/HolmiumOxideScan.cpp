@@ -1,5 +1,6 @@
 #include "calibration/HolmiumOxideScan.h"
 
+#include "calibration/FilterSpectrum.h"
 #include "logging/LogFiles.h"
 #include "optics/InOrder.h"
 #include "optics/OpticalExchange.h"

@@ -6,11 +6,9 @@
 
 #include <vector>
 
-#include "calibration/FilterSpectrum.h"
 #include "optics/Detectors.h"
 #include "optics/OpticalLink.h"
 #include "optics/OpticalUnit.h"
-#include "optics/PointStream.h"
 #include "photometer/Records.h"
 #include "procedures/EndSequence.h"
 #include "state/DeviceState.h"
