@@ -36,9 +36,9 @@ class FilterSpectrum {
 
   /// Records the spectrum over the range of `m_iScanRangeMode` and `m_ScanRange`, and appends to both lists; nothing is
   /// appended after a cancel or a command that failed, and a part or all of it when a cuvette came behind the last
-  /// pass. `dwAttempt` changes nothing. 0; 1000 when cancelled; 2000 for an unknown mode; 3000 when a cuvette is in the
-  /// well, or was when it was looked for, and `bIgnoreCuvette` is 0; or the number of the command that failed, whose
-  /// name stays the last command.
+  /// pass. `dwAttempt` changes nothing. 0; 1000 when cancelled; 2000 for an unknown mode, or without a range; 3000 when
+  /// a cuvette is in the well, or was when it was looked for, and `bIgnoreCuvette` is 0; or the number of the command
+  /// that failed, whose name stays the last command.
   DWORD MeasureFilterSpectrum(std::vector<double>* pWavelengths, std::vector<double>* pAbsorbances, DWORD dwAttempt,
                               BOOL bIgnoreCuvette);
 

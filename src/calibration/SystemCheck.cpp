@@ -103,7 +103,7 @@ DWORD SystemCheck::CheckWavelength() {
   const bool bPassed = peak.bComplete && std::abs(iStored - std::abs(peak.iOffset)) < OFFSET_LIMIT;
   m_Status.bWavelength = bPassed ? TRUE : FALSE;
   SetStep(&SystemCheckStatus::dwWavelengthState, Verdict(m_Status.bWavelength));
-  m_Sink.NotifyCode(0, NOTIFY_PROGRESS, 100);
+  m_Sink.NotifyCode(0, WAVELENGTH_TEST, 100);
   m_Sink.NotifyCode(0, WAVELENGTH_TEST_PASSED, 100);
   return 0;
 }

@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "logging/LogFiles.h"
+#include "procedures/RequestLimits.h"
 
 namespace photometer {
 
@@ -26,11 +27,9 @@ HRESULT ValidateWavelengthCheckRequest(const WavelengthCheckRequest* pRequest, c
   if (pRequest == nullptr) {
     return E_POINTER;
   }
-  const double dLowest = params.bUV ? params.UVMin : params.HalogenMin;
-  const double dHighest = params.HalogenMax;
-  const bool bAllWithin = std::all_of(pRequest->m_Peaks.begin(), pRequest->m_Peaks.end(),
-                                      [&](double dPeak) { return dPeak >= dLowest && dPeak <= dHighest; });
-  return bAllWithin ? S_OK : E_INVALIDARG;
+  const bool bAllMeasurable =
+      std::ranges::all_of(pRequest->m_Peaks, [&](double dPeak) { return IsMeasurable(dPeak, params); });
+  return bAllMeasurable ? S_OK : E_INVALIDARG;
 }
 
 PeakAnalysis AnalysePeak(double dNominal, const std::vector<double>& wavelengths,

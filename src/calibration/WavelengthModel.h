@@ -15,8 +15,8 @@ namespace photometer {
 inline constexpr DWORD POSITIONS_COUNT = 12500;
 inline constexpr DWORD FIRST_POSITION = 2000;
 
-/// Wavelength of a position, nm, rounded to 0.01 nm towards zero from half a step on. Not finite, or not within 32 bits
-/// of 0.01 nm: not a number.
+/// Wavelength of a position, nm, to 0.01 nm: half a step is added and the rest cut off towards zero, so that a negative
+/// one is not rounded to the nearest. Not finite, or not within 32 bits of 0.01 nm: not a number.
 double WavelengthOfPosition(const PhotometerParameters& params, DWORD dwPosition);
 
 class WavelengthModel {
