@@ -7,6 +7,7 @@
 #include "OnVirtualBoard.h"
 #include "platform/virtual/ExhaustivePolicy.h"
 #include "platform/virtual/PriorityPolicy.h"
+#include "platform/virtual/ReplayPolicy.h"
 
 namespace virtualtest {
 namespace {
@@ -15,6 +16,7 @@ struct Outcome {
   bool bLost = false;
   std::uint64_t nPoints = 0;
   std::uint64_t nHash = 0;
+  DecisionList decisions;
 };
 
 /// The consumer resets the event after it has looked: depth 2, since its look must come before the producer's word and
@@ -70,6 +72,42 @@ TEST(SchedulingPolicyTest, AThreadThatPollsOrGivesWayLetsTheOthersRun) {
     EXPECT_LT(world.board.Points(), bGivesWay ? 20U : 2'000U) << nRun;
     CloseHandle(hEvent);
   }
+}
+
+// ---- hold-ups ----
+
+/// The second of two signals, a millisecond apart, is reset away when the waiting thread comes that late.
+Outcome LateReset(VirtualBoardOptions options) {
+  options.bRecordDecisions = true;
+  OnVirtualBoard world(options);
+  const HANDLE hEvent = CreateEventW(FALSE, FALSE, nullptr);
+  Outcome outcome;
+  world.Run("Consumer", [&] {
+    WaitForSingleObject(hEvent, INFINITE);
+    ResetEvent(hEvent);
+    outcome.bLost = WaitForSingleObject(hEvent, 60'000) == WAIT_TIMEOUT;
+  });
+  world.Run("Producer", [hEvent] {
+    SetEvent(hEvent);
+    Sleep(1);
+    SetEvent(hEvent);
+  });
+  world.Join();
+  CloseHandle(hEvent);
+  outcome.nHash = world.board.Hash();
+  outcome.decisions = world.board.Decisions();
+  return outcome;
+}
+
+TEST(HoldUps, LetTimePassBetweenTwoCallsOfAThread) {
+  unsigned nLosses = 0;
+  for (std::uint64_t seed = 1; seed <= 500; ++seed) {
+    EXPECT_FALSE(LateReset({.seed = seed, .policy = Policy::Random}).bLost);
+    const Outcome heldUp = LateReset({.seed = seed, .policy = Policy::Random, .bHoldUps = true});
+    nLosses += heldUp.bLost ? 1 : 0;
+    EXPECT_EQ(LateReset(With(std::make_shared<ReplayPolicy>(heldUp.decisions))).nHash, heldUp.nHash);
+  }
+  EXPECT_GT(nLosses, 0U);
 }
 
 // ---- priorities ----

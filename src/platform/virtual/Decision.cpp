@@ -10,7 +10,7 @@ namespace photometer::platform {
 namespace {
 
 /// In the order of the kinds.
-constexpr std::array<std::string_view, 5> KindNames = {"switch", "next", "waiter", "late", "block"};
+constexpr std::array<std::string_view, 6> KindNames = {"switch", "next", "waiter", "late", "block", "hold"};
 
 std::string ToText(const Decision& decision) {
   std::string text(KindNames[static_cast<std::size_t>(decision.kind)]);

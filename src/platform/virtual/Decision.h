@@ -26,7 +26,9 @@ enum class DecisionKind : unsigned char {
   /// The caller begins a timed wait: microseconds that it ends late.
   Late,
   /// A port's FIFO begins to fill: bytes at which it is emptied.
-  Block
+  Block,
+  /// At the beginning of a call: microseconds for which the caller is held up.
+  HoldUp
 };
 
 struct Decision {
@@ -48,7 +50,7 @@ struct Decision {
 using DecisionList = std::vector<Decision>;
 
 /// One line each: `switch 3@17 2` (thread 3, at its 17th call, gives way to 2), `next 3@17.1 4`, `waiter 1@5 3`,
-/// `late 2@9 1500`, `block 1@3 200`.
+/// `late 2@9 1500`, `block 1@3 200`, `hold 2@12 900`.
 std::string ToText(const DecisionList& decisions);
 /// Lines as above; nothing when one is not. Empty lines and those that begin with `#` are passed over.
 std::optional<DecisionList> ParseDecisions(std::string_view text);

@@ -8,7 +8,7 @@
 namespace photometer::platform {
 
 /// What a stream's numbers decide.
-enum class RandomUse : std::uint64_t { Scheduling = 1, Blocks = 2, Latency = 3 };
+enum class RandomUse : std::uint64_t { Scheduling = 1, Blocks = 2, Latency = 3, HoldUps = 4 };
 
 class RandomStream {
  public:

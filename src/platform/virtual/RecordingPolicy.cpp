@@ -39,6 +39,14 @@ std::uint64_t RecordingPolicy::LateBy(const VirtualThread& running) {
   return nLate;
 }
 
+std::uint64_t RecordingPolicy::HeldUpFor(const VirtualThread& running) {
+  const std::uint64_t nHeldUp = m_pPolicy->HeldUpFor(running);
+  if (nHeldUp != 0) {
+    m_decisions.push_back({DecisionKind::HoldUp, running.dwId, running.nCalls, 0, nHeldUp});
+  }
+  return nHeldUp;
+}
+
 std::size_t RecordingPolicy::BlockBytes(DWORD dwPort, std::uint64_t nBlock) {
   const std::size_t nBytes = m_pPolicy->BlockBytes(dwPort, nBlock);
   if (nBytes != FifoBytes) {

@@ -22,6 +22,7 @@ class RecordingPolicy final : public SchedulingPolicy {
   std::size_t AtWait(const VirtualThread& running, std::span<VirtualThread* const> ready) override;
   std::size_t ChooseWaiter(const VirtualThread& running, std::span<VirtualThread* const> waiters) override;
   std::uint64_t LateBy(const VirtualThread& running) override;
+  std::uint64_t HeldUpFor(const VirtualThread& running) override;
   std::size_t BlockBytes(DWORD dwPort, std::uint64_t nBlock) override;
   void BeginWindow() override { m_pPolicy->BeginWindow(); }
   void EndWindow() override { m_pPolicy->EndWindow(); }

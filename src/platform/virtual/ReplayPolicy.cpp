@@ -49,6 +49,10 @@ std::uint64_t ReplayPolicy::LateBy(const VirtualThread& running) {
   return Find({DecisionKind::Late, running.dwId, running.nCalls, 0, 0}).value_or(0);
 }
 
+std::uint64_t ReplayPolicy::HeldUpFor(const VirtualThread& running) {
+  return Find({DecisionKind::HoldUp, running.dwId, running.nCalls, 0, 0}).value_or(0);
+}
+
 std::size_t ReplayPolicy::BlockBytes(DWORD dwPort, std::uint64_t nBlock) {
   return Find({DecisionKind::Block, dwPort, nBlock, 0, 0}).value_or(FifoBytes);
 }

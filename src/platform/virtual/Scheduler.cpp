@@ -32,6 +32,9 @@ std::shared_ptr<SchedulingPolicy> PolicyOf(const VirtualBoardOptions& options) {
   if (options.varyTimes.value_or(options.policy != Policy::FirstCome)) {
     pPolicy->VaryTimes(options.seed);
   }
+  if (options.bHoldUps) {
+    pPolicy->HoldUpThreads(options.seed);
+  }
   return pPolicy;
 }
 
@@ -64,6 +67,9 @@ VirtualThread& Scheduler::Point(const char* call) {
   }
   if (++thread.nCallsInWindow >= SpinCalls) {
     NoteSpin(thread);
+  }
+  if (const std::uint64_t nHeldUp = m_pPolicy->HeldUpFor(thread); nHeldUp > 0) {
+    Block(m_clock.Now() + nHeldUp);
   }
   if (!m_ready.empty()) {
     const std::size_t nChosen = m_pPolicy->AtPoint(thread, m_ready);

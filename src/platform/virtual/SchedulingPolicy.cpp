@@ -14,6 +14,11 @@ constexpr std::uint64_t MostLateMicroseconds = 3000;
 constexpr std::uint64_t SmallBlock = 16;
 constexpr std::uint64_t LargeBlock = 200;
 
+/// One call in so many, on the average, is held up, by up to this time: long enough for the rest of an answer to arrive
+/// between any two calls of the thread that waits for it.
+constexpr std::uint64_t HeldUpOneIn = 64;
+constexpr std::uint64_t LongestHoldUpMicroseconds = 3000;
+
 /// Each choice is uniform.
 class RandomPolicy final : public SchedulingPolicy {
  public:
@@ -45,6 +50,14 @@ std::uint64_t SchedulingPolicy::LateBy(const VirtualThread& /*running*/) {
   return m_draws->latency.Below(MostLateMicroseconds);
 }
 
+std::uint64_t SchedulingPolicy::HeldUpFor(const VirtualThread& /*running*/) {
+  if (!m_holdUps.has_value() || m_nCallsToHoldUp-- > 0) {
+    return 0;
+  }
+  m_nCallsToHoldUp = m_holdUps->Below(2 * HeldUpOneIn);
+  return m_holdUps->Below(LongestHoldUpMicroseconds);
+}
+
 std::size_t SchedulingPolicy::BlockBytes(DWORD /*dwPort*/, std::uint64_t /*nBlock*/) {
   if (!m_draws.has_value()) {
     return FifoBytes;
@@ -61,6 +74,11 @@ std::size_t SchedulingPolicy::BlockBytes(DWORD /*dwPort*/, std::uint64_t /*nBloc
 
 void SchedulingPolicy::VaryTimes(std::uint64_t seed) {
   m_draws.emplace(Draws{{seed, RandomUse::Latency}, {seed, RandomUse::Blocks}});
+}
+
+void SchedulingPolicy::HoldUpThreads(std::uint64_t seed) {
+  m_holdUps.emplace(seed, RandomUse::HoldUps);
+  m_nCallsToHoldUp = m_holdUps->Below(2 * HeldUpOneIn);
 }
 
 std::unique_ptr<SchedulingPolicy> MakePolicy(Policy policy, std::uint64_t seed) {

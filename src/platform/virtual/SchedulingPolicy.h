@@ -44,6 +44,8 @@ class SchedulingPolicy {
 
   /// By how many microseconds the timed wait that the running thread begins ends late.
   virtual std::uint64_t LateBy(const VirtualThread& running);
+  /// The running thread begins a call: for how many microseconds other work of the processor holds it up before.
+  virtual std::uint64_t HeldUpFor(const VirtualThread& running);
   /// How many bytes a port's FIFO collects: of the port of that number, for its `nBlock`-th block.
   virtual std::size_t BlockBytes(DWORD dwPort, std::uint64_t nBlock);
 
@@ -53,6 +55,8 @@ class SchedulingPolicy {
 
   /// From now on deadlines and blocks are drawn from the random seed, each from a stream of its own.
   void VaryTimes(std::uint64_t seed);
+  /// From now on threads are held up now and then, drawn from the random seed.
+  void HoldUpThreads(std::uint64_t seed);
 
  private:
   struct Draws {
@@ -60,6 +64,9 @@ class SchedulingPolicy {
     RandomStream blocks;
   };
   std::optional<Draws> m_draws;
+  std::optional<RandomStream> m_holdUps;
+  /// Calls until the next hold-up.
+  std::uint64_t m_nCallsToHoldUp = 0;
 };
 
 /// One of the ordinary policies.

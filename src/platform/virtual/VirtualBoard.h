@@ -45,6 +45,9 @@ struct VirtualBoardOptions {
   /// Whether the size of each block is drawn from the random seed, and some deadlines are late. By default under every
   /// `policy` but `FirstCome`. A `ReplayPolicy` has them in its list.
   std::optional<bool> varyTimes{};
+  /// Whether threads are held up now and then for some milliseconds, as by other work of the processor: otherwise no
+  /// time passes between two calls of a thread, and nothing can arrive.
+  bool bHoldUps = false;
   /// Keeps what `Decisions` tells.
   bool bRecordDecisions = false;
   /// Tick counter at the start; near 2^32 it soon wraps.
