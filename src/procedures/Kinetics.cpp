@@ -83,6 +83,8 @@ LONG Kinetics::SetOptics() {
   const DWORD dwResult = InOrder([&] { return m_Unit.SetMirror(bDeuterium ? DEUTERIUM_PATH : HALOGEN_PATH); },
                                  [&] { return m_Unit.SetFilter(m_Model.GetFilterPosition(wl)); },
                                  [&] { return m_Unit.SetGain(wl < m_Params.LowerFilterWL); },
+                                 // A spectrum or a self-test before leaves it slow.
+                                 [&] { return m_Unit.SetMonochromatorSpeed(MOVE_SPEED); },
                                  [&] { return m_Unit.MoveMonochromator(m_iPosition); });
   if (dwResult != 0 || CancelSeen() || !m_Params.bUV || !bDeuterium) {
     return static_cast<LONG>(dwResult);

@@ -63,6 +63,13 @@ TEST(Kinetics, WithoutIntervalCyclesRunBackToBack) {
   EXPECT_LE(values[values.size() - 2].dWavelength, 1.0);
 }
 
+TEST(Kinetics, MovesFastBehindAWavelengthCheck) {
+  ReadyDevice device;
+  const WavelengthCheckRequest check{RUN_ID, {360.7}};
+  device.Run([&](IPhotometer& photometer) { return photometer.StartWavelengthCheck(&check); });
+  EXPECT_EQ(device.Run(StartOf(Request(0, 1, 1100.0))).size(), 2U) << "at the check's speed the move takes 96 s";
+}
+
 TEST(Kinetics, SetsAndReadsInThisOrder) {
   struct {
     const char* what;
