@@ -20,6 +20,12 @@ struct OpticalCommand {
   /// After success, ms: the time that the part needs to come to rest.
   DWORD dwPause;
   DWORD dwBase;
+  /// An "error" is not believed: it may answer stray bytes of the host, and what lights or lets light through must not
+  /// be taken for off.
+  bool bDoubtsError = false;
+
+  /// The command failed so that nobody knows whether it was carried out.
+  [[nodiscard]] bool LeavesDoubt(DWORD dwCause) const { return dwCause != CAUSE_ERROR || bDoubtsError; }
 };
 
 namespace {
@@ -31,9 +37,9 @@ constexpr OpticalCommand OPTO_POWER{"SetOptoPower", "$o", 0, 1, CacheEntry::Opto
 constexpr OpticalCommand SHUTTER{"SetShutter", "$H", 0, 1, CacheEntry::Shutter, 50, 20};
 constexpr OpticalCommand GAIN{"SetGain", "$g", 0, 1, CacheEntry::Gain, 0, 30};
 constexpr OpticalCommand LENGTH{"SetMeasurementLength", "$i", 1, 20, CacheEntry::MeasurementLength, 0, 40};
-constexpr OpticalCommand MIRROR{"SetMirror", "$r", 0, 2, CacheEntry::Mirror, 200, 50};
-constexpr OpticalCommand HALOGEN_OFF{"SetHalogenLamp", "$h", 0, 2, CacheEntry::HalogenLamp, 0, 60};
-constexpr OpticalCommand HALOGEN_ON{"SetHalogenLamp", "$h", 0, 2, CacheEntry::HalogenLamp, 200, 60};
+constexpr OpticalCommand MIRROR{"SetMirror", "$r", 0, 2, CacheEntry::Mirror, 200, 50, true};
+constexpr OpticalCommand HALOGEN_OFF{"SetHalogenLamp", "$h", 0, 2, CacheEntry::HalogenLamp, 0, 60, true};
+constexpr OpticalCommand HALOGEN_ON{"SetHalogenLamp", "$h", 0, 2, CacheEntry::HalogenLamp, 200, 60, true};
 constexpr OpticalCommand HOME{"SetHomePosition", "$z", 0, 0, CacheEntry::None, 0, 80};
 constexpr OpticalCommand AD_SPEED{"SetADSpeed", "$A", 0, 9, CacheEntry::ADSpeed, 0, 90};
 constexpr OpticalCommand SPEED{"SetMonochromatorSpeed", "$S", 0, ANY, CacheEntry::MonochromatorSpeed, 0, 100};
@@ -94,7 +100,9 @@ DWORD OpticalUnit::SetHomePosition() {
   const DWORD dwResult = SendAlways(HOME);
   const auto state = m_State.Lock();
   if (dwResult != 0) {
-    state->m_Cache[CacheEntry::MonochromatorPosition] = UNKNOWN;  // it may have moved
+    if (HOME.LeavesDoubt(dwResult - HOME.dwBase)) {
+      state->m_Cache[CacheEntry::MonochromatorPosition] = UNKNOWN;
+    }
     return dwResult;
   }
   for (const CacheEntry entry : {CacheEntry::MonochromatorPosition, CacheEntry::HalogenLamp, CacheEntry::Mirror}) {
@@ -135,9 +143,9 @@ DWORD OpticalUnit::Execute(const OpticalCommand& command, LONG iValue, LONG iCom
   }
   const std::string strCommand = FormatText(COMMAND_LIMIT, "%s%d\r", command.prefix, iValue);
   if (const DWORD dwCause = m_Link.SendCommand(strCommand, MAX_REPLY); dwCause != 0) {
-    // Carried out all the same, perhaps, and nobody looks at the result of a closing command: whatever is asked for
-    // next has to be sent.
-    m_State.Lock()->m_Cache[command.entry] = UNKNOWN;
+    if (command.LeavesDoubt(dwCause)) {  // whatever is asked for next has to be sent
+      m_State.Lock()->m_Cache[command.entry] = UNKNOWN;
+    }
     return command.dwBase + dwCause;
   }
   if (command.dwPause != 0) {

@@ -2,8 +2,9 @@
 ///
 /// Each operation names itself as the last command, sends one command and, once the unit has acknowledged it, remembers
 /// the value in the state cache; a value that is cached already is not sent again. Results are 0 or the command's base
-/// plus a cause (see OpticalLink.h): 1 out of range, 2 silence, 3 answer too long, 4 "error", 5 not written. After 2 to
-/// 5 the value is unknown. The caller is the only procedure that drives the unit; no lock is held across an exchange.
+/// plus a cause (see OpticalLink.h): 1 out of range, 2 silence, 3 answer too long, 4 "error", 5 not written. After a
+/// failure that leaves in doubt whether the command was carried out the value is unknown. The caller is the only
+/// procedure that drives the unit; no lock is held across an exchange.
 #pragma once
 
 #include "calibration/WavelengthModel.h"

@@ -90,10 +90,14 @@ TEST(SampleRun, EndsAsItsPumpAndTheHostSay) {
   }
 }
 
+MeasureRequest MeasureOfADrawnSample() {
+  MeasureRequest request = RequestAt({525.0});
+  request.m_bPumpDefaults = TRUE;
+  return request;
+}
+
 TEST(SampleRun, CancelledWithTheFlushThatItsPumpWaitsFor) {
-  MeasureRequest measure = RequestAt({525.0});
-  measure.m_bPumpDefaults = TRUE;
-  for (const Start& start : {StartOf(measure), StartOf(SCAN), StartOf(KINETICS)}) {
+  for (const Start& start : {StartOf(MeasureOfADrawnSample()), StartOf(SCAN), StartOf(KINETICS)}) {
     simulator::SipperZQ420 pump;
     World world;
     world.board.PlugPort(u"COM6:", pump);
@@ -121,7 +125,7 @@ TEST(SampleRun, ItsStartLosesNoCancelOfAFlush) {
     device->StartFlush(600);
     platform::Sleep(static_cast<DWORD>(nSeed % 4));
     device->CancelFlush();
-    ASSERT_EQ(StartMeasure(*device.operator->()), S_OK);
+    ASSERT_EQ(StartOf(MeasureOfADrawnSample())(*device.operator->()), S_OK);
     platform::Sleep(20'000);
     EXPECT_FALSE(device->GetStatus().bBusy) << "it waits for the flush";
     EXPECT_EQ(world.sink.Count("OnNotify(9, 17, 100)"), 1U);
