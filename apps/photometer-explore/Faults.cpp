@@ -62,8 +62,11 @@ void DoNothing(World& /*world*/, const Clause& /*fault*/) {}
 // ---- answers on the lines ----
 
 void DrawAnswer(Draw& draw, std::string_view letters, Clause* pFault) {
-  constexpr std::uint64_t Kinds = static_cast<std::uint64_t>(simulator::FaultKind::StopAfter) + 1;
-  AddNumber(draw.Below(Kinds), pFault);
+  using simulator::FaultKind;
+  constexpr std::uint64_t Kinds = static_cast<std::uint64_t>(FaultKind::StopAfter) + 1;
+  // More often than the others: a command whose answer is lost leaves a device that may believe the wrong thing.
+  const bool bAnswerLost = draw.OneIn(3);
+  AddNumber(bAnswerLost ? static_cast<std::uint64_t>(FaultKind::SilentExecution) : draw.Below(Kinds), pFault);
   AddNumber(draw.OneIn(3) ? 0 : static_cast<unsigned char>(letters[draw.Below(letters.size())]), pFault);
   AddNumber(1 + draw.Length(draw.OneIn(2) ? 8 : 100), pFault);
   AddNumber(draw.OneIn(4) ? draw.Below(LongestDelay) : draw.Below(ShortDelay), pFault);

@@ -286,6 +286,7 @@ void Host::Recover() {
   m_files.CheckSettings();
   if (StartUp()) {
     MeasureGlass();
+    CompareSettings();
   }
   Close();
 }
@@ -359,6 +360,31 @@ void Host::MeasureGlass() {
   CheckGlass("recovery", Measure("recovery", wavelengths), blanks);
 }
 
+simulator::OpticalUnitState Host::UnitState() const {
+  const UnobservedScope scope;
+  return m_world.instrument.unit.State();
+}
+
+void Host::CompareSettings() {
+  if (!m_setAgain || !m_world.IsUnitKnown() || Measure("recovery", {AgainWavelength}).empty()) {
+    return;
+  }
+  const simulator::OpticalUnitState set = UnitState();
+  const auto compare = [this](const char* what, int iAgain, int iFresh) {
+    if (iAgain != iFresh) {
+      m_world.ledger.NoteViolation("right settings", std::string("a measurement was taken at ") + what + " " +
+                                                         std::to_string(iAgain) + " in place of " +
+                                                         std::to_string(iFresh));
+    }
+  };
+  compare("filter", m_setAgain->filter, set.filter);
+  compare("gain", m_setAgain->bHighGain, set.bHighGain);
+  compare("measurement length", m_setAgain->measurementLength, set.measurementLength);
+  if (m_world.WasLightSound()) {
+    compare("position", m_setAgain->position, set.position);
+  }
+}
+
 // ---- the next start ----
 
 void Host::StartAgain() {
@@ -376,6 +402,7 @@ void Host::StartAgain() {
     blanks.push_back(value.dValue / value.dValueRef);
   }
   if (!blanks.empty()) {
+    m_setAgain = UnitState();
     PutIntoBeam(simulator::Sample::NeutralGlass(GlassAbsorbance));
     CheckGlass(Property, Measure(Property, {AgainWavelength}), blanks);
     PutIntoBeam(simulator::Sample::Blank());

@@ -7,6 +7,7 @@
 
 #include <atomic>
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -64,6 +65,8 @@ class Host {
   /// Parts of `Recover`.
   bool StartUp();
   void MeasureGlass();
+  /// A measurement leaves the unit set to the same as it did in `StartAgain`, whatever had happened before that.
+  void CompareSettings();
   void FailRecovery(const std::string& text);
   /// Cancels what takes long. False: the device stays busy.
   bool BecomeIdle();
@@ -72,6 +75,7 @@ class Host {
   /// Values of the glass against those without it, sample by reference.
   void CheckGlass(std::string_view property, const MeasureValues& values, const std::vector<double>& blanks);
   void PutIntoBeam(const simulator::Sample& sample);
+  [[nodiscard]] simulator::OpticalUnitState UnitState() const;
 
   World& m_world;
   HostSink m_sink;
@@ -83,6 +87,8 @@ class Host {
   std::atomic<bool> m_bHalfUp{false};
   std::atomic<DWORD> m_dwRequests{0};
   std::atomic<DWORD> m_dwCallbackThread{0};
+  /// What the unit was set to behind the measurement of `StartAgain`.
+  std::optional<simulator::OpticalUnitState> m_setAgain;
   std::multimap<std::uint64_t, const Clause*> m_callbackSteps;
 };
 

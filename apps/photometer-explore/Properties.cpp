@@ -225,6 +225,25 @@ Finding OneError(const Evidence& evidence) {
   return std::nullopt;
 }
 
+/// Numbers of the optical unit's line: below 300 a cause is the last digit (silence, too long, "error", not written);
+/// those of streams follow. Other numbers are the procedures' and the pumps' own.
+bool IsOfTheLine(std::int64_t nError) {
+  const bool bCause = nError % 10 >= 2 && nError % 10 <= 5;
+  return (nError > 0 && nError < 310 && bCause) || (nError >= 322 && nError <= 326);
+}
+
+Finding EachAnswerHeard(const Evidence& evidence) {
+  if (!evidence.bLineSound || !evidence.bSystemSound) {
+    return std::nullopt;
+  }
+  for (const Event& event : evidence.ledger.Events()) {
+    if (event.kind == EventKind::Callback && event.name == "OnError" && IsOfTheLine(event.b)) {
+      return "OnError " + std::to_string(event.b) + " with a unit that answered every command";
+    }
+  }
+  return std::nullopt;
+}
+
 /// Records that a run owes the error list.
 std::size_t RecordsOf(const ProcedureRun& run) {
   if (run.Called("OnError") > 0) {
@@ -303,10 +322,21 @@ constexpr std::string_view AtAnyTime = "rdhf vq";
 /// After so much silence a command is given up, and what the unit is still at may overlap with the next, µs.
 constexpr std::uint64_t GivenUpAfter = 60'000'000;
 
+/// The host brings the device down or up: a command that was about to be written meets the switching off, which is
+/// therefore written once more.
+bool InTurn(const Evidence& evidence, std::size_t nEvent) {
+  return std::ranges::any_of(evidence.runs.calls, [nEvent](const HostCall& call) {
+    const bool bTurn = call.name == "shutdown" || call.name == "release" || call.name == "initialize";
+    return bTurn && call.nBegin < nEvent && nEvent < call.nEnd;
+  });
+}
+
 Finding OneAfterAnother(const Evidence& evidence) {
   std::uint64_t nBefore = 0;
-  for (const Event& event : evidence.ledger.Events()) {
-    if (event.kind != EventKind::OpticalCommand) {
+  const auto& events = evidence.ledger.Events();
+  for (std::size_t i = 0; i < events.size(); ++i) {
+    const Event& event = events[i];
+    if (event.kind != EventKind::OpticalCommand || InTurn(evidence, i)) {
       continue;
     }
     const bool bEarly = (event.c & Early) != 0;
@@ -406,7 +436,7 @@ Finding NothingLeft(const Evidence& evidence) { return First(evidence.leftovers)
 /// Noted by whoever sees it.
 Finding SeenOnTheWay(const Evidence& /*evidence*/) { return std::nullopt; }
 
-constexpr std::array<Property, 31> Table{{
+constexpr std::array<Property, 33> Table{{
     {"board rules", "no deadlock, no cycle of locks, no lock held across a wait, no closed handle used, no spinning",
      BoardRules},
     {"one end", "each started procedure ends once, in one of the ways that its rules allow", OneEnd},
@@ -418,6 +448,7 @@ constexpr std::array<Property, 31> Table{{
      CancelledOnlyWhenAsked},
     {"no cancel lost", "a procedure that was cancelled does not finish", NoCancelLost},
     {"one error", "what is no procedure reports an error once", OneError},
+    {"each answer heard", "with the line and the system in order, no command is given up", EachAnswerHeard},
     {"one error record", "the error list has one record for each failed procedure", OneErrorRecord},
     {"complete results", "delivered values are numbers, in order, and none is missing between two", CompleteResults},
     {"right request", "a procedure reports with the number of its own request", RightRequest},
@@ -440,6 +471,7 @@ constexpr std::array<Property, 31> Table{{
     {"no crash", "the process survives the run, and the run ends", SeenOnTheWay},
     {"whole settings", "the settings' file is whole, old or new", SeenOnTheWay},
     {"next start", "with everything in order again, the same device measures, and right", SeenOnTheWay},
+    {"right settings", "after the programme a measurement sets the unit as a fresh device does", SeenOnTheWay},
     {"recovery", "with everything in order a start-up and a measurement succeed and give right values", SeenOnTheWay},
 }};
 

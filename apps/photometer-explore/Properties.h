@@ -23,6 +23,8 @@ struct Evidence {
   bool bUnitDark = true;
   /// Nothing was wrong at the optical unit's line, its port and its power.
   bool bLineSound = true;
+  /// And no call of the system failed.
+  bool bSystemSound = true;
 };
 
 struct Property {

@@ -42,6 +42,7 @@ VirtualBoardOptions BoardOptions(const RunOptions& options) {
     board.varyTimes = true;
   } else {
     board.policy = options.scheduling == Scheduling::Random ? Policy::Random : Policy::FirstCome;
+    board.bHoldUps = options.scheduling == Scheduling::Random;
   }
   return board;
 }
@@ -87,7 +88,7 @@ void Play(const Plan& plan, const RunOptions& options, Outcome* pOutcome) {
     }
   }
   pOutcome->violations = Judge({world.ledger, FindRuns(world.ledger), world.board.Reports(), world.board.Leftovers(),
-                                bDark, !options.onHeal && world.IsLineSound()});
+                                bDark, !options.onHeal && world.IsLineSound(), world.IsSystemSound()});
   pOutcome->nHash = world.board.Hash() * 31 + world.ledger.Hash();
   pOutcome->nPoints = world.board.Points();
   pOutcome->nMicroseconds = world.board.Now();

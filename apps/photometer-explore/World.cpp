@@ -196,10 +196,39 @@ bool World::IsLineSound() const {
   });
 }
 
+bool World::IsSystemSound() const {
+  return std::ranges::none_of(plan.faults, [](const Clause& fault) { return fault.name == "fail"; });
+}
+
 bool World::WasUnitLost() const {
   return HostWritesHalfALine(plan) || std::ranges::any_of(plan.faults, [](const Clause& fault) {
            return fault.name == "unit-off" || fault.name == "unplug";
          });
+}
+
+bool World::IsUnitKnown() const {
+  const bool bHostSets = std::ranges::any_of(plan.steps, [](const Step& step) {
+    return step.operation.name == "write-optical" && step.operation.bytes.find('$') != std::string::npos;
+  });
+  return !bHostSets && std::ranges::none_of(plan.faults, [](const Clause& fault) {
+    const bool bSaysOk = fault.name == "unit-answer" && fault.bytes.find("ok") != std::string::npos;
+    return bSaysOk || fault.name == "unasked" || fault.name == "flood";
+  });
+}
+
+bool World::WasLightSound() const {
+  using simulator::FaultKind;
+  constexpr std::array<FaultKind, 6> InTheirPlaces{FaultKind::Silence, FaultKind::SilentExecution,
+                                                   FaultKind::Late,    FaultKind::Error,
+                                                   FaultKind::Split,   FaultKind::LateTrailer};
+  const bool bCuvette = std::ranges::any_of(plan.steps, [](const Step& step) {
+    return step.operation.name == "insert-cuvette" && step.operation.Count(0) != 0;
+  });
+  return !bCuvette && plan.profile.iCuvette == 0 && std::ranges::none_of(plan.faults, [&](const Clause& fault) {
+    const auto kind = static_cast<FaultKind>(fault.Count(1));
+    const bool bMoved = fault.name == "unit-answer" && std::ranges::find(InTheirPlaces, kind) == InTheirPlaces.end();
+    return bMoved || fault.name == "cuvette" || fault.name == "halogen" || fault.name == "pin";
+  });
 }
 
 void World::Heal() {

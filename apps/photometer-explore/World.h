@@ -63,9 +63,17 @@ class World {
   void EndFaults();
   /// The optical unit and its line are as they should be throughout, but for lamps, and the host writes whole lines.
   [[nodiscard]] bool IsLineSound() const;
+  /// No call of the system is made to fail.
+  [[nodiscard]] bool IsSystemSound() const;
   /// The unit was without power, its port was gone, or the host wrote half a line, whose "error" comes in place of the
   /// next command's answer: what the device knows of the unit may be wrong until the next start-up.
   [[nodiscard]] bool WasUnitLost() const;
+  /// Nothing but the device set the unit, and no byte that is no answer looked like one: the device can know what the
+  /// unit is set to.
+  [[nodiscard]] bool IsUnitKnown() const;
+  /// The light of the start-ups was that of the lamp alone, with all bytes in their places: the offset that they found
+  /// is the unit's.
+  [[nodiscard]] bool WasLightSound() const;
   /// No fault begins any more, and those that have begun end; everything is plugged in, switched on and empty.
   void Heal();
   /// Waits until the library's threads have ended. False: not within so many milliseconds.

@@ -25,8 +25,9 @@ struct Told {
 constexpr Told Started{EventKind::Callback, "OnNotify", 7, 25};
 constexpr Told Finished{EventKind::Callback, "OnNotify", 7, 17};
 constexpr Told Cancelled{EventKind::Callback, "OnNotify", 7, 18};
-constexpr Told Error{EventKind::Callback, "OnError", 0, 4};
-constexpr Told OfCheck{EventKind::Callback, "OnError", 7, 4};
+constexpr Told Error{EventKind::Callback, "OnError", 0, -3};
+constexpr Told OfCheck{EventKind::Callback, "OnError", 7, -3};
+constexpr Told Unanswered{EventKind::Callback, "OnError", 0, 112};
 constexpr Told Written{EventKind::ErrorRecord, "record"};
 constexpr Told PumpFailed{EventKind::PumpFailed, "pump", 512};
 constexpr Told LampOn{EventKind::OpticalCommand, "$h1", 'h', 1};
@@ -76,6 +77,7 @@ TEST(Properties, OfTheEndsOfARun) {
       {"check", "WavelengthCheckProc", {Started, Written, Error}, false, "one end"},
       {"measure", "Measure", {Started, Cancelled}, false, "cancelled only when asked"},
       {"measure", "Measure", {Started, Error}, false, "one error record"},
+      {"measure", "Measure", {Started, Written, Unanswered}, false, "each answer heard"},
       {"measure", "Measure", {Started, Finished, Written}, false, "one error record"},
       {"measure", "Measure", {LampOn, Started, Finished}, false, "halogen lamp off"},
       {"measure", "Measure", {LampOn, Started, Finished, LampOff}, false, ""},
