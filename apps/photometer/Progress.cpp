@@ -39,11 +39,19 @@ constexpr std::array Stages = {
     StageText{32, Style::Line, "cuvette removed"},
 };
 
-constexpr DWORD BarWidth = 30;
+constexpr std::size_t BarWidth = 30;
+// A shorter bar says no more than the percentage beside it.
+constexpr std::size_t ShortestBar = 5;
 
-std::string Bar(DWORD dwPercent) {
-  const DWORD dwFilled = dwPercent * BarWidth / 100;
-  return "[" + std::string(dwFilled, '#') + std::string(BarWidth - dwFilled, '.') + "]";
+/// As wide as the room that the text behind it leaves; empty when that is too little.
+std::string Bar(DWORD dwPercent, std::size_t nRoom) {
+  constexpr std::size_t Frame = 3;
+  if (nRoom < ShortestBar + Frame) {
+    return {};
+  }
+  const std::size_t nWidth = std::min(BarWidth, nRoom - Frame);
+  const std::size_t nFilled = dwPercent * nWidth / 100;
+  return "[" + std::string(nFilled, '#') + std::string(nWidth - nFilled, '.') + "] ";
 }
 
 }  // namespace
@@ -91,7 +99,8 @@ void Progress::ShowShare(const std::string& stage, double dShare, std::optional<
     m_dwStageTick = m_clock ? m_clock() : 0;
   }
   if (m_bTerminal) {
-    Redraw(fmt::format("{} {:>3} %  {}{}", Bar(dwPercent), dwPercent, stage, TimeLeft(dShare, secondsLeft)));
+    const std::string text = fmt::format("{:>3} %  {}{}", dwPercent, stage, TimeLeft(dShare, secondsLeft));
+    Redraw(Bar(dwPercent, Room() - std::min(Room(), text.size())) + text);
   } else if (bNew || dwQuarter > m_dwQuarter) {
     // A log file needs no line for each wavelength: one for the beginning of a stage and one for each quarter.
     m_stream << fmt::format("{}: {} %{}\n", stage, dwPercent, TimeLeft(dShare, secondsLeft)) << std::flush;
@@ -118,8 +127,16 @@ void Progress::ShowCountdown(const Countdown& countdown) {
   }
 }
 
-void Progress::Redraw(const std::string& text) {
-  const std::size_t nErase = m_nColumns > text.size() ? m_nColumns - text.size() : 0;
+std::size_t Progress::Room() const {
+  const std::size_t nColumns = m_columns ? m_columns() : 0;
+  return nColumns > 1 ? nColumns - 1 : std::string::npos;
+}
+
+void Progress::Redraw(std::string text) {
+  // A line that goes on on the next one could not be drawn over.
+  text.resize(std::min(text.size(), Room()));
+  const std::size_t nBefore = std::min(m_nColumns, Room());
+  const std::size_t nErase = nBefore > text.size() ? nBefore - text.size() : 0;
   m_stream << "\r" << text << std::string(nErase, ' ') << std::flush;
   m_nColumns = text.size();
 }

@@ -19,9 +19,13 @@ class Progress {
   /// Ticks, ms.
   using Clock = std::function<photometer::DWORD()>;
 
-  /// The stream must outlive it. Without a clock nothing is said about the time left.
-  Progress(std::ostream& stream, bool bTerminal, Clock clock = nullptr)
-      : m_stream(stream), m_bTerminal(bTerminal), m_clock(std::move(clock)) {}
+  /// Width of the terminal at this moment, characters.
+  using Columns = std::function<std::size_t()>;
+
+  /// The stream must outlive it. Without a clock nothing is said about the time left; without columns no line is too
+  /// long.
+  Progress(std::ostream& stream, bool bTerminal, Clock clock = nullptr, Columns columns = nullptr)
+      : m_stream(stream), m_bTerminal(bTerminal), m_clock(std::move(clock)), m_columns(std::move(columns)) {}
   ~Progress() { EndBar(); }
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
@@ -41,7 +45,9 @@ class Progress {
   void ShowNotification(const Notification& notification);
   [[nodiscard]] std::string TimeLeft(double dShare, std::optional<photometer::DWORD> secondsLeft) const;
   void ShowCountdown(const Countdown& countdown);
-  void Redraw(const std::string& text);
+  /// Characters that a line may have on which more is to be drawn.
+  [[nodiscard]] std::size_t Room() const;
+  void Redraw(std::string text);
   void EndBar();
 
   std::ostream& m_stream;
@@ -49,6 +55,7 @@ class Progress {
   /// Columns of the unfinished line on the terminal; 0: none.
   std::size_t m_nColumns = 0;
   Clock m_clock;
+  Columns m_columns;
   std::vector<photometer::DWORD> m_ignored;
   /// The stage that was last shown, when it was first shown and how far it had come then.
   std::string m_strStage;

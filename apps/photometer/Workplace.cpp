@@ -1,5 +1,6 @@
 #include "Workplace.h"
 
+#include "Terminal.h"
 #include "platform/Platform.h"
 
 namespace host {
@@ -13,7 +14,8 @@ bool Workplace::MakeSession(Console& console) {
   if (m_session) {
     return true;
   }
-  m_progress = std::make_unique<Progress>(console.messages, console.bTerminal, photometer::platform::GetTickCount);
+  m_progress = std::make_unique<Progress>(console.messages, console.bTerminal, photometer::platform::GetTickCount,
+                                          TerminalColumns);
   m_session = std::make_unique<Session>(*m_progress, console.interrupt, m_board.Transcript());
   if (!m_session->HasDevice()) {
     m_progress->Say("the device could not be made: out of memory");
