@@ -56,9 +56,7 @@ ExitCode RunCommandCall(const std::vector<std::string>& arguments, Console& cons
   return call.Run(console);
 }
 
-}  // namespace
-
-ExitCode RunCommandLine(const std::vector<std::string>& arguments, Console& console) {
+ExitCode Obey(const std::vector<std::string>& arguments, Console& console) {
   if (arguments.empty()) {
     console.messages << Overview();
     return ExitCode::BadInput;
@@ -78,6 +76,24 @@ ExitCode RunCommandLine(const std::vector<std::string>& arguments, Console& cons
     return PrintManual(arguments, console);
   }
   return RunCommandCall(arguments, console);
+}
+
+/// Everything went its way, whatever was found.
+bool IsDone(ExitCode code) {
+  return code == ExitCode::Success || code == ExitCode::CheckFailed || code == ExitCode::BoardFaulty ||
+         code == ExitCode::TraceDiffers;
+}
+
+}  // namespace
+
+ExitCode RunCommandLine(const std::vector<std::string>& arguments, Console& console) {
+  const ExitCode code = Obey(arguments, console);
+  console.results << std::flush;
+  if (console.results || !IsDone(code)) {
+    return code;
+  }
+  console.messages << "the output could not be written: is the disk full, or the reader gone?\n";
+  return ExitCode::OutputFailed;
 }
 
 }  // namespace host

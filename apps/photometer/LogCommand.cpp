@@ -123,11 +123,7 @@ ExitCode LogCommand::Run(Console& console) {
     console.messages << fmt::format("{} damaged line{}: after a power cut the last one often is\n", m_nDamaged,
                                     m_nDamaged == 1 ? "" : "s");
   }
-  console.results << std::flush;
-  if (!bFound && !m_bErrors) {
-    return ExitCode::BadInput;
-  }
-  return console.results ? ExitCode::Success : ExitCode::OutputFailed;
+  return bFound || m_bErrors ? ExitCode::Success : ExitCode::BadInput;
 }
 
 bool LogCommand::List(const std::string& path, Console& console) {
