@@ -30,6 +30,21 @@ std::string HelpFoot(const CommandEntry& entry) {
   return text;
 }
 
+/// The parser's own words for an option that lacks its value, is given twice, or is missing say not what to do.
+std::string InPlainWords(const CLI::App& app, const CLI::Error& error) {
+  const std::string words = error.what();
+  const std::string name = words.substr(0, words.find_first_of(": "));
+  const CLI::Option* pOption = app.get_option_no_throw(name);
+  if (pOption == nullptr) {
+    return words;
+  }
+  if (pOption->get_positional()) {
+    return fmt::format("{}: is missing; give {} ({})", name, pOption->get_type_name(), pOption->get_description());
+  }
+  return pOption->count() > 1 ? fmt::format("{}: is given {} times; give it once", name, pOption->count())
+                              : fmt::format("{}: has no value; write {} {}", name, name, pOption->get_type_name());
+}
+
 bool IsOptionOf(const CLI::App& app, const std::string& name) {
   const std::vector<std::string> names = OptionNames(app);
   return std::find(names.begin(), names.end(), name) != names.end();
@@ -58,6 +73,10 @@ std::string CommandCall::Parse(std::vector<std::string> options) {
     m_bHelp = true;
   } catch (const CLI::ExtrasError&) {
     return ComplainAboutExtras();
+  } catch (const CLI::ArgumentMismatch& error) {
+    return InPlainWords(m_app, error);
+  } catch (const CLI::RequiredError& error) {
+    return InPlainWords(m_app, error);
   } catch (const CLI::Error& error) {
     return error.what();
   }

@@ -34,6 +34,9 @@ void MeasureCommand::Prepare() {
   if (!m_bDemo) {
     return;
   }
+  if (!m_board.boardFile.empty()) {
+    throw CLI::ValidationError("--demo", "measures with a simulated instrument; leave out --board");
+  }
   m_board.bSimulate = true;
   // With stray light the instrument would rightly find less than the sample's own absorbance.
   m_board.strayLight = 0;
