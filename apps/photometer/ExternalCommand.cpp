@@ -49,8 +49,11 @@ std::optional<BoardPort> ExternalCommand::NeededPort() const { return ExternalPo
 ExitCode ExternalCommand::Operate(Bench& bench) {
   EventLog log(bench.console, m_results.Format());
   log.Begin(m_header);
-  bench.progress.Say("terminal on the external port; \\xNN stands for a byte, Ctrl-C or the end of the input ends it");
   m_bInputEnded = bench.console.pInput == nullptr;
+  bench.progress.Say(
+      m_bInputEnded ? "listening to the external port; nothing is sent, since standard input has the commands: a "
+                      "script in a file (\"photometer run FILE\") leaves it to the port"
+                    : "terminal on the external port; \\xNN stands for a byte, Ctrl-C or the end of the input ends it");
   m_dwLastTick = layer::GetTickCount();
   const Outcome outcome = Follow(
       bench,
