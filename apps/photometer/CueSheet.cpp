@@ -44,6 +44,7 @@ CueSheet::CueSheet(const Trace& trace) {
       cue.nAfter = line.nNumber;
       nAfter = line.nMicroseconds;
     }
+    m_bPins = m_bPins || line.channel == "pin";
     cue.nDelay = std::max(line.nMicroseconds, nAfter) - nAfter;
     const std::optional<PinChange> change = line.channel == "pin" ? ParsePin(line.text) : std::nullopt;
     if (change) {

@@ -21,8 +21,8 @@ class CueSheet final : public simulator::PinSource {
 
   /// The bytes of this line of the trace were sent now.
   void Reach(std::size_t nLine, simulator::Time now) { m_reached[nLine] = now; }
-  /// The trace has the levels of input pins.
-  [[nodiscard]] bool HasPins() const { return !m_pins.empty(); }
+  /// The board had pins. A run that ended early has set its output, and read none.
+  [[nodiscard]] bool HasPins() const { return m_bPins; }
   /// A pin has its first level from the beginning on.
   std::uint32_t ReadPin(simulator::Time now, std::uint32_t pin) override;
   /// Requests that have become due, each once.
@@ -47,6 +47,7 @@ class CueSheet final : public simulator::PinSource {
 
   std::map<std::size_t, simulator::Time> m_reached;
   std::map<std::uint32_t, Pin> m_pins;
+  bool m_bPins = false;
   std::vector<Cue> m_requests;
   std::size_t m_nTaken = 0;
 };
