@@ -60,6 +60,8 @@ std::string RoffHead(std::string_view page, std::string_view summary) {
                      RoffText(summary));
 }
 
+std::string RoffSection(std::string_view heading) { return fmt::format(".SH \"{}\"\n", RoffText(UpperCase(heading))); }
+
 std::string RoffItem(std::string_view term, std::string_view text) {
   return fmt::format(".TP\n{}\n{}\n", term, RoffText(text));
 }

@@ -16,6 +16,9 @@ std::string RoffText(std::string_view text);
 /// Title and section NAME of a page in section 1, with the version that was built.
 std::string RoffHead(std::string_view page, std::string_view summary);
 
+/// The heading of a section, in capitals as on every page.
+std::string RoffSection(std::string_view heading);
+
 /// A tagged paragraph. The term is roff already, the text is not.
 std::string RoffItem(std::string_view term, std::string_view text);
 

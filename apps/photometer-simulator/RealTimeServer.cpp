@@ -39,6 +39,14 @@ std::string NoSample(const std::string& name) {
   return fmt::format("there is no sample \"{}\"; the samples are {}", name, common::SampleNames);
 }
 
+std::string AllForms() {
+  std::string forms;
+  for (const RealTimeServer::CommandForm& command : RealTimeServer::Commands) {
+    forms += (forms.empty() ? "" : ", ") + std::string(command.form);
+  }
+  return forms;
+}
+
 }  // namespace
 
 RealTimeServer::RealTimeServer(simulator::Instrument& instrument, Lines& lines, BoardFolder& folder, double dSpeed)
@@ -178,21 +186,23 @@ std::string RealTimeServer::Command(const std::string& line, Time now) {
   if (verb != Verbs.end()) {
     return (this->*verb->act)(words, now);
   }
-  return name.empty() ? name : fmt::format("there is no command \"{}\"; the commands are {}", name, CommandForms);
+  return name.empty() ? name : fmt::format("there is no command \"{}\"; the commands are {}", name, AllForms());
 }
 
 std::string RealTimeServer::Insert(std::istringstream& words, Time now) {
   std::string name;
-  int iSize = 10;
-  words >> name;
-  if (!(words >> iSize)) {
-    iSize = 10;
+  std::string size = "10";
+  words >> name >> size;
+  const auto iSize = std::find_if(CuvetteSizes.begin(), CuvetteSizes.end(),
+                                  [&size](int iOne) { return std::to_string(iOne) == size; });
+  if (iSize == CuvetteSizes.end()) {
+    return fmt::format("there is no cuvette of {} mm; the sizes are {}", size, fmt::join(CuvetteSizes, ", "));
   }
   const auto sample = name.empty() ? std::optional(m_sample) : common::FindSample(name, now);
   if (!sample) {
     return NoSample(name);
   }
-  Insert(iSize, *sample, now);
+  Insert(*iSize, *sample, now);
   return {};
 }
 

@@ -30,7 +30,7 @@ class RealTimeServer {
 
   /// The model's time.
   [[nodiscard]] simulator::Time Now() const;
-  /// Carries out the lines that come from this descriptor: see `CommandForms`.
+  /// Carries out the lines that come from this descriptor: see `Commands`.
   void TakeCommandsFrom(int iDescriptor) { m_iCommands = iDescriptor; }
   /// A sample goes into the holder, in a cuvette of this size, mm; with a pump, the flow cuvette goes into the holder,
   /// and its tube into the sample.
@@ -45,10 +45,25 @@ class RealTimeServer {
   /// Range of the speed.
   static constexpr double SlowestSpeed = 0.1;
   static constexpr double HighestSpeed = 100;
-  /// The commands for a person.
-  static constexpr const char* CommandForms =
-      "insert [NAME [SIZE]], remove, offer NAME (another sample at the pump's tube), key a|b (of the ZQ-410), say TEXT "
-      "(the device at the external port), speed N, state (of the optical unit), quit";
+  /// Of cuvettes that the holder knows, mm.
+  static constexpr std::array<int, 5> CuvetteSizes = {10, 14, 20, 40, 50};
+  /// A command for a person.
+  struct CommandForm {
+    const char* form;
+    const char* meaning;
+  };
+  static constexpr std::array<CommandForm, 8> Commands = {{
+      {"insert [NAME [SIZE]]",
+       "puts a cuvette into the holder, of 10 mm with the sample of --sample, or another one; with a pump the flow "
+       "cuvette, and the pump's tube into the sample"},
+      {"remove", "takes the cuvette out"},
+      {"offer NAME", "puts the pump's tube into another sample"},
+      {"key a|b", "presses a key of the ZQ-410"},
+      {"say TEXT", "lets the device at the external port speak"},
+      {"speed N", "makes the instrument so many times faster than real"},
+      {"state", "prints lamps, mirror, fan, filter, shutter and position of the optical unit"},
+      {"quit", "ends the program, as Ctrl-C does"},
+  }};
 
  private:
   /// A device at a port.

@@ -1,8 +1,14 @@
 #include "SimulatorPage.h"
 
-#include <CLI/CLI.hpp>
+#include <string_view>
+#include <vector>
 
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+
+#include "../common/FaultText.h"
 #include "../common/Roff.h"
+#include "RealTimeServer.h"
 
 namespace serving {
 
@@ -25,57 +31,7 @@ Everything that was made is removed at the end, unless
 was given.
 )roff";
 
-constexpr const char* Rest = R"roff(.SH COMMANDS
-With
-.BR \-\-commands ,
-a line of standard input is one of
-.TP
-.BR insert " [\fINAME\fR [\fISIZE\fR]]"
-Puts a cuvette into the holder: of 10\ mm with the sample of
-.BR \-\-sample ,
-or another one.
-.TP
-.B remove
-Takes the cuvette out.
-.TP
-.B quit
-Ends the program, as Ctrl\-C does.
-.SH FAULTS
-.RI \(dq KIND : LETTER [: NTH "][:" NAME = VALUE ]\(dq
-breaks the answer to a command:
-.I LETTER
-is that of the command on the wire,
-.B *
-for any;
-.I NTH
-says which one,
-.B *
-or nothing for each.
-.TP
-.BR silence ", " silent\-execution
-No answer; the command is not, or is, carried out.
-.TP
-.BR late " (\fBdelay\fR, ms)"
-Everything later.
-.TP
-.B error
-Not carried out, answered with an error.
-.TP
-.BR garbage " (\fBtext\fR)"
-Another answer.
-.TP
-.BR split " (\fBdelay\fR, ms; \fBcount\fR, bytes before it)"
-A pause in the answer.
-.TP
-.BR surplus " (\fBtext\fR)"
-More behind the answer.
-.TP
-.BR lost " (\fBfirst\fR, \fBcount\fR)"
-Bytes of the answer are missing.
-.TP
-.BR stale " (\fBtext\fR)"
-Bytes before the answer.
-.SH FILES
+constexpr const char* Rest = R"roff(.SH FILES
 .TP
 .I board.toml
 The board file, see
@@ -100,11 +56,58 @@ photometer measure \-\-wavelengths 436,525 \-\-wait\-for\-cuvette 60 \-\-board \
 .BR photometer\-board (5)
 )roff";
 
+/// A part of help text and page: a sentence, and words with their meanings.
+struct Section {
+  std::string_view heading;
+  std::string_view introduction;
+  std::vector<common::FaultForm> items;
+};
+
+std::vector<common::FaultForm> Commands() {
+  std::vector<common::FaultForm> commands;
+  for (const RealTimeServer::CommandForm& command : RealTimeServer::Commands) {
+    commands.push_back({command.form, command.meaning});
+  }
+  return commands;
+}
+
+std::vector<Section> Sections() {
+  return {
+      {"Commands", "With --commands, a line of standard input is one of", Commands()},
+      {"Faults of a command",
+       "--fault KIND:LETTER[:NTH][:NAME=VALUE] breaks what the optical unit answers, --pump-fault what the pump does; "
+       "NTH says to which command of that letter, * or nothing: to each. As late:a:2:delay=500",
+       common::CommandFaults()},
+      {"Faults of a stream", "Of the optical unit's streams alone, as --fault no-trailer:s", common::StreamFaults()},
+      {"Faults of a pump", "--pump-fault KIND[:NAME=VALUE], as pumping:count=5:delay=3000, besides those of a command",
+       common::PumpFaults()},
+      {"Letters of commands", "LETTER is that of the command on the wire:", common::FaultLetters()},
+  };
+}
+
 }  // namespace
 
+std::string SimulatorHelp() {
+  std::string text;
+  for (const Section& section : Sections()) {
+    text += fmt::format("{}{}:\n  {}\n", text.empty() ? "" : "\n", section.heading, section.introduction);
+    for (const common::FaultForm& item : section.items) {
+      text += fmt::format("  {:<21} {}\n", item.name, item.meaning);
+    }
+  }
+  return text;
+}
+
 std::string SimulatorPage(const CLI::App& app) {
-  return common::RoffHead("photometer-simulator", "serves a simulated photometer on a pseudo-terminal") + Description +
-         common::RoffOptions(app) + Rest;
+  std::string text = common::RoffHead("photometer-simulator", "serves a simulated photometer on a pseudo-terminal") +
+                     Description + common::RoffOptions(app);
+  for (const Section& section : Sections()) {
+    text += common::RoffSection(section.heading) + common::RoffText(section.introduction) + "\n";
+    for (const common::FaultForm& item : section.items) {
+      text += common::RoffItem(".B " + common::RoffText(item.name), item.meaning);
+    }
+  }
+  return text + Rest;
 }
 
 }  // namespace serving

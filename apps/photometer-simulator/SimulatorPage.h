@@ -1,4 +1,4 @@
-/// The manual page photometer-simulator(1).
+/// The manual page photometer-simulator(1), and what the help text shares with it.
 #pragma once
 
 #include <string>
@@ -9,6 +9,8 @@ class App;
 
 namespace serving {
 
+/// What the help text has behind the options: commands and faults.
+std::string SimulatorHelp();
 /// The page in roff; the options are those of the program.
 std::string SimulatorPage(const CLI::App& app);
 

@@ -49,25 +49,27 @@ void AddOptions(CLI::App& app, Options& options) {
   app.add_option("--cuvette-after", options.cuvetteAfter, "Insert the sample after so long, s (default: on command)")
       ->check(CLI::Range(0.0, 1e6));
   app.add_option("--cuvette-size", options.cuvetteSize, "Size of the cuvette, mm")
-      ->check(CLI::IsMember({10, 14, 20, 40, 50}));
+      ->check(CLI::IsMember(serving::RealTimeServer::CuvetteSizes));
   app.add_option("--offset", options.unit.positionOffset, "Steps by which the monochromator is out of place")
       ->check(CLI::Range(-100, 100));
   app.add_option("--stray-light", options.unit.strayLight, "Share of the light that passes beside the sample")
       ->check(CLI::Range(0.0, 0.1));
   app.add_option("--seed", options.unit.seed, "Seed of the noise");
   app.add_option("--noise", options.noise, "Noise of the detectors: on or off")->check(CLI::IsMember({"on", "off"}));
-  app.add_option("--fault", options.faults, "Fault of the line, KIND:LETTER[:NTH][:NAME=VALUE], as late:a:2:delay=500");
+  app.add_option("--fault", options.faults,
+                 "Fault of the line, KIND:LETTER[:NTH][:NAME=VALUE], as late:a:2:delay=500; see below")
+      ->type_name("FAULT");
   app.add_option("--pump", options.pumpName, "Sipper pump that draws the sample")
       ->check(CLI::IsMember(common::PumpNames()));
   app.add_option("--pump-fault", options.pumpFaults,
-                 "Fault of the pump, KIND:LETTER[:NTH][:NAME=VALUE], keep-alive-stops, pumping or flood");
+                 "Fault of the pump, KIND:LETTER[:NTH][:NAME=VALUE], keep-alive-stops, pumping or flood; see below")
+      ->type_name("FAULT");
   app.add_option("--lamp", options.unit.faults.halogenLevel, "Share of the halogen lamp's light; 0: dead")
       ->check(CLI::Range(0.0, 1.0));
   app.add_option("--speed", options.speed, "How many times faster than real the instrument is")
       ->check(CLI::Range(serving::RealTimeServer::SlowestSpeed, serving::RealTimeServer::HighestSpeed));
   app.add_flag("--no-uv", options.bNoUV, "An instrument without deuterium lamp");
-  app.add_flag("--commands", options.bCommands,
-               fmt::format("Take commands from standard input: {}", serving::RealTimeServer::CommandForms));
+  app.add_flag("--commands", options.bCommands, "Take commands from standard input, see below");
   app.add_flag("--keep", options.bKeep, "Leave the folder's contents when ending");
   // For the build, which makes the manual page with it.
   app.add_flag("--manual-page", options.bManual, "Print the manual page")->group("");
@@ -128,6 +130,7 @@ int main(int argc, char** argv) {
   CLI::App app("Serves a simulated photometer on pseudo-terminals in real time", "photometer-simulator");
   Options options;
   AddOptions(app, options);
+  app.footer(serving::SimulatorHelp());
   try {
     app.parse(argc, argv);
     if (options.bManual) {

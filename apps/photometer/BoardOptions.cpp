@@ -50,7 +50,8 @@ void BoardOptions::AddTo(CLI::App& app) {
       ->type_name("NAME");
   app.add_option(
          "--pump-fault", pumpFaults,
-         "Fault of its pump after the start-up: KIND:LETTER[:NTH][:NAME=VALUE], keep-alive-stops, pumping, flood")
+         "Fault of its pump after the start-up: KIND:LETTER[:NTH][:NAME=VALUE], keep-alive-stops, pumping, flood; "
+         "\"photometer-simulator --help\" lists the kinds")
       ->type_name("FAULT");
   for (const char* name : {"--seed", "--speed", "--offset", "--stray-light", "--defect", "--pump-fault"}) {
     app.get_option(name)->group(Simulation);
