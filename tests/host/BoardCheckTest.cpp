@@ -2,19 +2,19 @@
 #include <unistd.h>
 
 #include <filesystem>
-#include <fstream>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "PseudoTerminal.h"
 #include "host/Spoken.h"
-#include "host/TemporaryFolder.h"
 #include "platform/posix/BoardFile.h"
+#include "support/TemporaryFolder.h"
 
 namespace host {
 namespace {
 
+using photometer::tests::TemporaryFolder;
 using testing::HasSubstr;
 
 struct Checked {
@@ -31,32 +31,28 @@ TEST(BoardCheck, TellsWhatWorksAndHowToMendTheRest) {
   const TemporaryFolder folder;
   const serving::PseudoTerminal line;
   const serving::PseudoTerminal busy;
-  const auto write = [&folder](const std::string& name, const std::string& text) {
-    std::filesystem::create_directories((folder.Path() / name).parent_path());
-    std::ofstream(folder.Path() / name) << text;
-  };
-  write("pins/pin10", "0\n");
-  write("pins/pin11", "1\n");
-  write("pins/pin12", "0\n");
-  write("root/SDMemory/x", "");
-  const std::string board = (folder.Path() / "board.toml").string();
+  folder.Write("pins/pin10", "0\n");
+  folder.Write("pins/pin11", "1\n");
+  folder.Write("pins/pin12", "0\n");
+  folder.Write("root/SDMemory/x", "");
+  const std::string board = folder.At("board.toml");
   const std::string ports = "root = \"root\"\n[ports]\nCOM2 = \"" + line.Path() + "\"\n";
   const std::string rest = "[pins]\nfolder = \"pins\"\n[registry]\nfile = \"registry.txt\"\n";
-  write("board.toml", ports + rest);
+  folder.Write("board.toml", ports + rest);
   const Checked sound = Check(board);
   EXPECT_EQ(sound.code, ExitCode::Success) << sound.text;
   EXPECT_THAT(sound.text,
               testing::AllOf(HasSubstr("pin 11 (cuvette switch) is 1"), HasSubstr("pin9 will be made"),
                              HasSubstr("registry.txt is not there: it will be made"), HasSubstr("Everything works.")));
-  EXPECT_FALSE(std::filesystem::exists(folder.Path() / "registry.txt")) << "a check makes nothing";
+  EXPECT_FALSE(std::filesystem::exists(folder.At("registry.txt"))) << "a check makes nothing";
 
-  write("pins/pin12", "high\n");
-  write("registry.txt", "[\\Veltranometrik]\nHalLamp=many\nUVLamp=7\n");
+  folder.Write("pins/pin12", "high\n");
+  folder.Write("registry.txt", "[\\Veltranometrik]\nHalLamp=many\nUVLamp=7\n");
   const int iOther = open(busy.Path().c_str(), O_RDWR | O_NOCTTY);
   ASSERT_EQ(flock(iOther, LOCK_EX), 0);
-  write("board.toml",
-        ports + "COM1 = \"/dev/nothing-here\"\nCOM6 = \"" + busy.Path() + "\"\nCOM7 = \"board.toml\"\n" + rest);
-  std::filesystem::remove_all(folder.Path() / "root" / "SDMemory");
+  folder.Write("board.toml",
+               ports + "COM1 = \"/dev/nothing-here\"\nCOM6 = \"" + busy.Path() + "\"\nCOM7 = \"board.toml\"\n" + rest);
+  std::filesystem::remove_all(folder.At("root/SDMemory"));
   const Checked faulty = Check(board);
   close(iOther);
   EXPECT_EQ(faulty.code, ExitCode::BoardFaulty);
@@ -69,14 +65,14 @@ TEST(BoardCheck, TellsWhatWorksAndHowToMendTheRest) {
 
 TEST(BoardCheck, RefusesAFileThatCannotBeUsed) {
   const TemporaryFolder folder;
-  const std::string board = (folder.Path() / "board.toml").string();
-  std::ofstream(board) << "root = \"nowhere\"\n";
+  const std::string board = folder.At("board.toml");
+  folder.Write("board.toml", "root = \"nowhere\"\n");
   const Checked bare = Check(board);
   EXPECT_EQ(bare.code, ExitCode::BoardFaulty);
   for (const char* part : {"nowhere: there is no such folder", "mkdir -p", "ports.COM2", "there are no pins"}) {
     EXPECT_THAT(bare.text, HasSubstr(part));
   }
-  std::ofstream(board) << "rot = \"x\"\n";
+  folder.Write("board.toml", "rot = \"x\"\n");
   EXPECT_THAT(Check(board).text, HasSubstr(board + ":1"));
 }
 

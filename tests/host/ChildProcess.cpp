@@ -1,6 +1,7 @@
 #include "host/ChildProcess.h"
 
 #include <fcntl.h>
+#include <pty.h>
 #include <signal.h>
 #include <spawn.h>
 #include <sys/wait.h>
@@ -11,7 +12,16 @@
 
 namespace host {
 
-ChildProcess::ChildProcess(const std::vector<std::string>& arguments) {
+ChildProcess::ChildProcess(const std::vector<std::string>& arguments, Streams streams) {
+  std::vector<char*> words;
+  for (const std::string& argument : arguments) {
+    words.push_back(const_cast<char*>(argument.c_str()));
+  }
+  words.push_back(nullptr);
+  streams == Streams::Pipes ? RunOnPipes(words.data()) : RunOnTerminal(words.data());
+}
+
+void ChildProcess::RunOnPipes(char* const* pWords) {
   std::array<std::array<int, 2>, 3> pipes{};
   posix_spawn_file_actions_t actions;
   posix_spawn_file_actions_init(&actions);
@@ -22,12 +32,7 @@ ChildProcess::ChildProcess(const std::vector<std::string>& arguments) {
     }
     posix_spawn_file_actions_adddup2(&actions, ends[i == 0 ? 0 : 1], i);
   }
-  std::vector<char*> words;
-  for (const std::string& argument : arguments) {
-    words.push_back(const_cast<char*>(argument.c_str()));
-  }
-  words.push_back(nullptr);
-  const int iResult = posix_spawn(&m_pid, words[0], &actions, nullptr, words.data(), environ);
+  const int iResult = posix_spawn(&m_pid, pWords[0], &actions, nullptr, pWords, environ);
   posix_spawn_file_actions_destroy(&actions);
   for (const int iEnd : {pipes[0][0], pipes[1][1], pipes[2][1]}) {
     close(iEnd);
@@ -36,8 +41,18 @@ ChildProcess::ChildProcess(const std::vector<std::string>& arguments) {
   m_iOutput = pipes[1][0];
   m_iError = pipes[2][0];
   if (iResult != 0) {
-    throw std::runtime_error("cannot run " + arguments[0]);
+    throw std::runtime_error(std::string("cannot run ") + pWords[0]);
   }
+}
+
+void ChildProcess::RunOnTerminal(char* const* pWords) {
+  const winsize size{24, 120, 0, 0};
+  m_pid = forkpty(&m_iOutput, nullptr, nullptr, &size);
+  if (m_pid == 0) {
+    execv(pWords[0], pWords);
+    _exit(127);
+  }
+  m_iInput = dup(m_iOutput);
 }
 
 ChildProcess::~ChildProcess() {

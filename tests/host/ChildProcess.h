@@ -1,4 +1,4 @@
-/// A program run as a child process, its standard streams on pipes.
+/// A program run as a child process, its standard streams on pipes or on a terminal of its own.
 #pragma once
 
 #include <sys/types.h>
@@ -10,8 +10,10 @@ namespace host {
 
 class ChildProcess {
  public:
-  /// The first argument is the program's path.
-  explicit ChildProcess(const std::vector<std::string>& arguments);
+  enum class Streams { Pipes, Terminal };
+
+  /// The first argument is the program's path. What it writes to a terminal is its output.
+  explicit ChildProcess(const std::vector<std::string>& arguments, Streams streams = Streams::Pipes);
   /// Kills it if it still runs.
   ~ChildProcess();
   ChildProcess(const ChildProcess&) = delete;
@@ -26,6 +28,8 @@ class ChildProcess {
   int Wait();
 
  private:
+  void RunOnPipes(char* const* pWords);
+  void RunOnTerminal(char* const* pWords);
   static std::string ReadUntil(int iDescriptor, const std::string& text);
 
   pid_t m_pid = -1;

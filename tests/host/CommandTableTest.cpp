@@ -1,23 +1,21 @@
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "../../apps/common/Roff.h"
 #include "CommandCall.h"
 #include "ManualPage.h"
 #include "Words.h"
 #include "host/Spoken.h"
-#include "host/TemporaryFolder.h"
+#include "support/TemporaryFolder.h"
 
 namespace host {
 namespace {
 
+using photometer::tests::TemporaryFolder;
 using testing::HasSubstr;
-
-using Words = std::vector<std::string>;
 
 TEST(Words, AreTakenAsQuoted) {
   const struct {
@@ -41,7 +39,7 @@ TEST(CommandTable, ExamplesWork) {
   const TemporaryFolder folder;
   const std::filesystem::path before = std::filesystem::current_path();
   std::filesystem::current_path(folder.Path());
-  std::ofstream("morning.txt") << "turbidity\n";
+  folder.Write("morning.txt", "turbidity\n");
   ASSERT_EQ(Speak({"measure", "--demo", "--trace", "trouble.trace"}).code, ExitCode::Success);
   for (const CommandEntry& entry : Commands()) {
     EXPECT_FALSE(entry.description.empty()) << entry.name;
@@ -58,8 +56,7 @@ TEST(CommandTable, ExamplesWork) {
         EXPECT_EQ(call.Parse(named.options), "") << example;
         continue;
       }
-      words.emplace_back("--simulate");
-      const Spoken spoken = Speak(words);
+      const Spoken spoken = Simulate(words);
       EXPECT_EQ(spoken.code, ExitCode::Success) << example << "\n" << spoken.messages;
     }
   }
@@ -68,12 +65,10 @@ TEST(CommandTable, ExamplesWork) {
 
 TEST(ManualPages, HoldWhatHelpHolds) {
   const TemporaryFolder folder;
-  ASSERT_EQ(WriteManualPages(folder.Path() / "man"), "");
+  ASSERT_EQ(WriteManualPages(folder.At("man")), "");
   for (const CommandEntry& entry : Commands()) {
-    std::ostringstream page;
-    page << std::ifstream(folder.Path() / "man" / (ManualPageName(entry) + ".1")).rdbuf();
     // Every hyphen is marked, so that it can be copied out of the page.
-    std::string text = page.str();
+    std::string text = folder.Read("man/" + ManualPageName(entry) + ".1");
     text.erase(std::remove(text.begin(), text.end(), '\\'), text.end());
     for (const std::string& option : OptionNames(CommandCall(entry, nullptr).App())) {
       EXPECT_THAT(text, HasSubstr("fB" + option + "fR")) << entry.name;
@@ -82,6 +77,11 @@ TEST(ManualPages, HoldWhatHelpHolds) {
     EXPECT_THAT(text, HasSubstr(".SH EXAMPLES\n"));
   }
   EXPECT_THAT(WriteManualPages("/proc/nowhere"), HasSubstr("/proc/nowhere cannot be written"));
+}
+
+/// A line that roff takes for a request vanishes from the page without a word.
+TEST(ManualPages, NothingOfATextIsARequestOrAnEscape) {
+  EXPECT_EQ(common::RoffText("a --flag\n.5 nm\n'so' \\x.exe"), "a \\-\\-flag\n\\&.5 nm\n\\&'so' \\ex.exe");
 }
 
 }  // namespace

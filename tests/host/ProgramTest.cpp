@@ -8,23 +8,25 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
 
 #include "../../apps/common/SampleName.h"
-#include "ExitCodes.h"
 #include "host/ChildProcess.h"
-#include "host/TemporaryFolder.h"
+#include "host/Spoken.h"
 #include "simulator/Detector.h"
 #include "simulator/Monochromator.h"
+#include "support/TemporaryFolder.h"
 
 namespace host {
 namespace {
 
+using photometer::tests::TemporaryFolder;
 using testing::HasSubstr;
 
 const std::string Host = std::string(PHOTOMETER_PROGRAM_FOLDER) + "/photometer";
 const std::string Simulator = std::string(PHOTOMETER_PROGRAM_FOLDER) + "/photometer-simulator";
-const std::string Wavelengths = "345,436,525,885";
+const Words Measurement = {
+    Host, "measure",  "--wavelengths", "345,436,525,885", "--zeros", "345,436,525,885", "--readings",
+    "3",  "--format", "json"};
 /// Everything until the stream's end.
 const std::string End;
 
@@ -41,8 +43,7 @@ std::string ValueOf(const std::string& text, const std::string& word) {
 }
 
 nlohmann::json MeasureSimulated() {
-  ChildProcess host({Host, "measure", "--simulate", "--wavelengths", Wavelengths, "--zeros", Wavelengths, "--readings",
-                     "3", "--sample", "red:0.8", "--format", "json"});
+  ChildProcess host(Joined(Measurement, {"--simulate", "--sample", "red:0.8"}));
   const std::string results = host.ReadOutputUntil(End);
   EXPECT_EQ(host.Wait(), 0) << host.ReadErrorUntil(End);
   return nlohmann::json::parse(results);
@@ -52,26 +53,9 @@ nlohmann::json MeasureSimulated() {
 struct RemoteMeasurement {
   RemoteMeasurement(const std::string& pump, const std::string& pumpTime)
       : simulator({Simulator, "--commands", "--seed", "5", "--sample", "red:0.8", "--speed", "100", "--pump", pump}),
-        host({Host,
-              "measure",
-              "--board",
-              ValueOf(simulator.ReadOutputUntil("Ctrl-C"), "board: "),
-              "--wavelengths",
-              Wavelengths,
-              "--zeros",
-              Wavelengths,
-              "--readings",
-              "3",
-              "--format",
-              "json",
-              "--wait-for-cuvette",
-              "60",
-              "--pump",
-              pump,
-              "--pump-time",
-              pumpTime,
-              "--settling-time",
-              "0"}) {}
+        host(Joined(Measurement,
+                    {"--board", ValueOf(simulator.ReadOutputUntil("Ctrl-C"), "board: "), "--wait-for-cuvette", "60",
+                     "--pump", pump, "--pump-time", pumpTime, "--settling-time", "0"})) {}
 
   ChildProcess simulator;
   ChildProcess host;
@@ -132,17 +116,13 @@ void ExpectAbsorbances(const nlohmann::json& rows, const nlohmann::json& blank, 
 
 /// An instrument in one process and a host in another that records a spectrum with it.
 struct RemoteScan {
-  explicit RemoteScan(const std::vector<std::string>& scan)
+  explicit RemoteScan(const Words& scan)
       : simulator(
             {Simulator, "--commands", "--seed", "5", "--sample", "yellow:0.8", "--speed", "100", "--stray-light", "0"}),
-        host(Arguments(scan, ValueOf(simulator.ReadOutputUntil("Ctrl-C"), "board: "))) {}
+        host(Joined({Host, "scan", "--board", ValueOf(simulator.ReadOutputUntil("Ctrl-C"), "board: "),
+                     "--wait-for-cuvette", "60", "--step", "0.1", "--format", "json"},
+                    scan)) {}
 
-  static std::vector<std::string> Arguments(const std::vector<std::string>& scan, const std::string& board) {
-    std::vector<std::string> arguments = {Host, "scan",   "--board", board,      "--wait-for-cuvette",
-                                          "60", "--step", "0.1",     "--format", "json"};
-    arguments.insert(arguments.end(), scan.begin(), scan.end());
-    return arguments;
-  }
   /// From the insertion of the sample on everything takes the time that it takes on an instrument.
   void InsertAtTrueRate() {
     host.ReadErrorUntil("please insert the cuvette");
@@ -159,7 +139,7 @@ struct RemoteScan {
 
 TEST(Programs, ScansAtTheTrueRateAreRightAndCanBeInterrupted) {
   const TemporaryFolder folder;
-  const std::string blank = (folder.Path() / "blank.json").string();
+  const std::string blank = folder.At("blank.json");
   ChildProcess blankHost({Host, "scan", "--simulate", "--sample", "blank", "--seed", "9", "--stray-light", "0",
                           "--output", blank, "--from", "440", "--to", "460", "--step", "0.1"});
   ASSERT_EQ(blankHost.Wait(), 0) << blankHost.ReadErrorUntil(End);
@@ -182,20 +162,19 @@ TEST(Programs, ScansAtTheTrueRateAreRightAndCanBeInterrupted) {
   EXPECT_THAT(interrupted.State(), HasSubstr("state: halogen 0 deuterium 0 mirror 0 fan 0"));
 
   ASSERT_EQ(whole.host.Wait(), 0) << whole.host.ReadErrorUntil(End);
-  ExpectAbsorbances(nlohmann::json::parse(wholeResults)["rows"], nlohmann::json::parse(Contents(blank))["rows"],
-                    *common::FindSample("yellow:0.8"));
+  ExpectAbsorbances(nlohmann::json::parse(wholeResults)["rows"],
+                    nlohmann::json::parse(folder.Read("blank.json"))["rows"], *common::FindSample("yellow:0.8"));
 }
 
 TEST(Programs, OneSeedGivesTheSameTraceInEveryProcess) {
-  const TemporaryFolder folder;
   std::vector<std::string> traces;
   for (const char* seed : {"7", "7", "8"}) {
-    const std::string trace = (folder.Path() / ("trace" + std::to_string(traces.size()))).string();
-    ChildProcess host(
-        {Host, "measure", "--simulate", "--wavelengths", "436", "--zeros", "436", "--seed", seed, "--trace", trace});
+    const TemporaryFolder folder;
+    ChildProcess host({Host, "measure", "--simulate", "--wavelengths", "436", "--zeros", "436", "--seed", seed,
+                       "--trace", folder.At("trace")});
     host.ReadOutputUntil(End);
     ASSERT_EQ(host.Wait(), 0) << host.ReadErrorUntil(End);
-    traces.push_back(Contents(trace));
+    traces.push_back(folder.Read("trace"));
   }
   EXPECT_EQ(traces[0], traces[1]);
   EXPECT_NE(traces[0], traces[2]);
@@ -203,21 +182,6 @@ TEST(Programs, OneSeedGivesTheSameTraceInEveryProcess) {
                            "\tlog\t", "\tdebug\t", "\tCOM2<\t"}) {
     EXPECT_THAT(traces[0], HasSubstr(part));
   }
-}
-
-TEST(Programs, InterruptShutsTheInstrumentDownAndHasItsOwnExitCode) {
-  ChildProcess simulator({Simulator});
-  const std::string board = ValueOf(simulator.ReadOutputUntil("Ctrl-C"), "board: ");
-  const TemporaryFolder folder;
-  const std::string trace = (folder.Path() / "trace").string();
-  ChildProcess host({Host, "measure", "--board", board, "--wavelengths", "436", "--trace", trace});
-  host.ReadErrorUntil("lamp test");
-  host.Signal(SIGINT);
-  EXPECT_THAT(host.ReadErrorUntil(End), HasSubstr("start-up cancelled"));
-  EXPECT_EQ(host.Wait(), static_cast<int>(ExitCode::Cancelled));
-  EXPECT_THAT(Contents(trace), HasSubstr("COM2>\t$h0\\x0D"));
-  simulator.Signal(SIGTERM);
-  EXPECT_EQ(simulator.Wait(), 0);
 }
 
 TEST(Programs, SimulatorEndsCleanlyAndTakesItsFilesAway) {
@@ -238,27 +202,22 @@ TEST(Programs, SimulatorEndsCleanlyAndTakesItsFilesAway) {
 
 TEST(Programs, SimulatorKeepsWhatItIsToldToAndOverwritesNothing) {
   const TemporaryFolder folder;
-  {
-    ChildProcess simulator({Simulator, "--keep", "--commands", "--folder", folder.Path().string()});
-    simulator.ReadOutputUntil("Ctrl-C");
-    simulator.Write("quit\n");
-    EXPECT_EQ(simulator.Wait(), 0);
-  }
-  EXPECT_TRUE(std::filesystem::exists(folder.Path() / "board.toml"));
-  ChildProcess second({Simulator, "--folder", folder.Path().string()});
+  ChildProcess simulator({Simulator, "--keep", "--commands", "--folder", folder.Path()});
+  simulator.ReadOutputUntil("Ctrl-C");
+  simulator.Write("insert red:0.5 12\nquit\n");
+  EXPECT_THAT(simulator.ReadErrorUntil(End), HasSubstr("there is no cuvette of 12 mm"));
+  EXPECT_EQ(simulator.Wait(), 0);
+  EXPECT_TRUE(std::filesystem::exists(folder.At("board.toml")));
+  ChildProcess second({Simulator, "--folder", folder.Path()});
   EXPECT_THAT(second.ReadErrorUntil(End), HasSubstr("is there already"));
   EXPECT_EQ(second.Wait(), 1);
 }
 
 TEST(Programs, SimulatorRefusesBadInput) {
-  for (const std::vector<std::string>& arguments : {std::vector<std::string>{"--fault", "fire:a"},
-                                                    {"--sample", "tea"},
-                                                    {"--noise", "loud"},
-                                                    {"--offset", "x"},
-                                                    {"--pump", "zq1"},
-                                                    {"--pump-fault", "flood"}}) {
-    ChildProcess simulator({Simulator, arguments[0], arguments[1]});
-    EXPECT_THAT(simulator.ReadErrorUntil(End), HasSubstr(arguments[0]));
+  for (const auto& [option, value] :
+       {std::pair("--fault", "fire:a"), {"--sample", "tea"}, {"--noise", "loud"}, {"--pump-fault", "flood"}}) {
+    ChildProcess simulator({Simulator, option, value});
+    EXPECT_THAT(simulator.ReadErrorUntil(End), HasSubstr(option));
     EXPECT_EQ(simulator.Wait(), 2);
   }
 }

@@ -3,10 +3,10 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
 
 #include "HostBoard.h"
 #include "InstrumentOptions.h"
+#include "PumpIntake.h"
 #include "Session.h"
 #include "host/Spoken.h"
 
@@ -60,16 +60,6 @@ class Bench {
   std::vector<photometer::platform::HANDLE> m_people;
 };
 
-TEST(Session, RunsUntilFinishedAgainAndAgain) {
-  Bench bench;
-  Session session(bench.m_progress, bench.m_interrupt, nullptr);
-  ASSERT_EQ(bench.StartUp(session).outcome, Outcome::Finished) << bench.m_messages.str();
-  for (int iRun = 1; iRun <= 2; ++iRun) {
-    EXPECT_EQ(bench.Measure(session).outcome, Outcome::Finished) << bench.m_messages.str();
-    EXPECT_EQ(bench.m_nResults, 4 * iRun);
-  }
-}
-
 TEST(Session, FirstRequestOfAPersonCancelsTheRunAndTheNextRunIsRight) {
   Bench bench;
   Session session(bench.m_progress, bench.m_interrupt, nullptr);
@@ -78,7 +68,10 @@ TEST(Session, FirstRequestOfAPersonCancelsTheRunAndTheNextRunIsRight) {
   EXPECT_EQ(bench.Measure(session).outcome, Outcome::Cancelled);
   EXPECT_LT(bench.m_nResults, 4);
   EXPECT_EQ(session.Device().GetStatus().bBusy, 0);
-  EXPECT_EQ(session.Device().StartMeasure(&bench.m_request), photometer::S_OK);
+  bench.m_interrupt.Clear();
+  bench.m_nResults = 0;
+  EXPECT_EQ(bench.Measure(session).outcome, Outcome::Finished) << bench.m_messages.str();
+  EXPECT_EQ(bench.m_nResults, 4);
 }
 
 TEST(Session, SecondRequestOfAPersonShutsDownAtOnce) {
@@ -107,9 +100,10 @@ TEST(Session, RequestDuringStartUpEndsIt) {
   }
 }
 
-TEST(Session, TellsTheErrorThatEndedARun) {
+TEST(Session, TellsWhatEndedOrRefusedARun) {
   Bench bench;
   Session session(bench.m_progress, bench.m_interrupt, nullptr);
+  EXPECT_EQ(bench.Measure(session).outcome, Outcome::Refused) << "nothing is initialised";
   bench.Unit().WireFaults().Add({simulator::FaultKind::Error, 'z', 1, 0, 0, 0, ""});
   const RunEnd startUp = bench.StartUp(session);
   EXPECT_EQ(startUp.outcome, Outcome::Failed);
@@ -120,17 +114,8 @@ TEST(Session, TellsTheErrorThatEndedARun) {
   EXPECT_EQ(run.outcome, Outcome::Failed);
   EXPECT_EQ(run.error, 112);
   EXPECT_THAT(bench.m_messages.str(), testing::HasSubstr("error 112 (MoveMonochromator)"));
-}
-
-TEST(Session, TellsWhyAStartWasRefused) {
-  Bench bench;
-  Session session(bench.m_progress, bench.m_interrupt, nullptr);
-  EXPECT_EQ(bench.Measure(session).outcome, Outcome::Refused) << "nothing is initialised";
-  ASSERT_EQ(bench.StartUp(session).outcome, Outcome::Finished);
   bench.m_request.m_dwReadings = 0;
-  const RunEnd end = bench.Measure(session);
-  EXPECT_EQ(end.outcome, Outcome::Refused);
-  EXPECT_EQ(end.hResult, photometer::E_INVALIDARG);
+  EXPECT_EQ(bench.Measure(session).hResult, photometer::E_INVALIDARG);
 }
 
 TEST(Session, WaitsForACuvetteNoLongerThanTold) {
@@ -138,6 +123,8 @@ TEST(Session, WaitsForACuvetteNoLongerThanTold) {
   Session session(bench.m_progress, bench.m_interrupt, nullptr);
   ASSERT_EQ(bench.StartUp(session).outcome, Outcome::Finished);
   EXPECT_EQ(session.WaitForCuvette(3), Outcome::NoEnd);
+  EXPECT_FALSE(HasFlowCuvette(session, bench.m_progress));
+  EXPECT_THAT(bench.m_messages.str(), testing::HasSubstr("no flow cuvette is inserted"));
   bench.m_board.Simulated()->InsertSample("mixture");
   EXPECT_EQ(session.WaitForCuvette(3), Outcome::Finished);
   EXPECT_EQ(session.Device().GetCuvetteSize(), 10);
@@ -150,6 +137,28 @@ TEST(Session, WaitsForACuvetteNoLongerThanTold) {
   bench.m_board.Simulated()->InsertSample("blank");
   EXPECT_EQ(session.WaitForCuvette(3), Outcome::Finished);
   EXPECT_FALSE(session.HoldsMeasuredCuvette()) << "it is another one";
+  EXPECT_TRUE(HasFlowCuvette(session, bench.m_progress));
+  bench.m_board.Simulated()->Model().InsertCuvette(14, simulator::Sample::Blank(),
+                                                   bench.m_board.Simulated()->Board().Now());
+  ASSERT_EQ(session.WaitUntil([](auto& device) { return device.GetCuvetteSize() == 14; }, 5), Outcome::Finished);
+  EXPECT_FALSE(HasFlowCuvette(session, bench.m_progress));
+}
+
+TEST(Session, APumpThatIsNotThereIsWaitedForInVainAndForAShortTime) {
+  for (const char* pump : {"zq410", "zq420"}) {
+    Bench bench;
+    InstrumentOptions instrument;
+    CLI::App app;
+    instrument.AddTo(app);
+    app.parse(std::string("--zeros 525 --pump ") + pump);
+    instrument.Check();
+    Session session(bench.m_progress, bench.m_interrupt, nullptr);
+    ASSERT_EQ(session.StartUp(instrument.Parameters(), instrument.Calibration()).outcome, Outcome::Finished);
+    const DWORD dwStart = photometer::platform::GetTickCount();
+    EXPECT_EQ(ConnectPump(instrument, session, bench.m_progress), ExitCode::NoPump);
+    EXPECT_NEAR(photometer::platform::GetTickCount() - dwStart, 10'000, 500);
+    EXPECT_THAT(bench.m_messages.str(), testing::HasSubstr("look at its cable and power"));
+  }
 }
 
 TEST(MeasureCommand, FindsTheSamplesAbsorbancesWithinTheNoise) {
@@ -160,8 +169,8 @@ TEST(MeasureCommand, FindsTheSamplesAbsorbancesWithinTheNoise) {
   for (int iSeed = 1; iSeed <= Runs; ++iSeed) {
     const Spoken spoken = Speak({"measure", "--demo", "--format", "json", "--seed", std::to_string(iSeed)});
     ASSERT_EQ(spoken.code, ExitCode::Success) << spoken.messages << spoken.results;
-    const auto json = nlohmann::json::parse(spoken.results);
-    for (const auto& one : json["wavelengths"]) {
+    const auto result = spoken.Result();
+    for (const auto& one : result["wavelengths"]) {
       const double dExpected = one["expected"];
       const double dSigma = one["sigma"];
       const double dDistance = (one["absorbance"].get<double>() - dExpected) / dSigma;
@@ -184,13 +193,6 @@ TEST(MeasureCommand, SaysWhyThereIsNoAbsorbance) {
   ASSERT_EQ(spoken.code, ExitCode::Success) << spoken.messages;
   EXPECT_THAT(spoken.results, testing::HasSubstr("no zero value at this wavelength: add 437 to --zeros"));
   EXPECT_THAT(spoken.results, testing::Not(testing::HasSubstr("add 525")));
-}
-
-TEST(MeasureCommand, FailedStartUpHasItsOwnCode) {
-  const Spoken spoken = Speak({"measure", "--simulate", "--offset", "40", "--wavelengths", "436"});
-  EXPECT_EQ(spoken.code, ExitCode::StartUpFailed);
-  EXPECT_EQ(spoken.results, "");
-  EXPECT_THAT(spoken.messages, testing::HasSubstr("error -2 (wavelength test)"));
 }
 
 }  // namespace

@@ -4,17 +4,36 @@
 #include <string>
 #include <vector>
 
+#include <nlohmann/json.hpp>
+
 #include "Command.h"
 
 namespace host {
+
+using Words = std::vector<std::string>;
 
 struct Spoken {
   ExitCode code;
   std::string results;
   std::string messages;
+
+  [[nodiscard]] nlohmann::json Result() const { return nlohmann::json::parse(results); }
 };
 
-/// Runs a command line, without the program's name, to its end. Its streams are no terminal, and nobody interrupts it.
-Spoken Speak(const std::vector<std::string>& arguments);
+/// Who attends a call.
+struct Company {
+  /// One text after the other, each some time after the one before.
+  std::vector<std::string> typed = {};
+  /// Ctrl-C when this appears among the messages.
+  std::string strInterruptAt = {};
+};
+
+/// Runs a command line, without the program's name, to its end. Its streams are no terminal.
+Spoken Speak(const Words& arguments, const Company& company = {});
+/// The same with --simulate.
+Spoken Simulate(const Words& arguments, const Company& company = {});
+/// The same with --simulate and --format json.
+Spoken SimulateJson(const Words& arguments, const Company& company = {});
+Words Joined(Words words, const Words& more);
 
 }  // namespace host
