@@ -50,7 +50,6 @@ class PumpSink final : public RecordingSink {
   void OnSipperCycleDone() override { Enter("CycleDone"); }
   void OnSipperInfoChanged() override { Enter("Info"); }
   void OnPumpError(DWORD dwId, DWORD dwError) override { Enter("PumpError", dwId, dwError); }
-  void OnError(DWORD dwId, DWORD dwError) override { Enter("Error", dwId, dwError); }
   void OnFlushCompleted() override { Enter("Flushed"); }
   void OnSipperConnectionChanged(BOOL bConnected) override { Enter(bConnected ? "Connected" : "Lost"); }
   void QueryPumpProgram(DWORD dwProgram, DWORD* pTime, DWORD* pParam2, DWORD* pDelay) override {

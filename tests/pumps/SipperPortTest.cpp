@@ -7,42 +7,17 @@ namespace {
 
 bool IsSignalled(HANDLE hEvent) { return WaitForSingleObject(hEvent, 0) == WAIT_OBJECT_0; }
 
-TEST(SipperPort, DetectedOnce) {
-  PumpBench bench(MODE_ZQ_420);
-  SetEvent(bench.state.SipperLostEvent());
-  bench.sipper.SendSipperPing();
-  Sleep(100);
-  bench.sipper.SendSipperPing();
-  bench.Say("\x02pp\x03");
-  EXPECT_EQ(bench.host.Calls(), (Texts{"Info", "Connected"}));
-  EXPECT_TRUE(bench.Detected());
-  EXPECT_FALSE(IsSignalled(bench.state.SipperLostEvent()));
-}
+// What sound frames mean, the corpus of the fuzz target shows.
 
-TEST(SipperPort, DataAndRunTime) {
-  const struct {
-    const char* frame;
-    Texts known;  // data, version, running time
-    Texts calls;
-  } cases[] = {
-      {"d;A12;B3;1.04", {"A12", "B3", "1.04", ""}, {"Info"}},
-      {"d;;B3;1.04;x", {"", "B3", "1.04;x", ""}, {"Info"}},
-      {"d;A12", {"A12", "", "", ""}, {"Info"}},
-      {"t;255;5;7;9", {"", "", "", "5:07:09"}, {}},
-      {"t;1;2;3;4", {"", "", "", "26:03:04"}, {}},
-      {"t;1; 2x;;-4;9", {"", "", "", "26:00:-4"}, {}},
-      {"t;", {"", "", "", "0:00:00"}, {}},
-      {"t;2147483647;2147483647;99999999999;+5", {"", "", "", "53687091175:00:05"}, {}},
-      {"x", {"", "", "", ""}, {}},
+TEST(SipperPort, RunTimeOfOddNumbers) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"t;255; 2x;;-4;9", "2:00:-4"},
+      {"t;2147483647;2147483647;99999999999;+5", "53687091175:00:05"},
   };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.frame);
+  for (const auto& [frame, runTime] : cases) {
     PumpBench bench(MODE_ZQ_420);
-    bench.Say("\x03noise" + Framed(c.frame));
-    const PumpInfo info = bench.Info();
-    EXPECT_EQ((Texts{info.m_strSipperData1, info.m_strSipperData2, info.m_strPumpVersion, info.m_strSipperRunTime}),
-              c.known);
-    EXPECT_EQ(bench.host.Calls(), c.calls);
+    bench.Say("\x03noise" + Framed(frame));
+    EXPECT_EQ(bench.Info().m_strSipperRunTime, runTime);
   }
 }
 
@@ -58,9 +33,7 @@ TEST(SipperPort, AsksForDataThenForTheRunTimeThenForNothing) {
 
 TEST(SipperPort, LostUntilOpenedAndAnswered) {
   PumpBench bench(MODE_ZQ_420);
-  bench.Say(
-      "\x02p\x03\x02"
-      "d;A;B;C\x03");
+  bench.Say(Framed("p") + Framed("d;A;B;C"));
   bench.TakeCalls();
   bench.world.board.UnplugPort(PumpBench::SIPPER);
   Sleep(100);
