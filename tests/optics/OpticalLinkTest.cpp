@@ -13,25 +13,6 @@ namespace {
 
 using Commands = std::vector<std::string>;
 
-// ---- the reader ----
-
-TEST(OpticalLink, VanishedPort) {
-  Optics optics;
-  optics.device.Script("$F1", Answer{});
-  WorkerThreads helpers(optics.state);
-  EXPECT_TRUE(helpers.Start("unplug", [&optics] {
-    Sleep(1000);
-    optics.world.board.UnplugPort(World::PORT);
-  }));
-  EXPECT_EQ(optics.unit.SetFilter(1), 2U);
-  EXPECT_EQ(optics.unit.SetFilter(1), 5U);
-  EXPECT_TRUE(helpers.WaitUntilEnded(1000));
-  optics.world.Plug();
-  EXPECT_EQ(optics.unit.SetFilter(1), 5U);
-  EXPECT_TRUE(optics.link.OpenOpticalPort());
-  EXPECT_EQ(optics.unit.SetFilter(2), 0U);
-}
-
 // ---- late answers ----
 
 TEST(OpticalLink, ExchangesAndRawWritesTakeTurns) {
@@ -119,11 +100,10 @@ TEST(OpticalLink, LateAnswersOfRawWritesAreNotTakenForTheNext) {
     simulator::Time delay;
     simulator::Time longest;
   } const cases[] = {
-      {"$z", SECOND, SECOND},          {"$z", 5 * SECOND, 5 * SECOND},        {"$z", NEVER, 60 * SECOND},
-      {"$M12000", SECOND, SECOND},     {"$M12000", 48 * SECOND, 48 * SECOND}, {"$d1", SECOND, SECOND},
-      {"$d1", 5 * SECOND, 5 * SECOND}, {"$d1", NEVER, 10 * SECOND},           {"$r0", SECOND, SECOND},
-      {"$r0", 5 * SECOND, 5 * SECOND}, {"$r0", NEVER, 10 * SECOND},           {"hello", NEVER, 0},
-      {"$a3", SECOND, SECOND},         {"$s3000", 5 * SECOND, 5 * SECOND},
+      {"$z", 5 * SECOND, 5 * SECOND},        {"$z", NEVER, 60 * SECOND}, {"$M12000", SECOND, SECOND},
+      {"$M12000", 48 * SECOND, 48 * SECOND}, {"$d1", SECOND, SECOND},    {"$d1", NEVER, 10 * SECOND},
+      {"$r0", 5 * SECOND, 5 * SECOND},       {"hello", NEVER, 0},        {"$a3", SECOND, SECOND},
+      {"$s3000", 5 * SECOND, 5 * SECOND},
   };
   for (const bool bIdle : {true, false}) {
     for (const auto& c : cases) {

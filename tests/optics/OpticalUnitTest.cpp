@@ -51,10 +51,15 @@ const std::vector<CommandCase> COMMANDS{
     {"SetTurbidityGain", [](U& u) { return u.SetTurbidityGain(1); }, "$G1", 190, Entry::TurbidityGain, 1, 0},
 };
 
-TEST(OpticalUnit, FirstAndRepeatedCommands) {
+TEST(OpticalUnit, UnwrittenFirstAndRepeatedCommands) {
   for (const CommandCase& c : COMMANDS) {
     SCOPED_TRACE(c.command);
     Optics optics;
+    optics.world.ports.writes.Start(1);
+    EXPECT_EQ(c.run(optics.unit), c.dwBase + CAUSE_WRITE);
+    EXPECT_EQ(optics.device.Commands(), Commands{});
+    optics.device.Emit(0, "error\r\n");  // a stale answer
+    Sleep(20);
     const std::uint64_t nStart = optics.world.board.Now();
     EXPECT_EQ(c.run(optics.unit), 0U);
     EXPECT_NEAR(static_cast<double>(optics.world.board.Now() - nStart) / 1000.0, c.dwPause + 2.5, 2.5);
@@ -77,51 +82,39 @@ struct AnswerCase {
 };
 
 const std::vector<AnswerCase> ANSWERS{
-    {"without a line end", {{300, "ok"}}, 0},
-    {"in two pieces", {{300, "o"}, {20'000, "k"}}, 0},
     {"in two pieces, almost a minute apart", {{300, "o"}, {59 * SECOND, "k\r\n"}}, 0},
-    {"with text in front", {{300, "\r\nposition ok\r\n"}}, 0},
     {"32 bytes", {{300, std::string(30, '.') + "ok"}}, 0},
-    {"33 bytes", {{300, std::string(31, '.') + "ok"}}, 3},
-    {"too long in pieces", {{300, std::string(20, '.')}, {5000, std::string(20, '.')}}, 3},
-    {"error", {{300, "error\r\n"}}, 4},
-    {"error in two pieces", {{300, "err"}, {20'000, "or\r\n"}}, 4},
-    {"ok and error", {{300, "ok error"}}, 4},
-    {"silence", {}, 2},
-    {"silence after a first piece", {{300, "o"}}, 2},
+    {"33 bytes", {{300, std::string(31, '.') + "ok"}}, CAUSE_TOO_LONG},
+    {"error in two pieces", {{300, "err"}, {20'000, "or\r\n"}}, CAUSE_ERROR},
+    {"ok and error", {{300, "ok error"}}, CAUSE_ERROR},
+    {"silence", {}, CAUSE_SILENCE},
+    {"silence after a first piece", {{300, "o"}}, CAUSE_SILENCE},
 };
+
+/// A mirror or a lamp may have been set although its command failed, and the monochromator may have moved unless it
+/// said that it has not.
+bool IsForgotten(Entry entry, DWORD dwCause) {
+  return dwCause != CAUSE_ERROR || entry == Entry::Mirror || entry == Entry::HalogenLamp;
+}
 
 TEST(OpticalUnit, AnswersOfEveryCommand) {
   for (const CommandCase& c : COMMANDS) {
     for (const AnswerCase& a : ANSWERS) {
       SCOPED_TRACE(std::string(c.command) + ", " + a.what);
       Optics optics;
+      const LONG iBefore = c.iCached + 1;
       if (c.entry != Entry::None) {
-        optics.Cache(c.entry, c.iCached + 1);
+        optics.Cache(c.entry, iBefore);
       }
       optics.device.Script(c.command, a.answer);
       optics.device.Script(c.command, "ok\r\n");
       EXPECT_EQ(c.run(optics.unit), a.dwCause == 0 ? 0 : c.dwBase + a.dwCause);
       if (a.dwCause != 0 && c.entry != Entry::None) {
-        const bool bDoubt = a.dwCause != CAUSE_ERROR || c.entry == Entry::Mirror || c.entry == Entry::HalogenLamp;
-        EXPECT_EQ(optics.Cached(c.entry), bDoubt ? UNKNOWN : c.iCached + 1);
+        EXPECT_EQ(optics.Cached(c.entry), IsForgotten(c.entry, a.dwCause) ? UNKNOWN : iBefore);
         EXPECT_EQ(c.run(optics.unit), 0U);
         EXPECT_EQ(optics.device.Commands(), (Commands{c.command, c.command}));
       }
     }
-  }
-}
-
-TEST(OpticalUnit, FailedWritesAndStaleAnswers) {
-  for (const CommandCase& c : COMMANDS) {
-    SCOPED_TRACE(c.command);
-    Optics optics;
-    optics.world.ports.writes.Start(1);
-    EXPECT_EQ(c.run(optics.unit), c.dwBase + CAUSE_WRITE);
-    EXPECT_EQ(optics.device.Commands(), Commands{});
-    optics.device.Emit(0, "error\r\n");
-    Sleep(20);
-    EXPECT_EQ(c.run(optics.unit), 0U);
   }
 }
 
@@ -131,7 +124,6 @@ TEST(OpticalUnit, WhatIsRefusedAndWhatIsSentAllTheSame) {
     DWORD dwResult;
     Commands commands;
   } cases[] = {
-      {[](U& u) { return u.SetFilter(8); }, 1, {}},
       {[](U& u) { return u.SetFilter(0xFFFFFFFF); }, 1, {}},
       {[](U& u) { return u.SetMeasurementLength(0); }, 41, {}},
       {[](U& u) { return u.SetMeasurementLength(21); }, 41, {}},
@@ -141,7 +133,6 @@ TEST(OpticalUnit, WhatIsRefusedAndWhatIsSentAllTheSame) {
       {[](U& u) { return u.MoveMonochromator(-1001); }, 111, {}},
       {[](U& u) { return u.SetFan(11); }, 171, {}},
       {[](U& u) { return u.SetTurbidityPower(0); }, 181, {}},
-      {[](U& u) { return u.SetTurbidityPower(4); }, 181, {}},
       // −1 is not taken for the unknown position.
       {[](U& u) { return u.MoveMonochromator(-1); }, 0, {"$M-1"}},
       // The gain of the turbidity channel is compared as it is given.
@@ -161,54 +152,34 @@ TEST(OpticalUnit, WhatIsRefusedAndWhatIsSentAllTheSame) {
 }
 
 TEST(OpticalUnit, HomeSetsPositionLampAndMirror) {
-  Optics optics;
-  for (const CacheEntry entry : {Entry::MonochromatorPosition, Entry::HalogenLamp, Entry::Mirror}) {
-    optics.Cache(entry, 2);
+  const std::pair<Answer, LONG> cases[] = {{{{300, "ok"}}, 0}, {{{300, "error"}}, 2}, {{}, UNKNOWN}};
+  for (const auto& [answer, iPosition] : cases) {
+    Optics optics;
+    optics.device.Script("$z", answer);
+    for (const CacheEntry entry : {Entry::MonochromatorPosition, Entry::HalogenLamp, Entry::Mirror}) {
+      optics.Cache(entry, 2);
+    }
+    EXPECT_EQ(optics.unit.SetHomePosition() == 0, iPosition == 0);
+    EXPECT_EQ(optics.Cached(Entry::MonochromatorPosition), iPosition);
+    EXPECT_EQ(optics.Cached(Entry::HalogenLamp), iPosition == 0 ? 0 : 2);
+    EXPECT_EQ(optics.Cached(Entry::Mirror), iPosition == 0 ? 0 : 2);
   }
-  EXPECT_EQ(optics.unit.SetHomePosition(), 0U);
-  for (const CacheEntry entry : {Entry::MonochromatorPosition, Entry::HalogenLamp, Entry::Mirror}) {
-    EXPECT_EQ(optics.Cached(entry), 0);
-  }
-  optics.device.Script("$z", "error");
-  optics.device.Script("$z", "too long for an answer, and without the word");
-  EXPECT_EQ(optics.unit.SetHomePosition(), 84U);
-  EXPECT_EQ(optics.Cached(Entry::MonochromatorPosition), 0);
-  EXPECT_EQ(optics.unit.SetHomePosition(), 83U);
-  EXPECT_EQ(optics.Cached(Entry::MonochromatorPosition), UNKNOWN);
 }
 
 // ---- firmware version ----
 
-TEST(OpticalUnit, FirmwareVersion) {
+/// What an answer's version is, the corpus of the fuzz target shows.
+TEST(OpticalUnit, FirmwareVersionThatIsNotTold) {
   const std::string chatter(100, '.');
-  struct {
-    const char* what;
-    Answer answer;
-    DWORD dwResult;
-    std::u16string version;
-  } const cases[] = {
-      {"in one piece", {{300, "KESTRA-UV 2.14 ok\r\n"}}, 0, u"KESTRA-UV 2.14 "},
-      {"in pieces, the last beginning with k", {{300, "2."}, {30'000, "14\r\no"}, {30'000, "k"}}, 0, u"2.14\r\n"},
-      {"error is no answer", {{300, "error ok"}}, 0, u"error "},
-      {"no text", {{300, "ok"}}, 0, u""},
-      {"longer than the field", {{300, std::string(40, 'v') + "ok"}}, 0, std::u16string(31, u'v')},
-      {"Windows-1252", {{300, "\xB5\x80 ok"}}, 0, u"µ€ "},
-      {"silence", {}, 202, u"-"},
-      {"a text without end", {{300, "2.14"}}, 202, u"-"},
-      {"chatter", {{300, chatter}, {25 * SECOND, chatter}, {25 * SECOND, chatter}, {25 * SECOND, "ok"}}, 202, u"-"},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.what);
-    Optics optics;
-    optics.device.Script("$v", c.answer);
-    const std::uint64_t nStart = optics.world.board.Now();
-    EXPECT_EQ(optics.unit.ReadFirmwareVersion(), c.dwResult);
-    EXPECT_LE(optics.world.board.Now() - nStart, 61 * SECOND);
-    EXPECT_EQ(std::u16string(optics.state.Lock()->m_Status.szFirmwareVersion), c.version);
-    optics.world.ports.writes.Start(1);
-    EXPECT_EQ(optics.unit.ReadFirmwareVersion(), 205U);
-    EXPECT_EQ(std::u16string(optics.state.Lock()->m_Status.szFirmwareVersion), u"-");
-  }
+  Optics optics;
+  optics.device.Script("$v",
+                       Answer{{300, chatter}, {25 * SECOND, chatter}, {25 * SECOND, chatter}, {25 * SECOND, "ok"}});
+  const std::uint64_t nStart = optics.world.board.Now();
+  EXPECT_EQ(optics.unit.ReadFirmwareVersion(), 202U);
+  EXPECT_LE(optics.world.board.Now() - nStart, 61 * SECOND);
+  optics.world.ports.writes.Start(1);
+  EXPECT_EQ(optics.unit.ReadFirmwareVersion(), 205U);
+  EXPECT_EQ(std::u16string(optics.state.Lock()->m_Status.szFirmwareVersion), u"-");
 }
 
 }  // namespace

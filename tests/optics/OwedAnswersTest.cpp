@@ -17,18 +17,12 @@ TEST(OwedAnswers, EachCommandOfTheSetIsOwedItsAnswer) {
     std::vector<std::string> received;
     bool bOwed;
   } const cases[] = {
-      {{"$d0\r"}, {}, true},
       {{"$d0\r"}, {"err", "or\r\n"}, false},
       {{"$d0\r"}, {std::string(500, '.'), "o", "k"}, false},
-      {{"$d0\r"}, {std::string(500, '.')}, true},
-      {{"$", "z", "\r"}, {}, true},
       {{"$z"}, {}, false},
       {{"$ \r"}, {}, true},
-      {{"$d0\r$f0\r"}, {"ok\r\n"}, true},
       {{"$d0\r", "$f0\r"}, {"ok\r\nok"}, false},
       {{"$a3\r"}, {reading.substr(1)}, true},
-      {{"$a3\r"}, {reading}, false},
-      {{"$a3\r"}, {"error"}, false},
       {{"$i5\r$a3\r$i1\r"}, {"ok\r\n", reading, "ok"}, false},
       {{"$t\r"}, {std::string(95, 't')}, true},
       {{"$s5000\r"}, {"\x01"}, false},
@@ -56,7 +50,7 @@ TEST(OwedAnswers, AnAnswerHasItsTime) {
   owed.Note("$d0\r");
   EXPECT_EQ(owed.Rest(), 10'000U);
   platform::Sleep(4000);
-  owed.Note("$z\r");
+  owed.Note("$z\r$f0\r");
   EXPECT_EQ(owed.Rest(), 56'000U);
   owed.Take("ok");
   EXPECT_EQ(owed.Rest(), 60'000U);
