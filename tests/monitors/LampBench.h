@@ -4,8 +4,6 @@
 
 #include <atomic>
 #include <cstdint>
-#include <functional>
-#include <map>
 #include <mutex>
 #include <string>
 #include <utility>
@@ -22,9 +20,9 @@ namespace photometer::tests {
 
 using Texts = std::vector<std::string>;
 
-/// Keeps the calls about lamp and check with their times in ms ("601000 Ready(1)"), answers the timer's questions, and
-/// runs actions inside calls.
-class LampSink final : public EmptySink {
+/// Keeps the calls about lamp and check with their times in ms ("601000 Ready(1)"), and answers the timer's questions.
+/// The actions of `On` run inside these calls.
+class LampSink final : public RecordingSink {
  private:
   template <class Action>
   auto Locked(const Action& action) const {
@@ -33,6 +31,8 @@ class LampSink final : public EmptySink {
   }
 
  public:
+  using RecordingSink::RecordingSink;
+
   struct Answers {
     BOOL bActive = FALSE;
     LONG iCount = 0;
@@ -42,9 +42,6 @@ class LampSink final : public EmptySink {
 
   void Answer(const Answers& answers) {
     Locked([&] { m_Answers = answers; });
-  }
-  void On(const std::string& text, const std::function<void()>& action) {
-    Locked([&] { m_Actions[text] = action; });
   }
   /// Times count from now on, and the calls so far are forgotten.
   void StartClock(std::uint64_t nMicroseconds) {
@@ -56,24 +53,16 @@ class LampSink final : public EmptySink {
   [[nodiscard]] Texts Calls() const {
     return Locked([&] { return m_Calls; });
   }
-  [[nodiscard]] std::uint64_t StartOfClock() const {
-    return Locked([&] { return m_nStart; });
-  }
-  [[nodiscard]] int Questions() const {
-    return Locked([&] { return m_iQuestions; });
-  }
+  [[nodiscard]] std::uint64_t StartOfClock() const { return m_nStart; }
+  [[nodiscard]] int Questions() const { return m_iQuestions; }
 
   void OnUVLampReady(BOOL bReady) override { Note(bReady ? "Ready(1)" : "Ready(0)"); }
   void OnWavelengthCheckDue() override { Note("CheckDue"); }
-  void OnWarmUpCountdown(DWORD dwSeconds) override { RunAction("Countdown(" + std::to_string(dwSeconds) + ")"); }
   void GetHostActivity(BOOL* pActive, LONG* pCount) override {
-    const Answers answers = Locked([&] {
-      ++m_iQuestions;
-      return m_Answers;
-    });
+    ++m_iQuestions;
+    const Answers answers = Locked([&] { return m_Answers; });
     *pActive = answers.bActive;
     *pCount = answers.iCount;
-    RunAction("GetHostActivity");
   }
   void GetHostBusy(BOOL* pBusy) override {
     *pBusy = Locked([&] { return m_Answers.bBusy; });
@@ -87,75 +76,20 @@ class LampSink final : public EmptySink {
   void Note(const std::string& text) {
     const std::uint64_t nNow = platform::CurrentBoard().GetKernel().GetMicroseconds();
     Locked([&] { m_Calls.push_back(std::to_string((nNow - m_nStart) / 1000) + " " + text); });
-    RunAction(text);
-  }
-  void RunAction(const std::string& text) {
-    const std::function<void()> action = Locked([&] {
-      const auto found = m_Actions.find(text);
-      return found == m_Actions.end() ? std::function<void()>() : found->second;
-    });
-    if (action) {
-      action();
-    }
+    Enter(text);
   }
 
-  // Never held across a call of the layer.
+  // Guards answers and calls; never held across a call of the layer.
   mutable std::mutex m_Mutex;
   Answers m_Answers;
-  std::map<std::string, std::function<void()>> m_Actions;
-  std::uint64_t m_nStart = 0;
-  int m_iQuestions = 0;
   Texts m_Calls;
-};
-
-/// A registry that notes what each write adds ("HalLamp +30"), and whose services can be made to fail.
-class LampRegistry final : public platform::ForwardingRegistry {
- public:
-  using ForwardingRegistry::ForwardingRegistry;
-  std::atomic<bool> bNoKey = false;
-  std::atomic<bool> bNoValue = false;
-  std::atomic<bool> bWriteFails = false;
-
-  [[nodiscard]] Texts Added() const {
-    const std::lock_guard lock(m_Mutex);
-    return m_Added;
-  }
-  /// Of all that was added.
-  [[nodiscard]] DWORD Sum() const {
-    DWORD dwSum = 0;
-    for (const std::string& added : Added()) {
-      dwSum += static_cast<DWORD>(std::stoul(added.substr(added.find('+'))));
-    }
-    return dwSum;
-  }
-  platform::HANDLE OpenKey(const std::u16string& path) override {
-    return bNoKey ? 0 : ForwardingRegistry::OpenKey(path);
-  }
-  std::optional<DWORD> QueryValue(platform::HANDLE key, const std::u16string& name) override {
-    return bNoValue ? std::nullopt : ForwardingRegistry::QueryValue(key, name);
-  }
-  bool SetValue(platform::HANDLE key, const std::u16string& name, DWORD dwValue) override {
-    const DWORD dwAdded = dwValue - ForwardingRegistry::QueryValue(key, name).value_or(0);
-    if (bWriteFails || !ForwardingRegistry::SetValue(key, name, dwValue)) {
-      return false;
-    }
-    const std::lock_guard lock(m_Mutex);
-    m_Added.push_back(platform::WideCharToMultiByte(name) + " +" + std::to_string(dwAdded));
-    return true;
-  }
-
- private:
-  // Never held across a call of the layer.
-  mutable std::mutex m_Mutex;
-  Texts m_Added;
+  std::atomic<std::uint64_t> m_nStart = 0;
+  std::atomic<int> m_iQuestions = 0;
 };
 
 class LampBench {
  public:
-  explicit LampBench(platform::VirtualBoardOptions options = {})
-      : world({std::move(options), {}, nullptr, true}), registry(world.board.GetRegistry()), m_Board(world.tracing) {
-    m_Board.Replace(registry);
-    platform::SetBoard(&m_Board);
+  explicit LampBench(platform::VirtualBoardOptions options = {}) : world({std::move(options), {}, nullptr, true}) {
     sink.SetSink(&host);
     {
       const auto guarded = state.Lock();
@@ -182,7 +116,6 @@ class LampBench {
     link.CloseOpticalPort();
     buffer.CloseDataEvent();
     state.CloseEvents();
-    platform::SetBoard(&world.tracing);
   }
   /// From now on: the n-th tick comes n seconds later.
   void StartTimer() {
@@ -243,11 +176,12 @@ class LampBench {
     EXPECT_TRUE(Cached(CacheEntry::Fan) == world.unit.State().fan || Cached(CacheEntry::Fan) == UNKNOWN);
   }
 
+  /// What was written to the registry: "HalLamp = 30".
+  [[nodiscard]] Texts LampSeconds() const { return world.transcript.Texts("registry"); }
+
   World world;
-  LampRegistry registry;
 
  private:
-  platform::ForwardingBoard m_Board;
   bool m_bStopped = false;
 
   void SleepUntil(DWORD dwMilliseconds) {
@@ -257,7 +191,7 @@ class LampBench {
   }
 
  public:
-  LampSink host;
+  LampSink host{world.board, world.transcript};
   DeviceState state;
   HostSink sink;
   WorkerThreads threads{state};
