@@ -35,18 +35,6 @@ TEST(DeviceState, EventsAreMadeSignalledByAStopAndGivenBack) {
   world.ExpectClean();
 }
 
-TEST(DeviceState, FailedEventLeavesThoseBeforeIt) {
-  for (int n = 1; n <= 5; ++n) {
-    World world;
-    DeviceState state;
-    world.kernel.events.Start(n);
-    EXPECT_FALSE(state.CreateEvents());
-    EXPECT_EQ(world.board.Leftovers().size(), static_cast<std::size_t>(n - 1));
-    state.CloseEvents();
-    world.ExpectClean();
-  }
-}
-
 TEST(DeviceState, PauseHasItsLengthUnlessTheDeviceStops) {
   World world;
   DeviceState state;

@@ -48,24 +48,6 @@ TEST(WorkerThreads, DoesNotWaitForTheCallingThread) {
   bench.pThreads.reset();
 }
 
-TEST(WorkerThreads, ThreadThatCannotBeCreated) {
-  Bench bench;
-  DWORD dwThreadId = 0;
-  const auto start = [&] {
-    return bench.pThreads->Start(
-        "one", [] {}, &dwThreadId);
-  };
-  bench.world.kernel.threads.Start(1);
-  EXPECT_FALSE(start());
-  bench.state.RaiseStop();
-  EXPECT_FALSE(start()) << "nobody would wait for it";
-  EXPECT_EQ(dwThreadId, 0U);
-  bench.state.ClearStop();
-  EXPECT_TRUE(start());
-  EXPECT_NE(dwThreadId, 0U);
-  EXPECT_TRUE(bench.pThreads->WaitUntilEnded(1000));
-}
-
 TEST(WorkerThreads, ThreadKeepsTheOwnerAlive) {
   Bench bench;
   auto pOwner = std::make_shared<int>(1);
