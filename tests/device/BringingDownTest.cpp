@@ -147,42 +147,5 @@ TEST(BringingDown, CommandThatOvertakesTheSwitchOffIsSwitchedOffAgain) {
   CloseHandle(hWriting);
 }
 
-/// The host switches the halogen lamp on by its own bytes.
-void WriteLampOn(Device& device) {
-  constexpr BYTE LAMP_ON[] = {'$', 'h', '1', '\r'};
-  EXPECT_EQ(device->WriteOpticalPort(LAMP_ON, sizeof(LAMP_ON)), S_OK);
-}
-
-TEST(BringingDown, BytesOfTheHostNeverFollowTheSwitchOff) {
-  for (const Policy policy : {Policy::FirstCome, Policy::Random}) {
-    for (std::uint64_t nPoint = 1; nPoint <= 16; ++nPoint) {
-      SCOPED_TRACE(nPoint);
-      WorldOptions options;
-      options.board.policy = policy;
-      options.board.seed = nPoint;
-      Bench b(options);
-      ASSERT_TRUE(b.device.StartUp());
-      // A write takes its time, so that `Shutdown` comes before, in and after it.
-      b.world.ports.beforeWrite = [](std::string_view bytes) { Sleep(bytes == "$h1\r" ? 20 : 0); };
-      std::atomic<bool> bDown{false};
-      b.world.board.RunAtPoint(b.world.board.Points() + nPoint, "second host", [&] {
-        EXPECT_EQ(b.device->Shutdown(), S_OK);
-        bDown = true;
-      });
-      WriteLampOn(b.device);
-      while (!bDown) {
-        Sleep(1);
-      }
-      const std::size_t nWritten = b.world.Written().size();
-      EXPECT_TRUE(EndsSwitchedOff(b.world.Written()));
-      WriteLampOn(b.device);
-      b.world.ExpectSwitchedOff();
-      // What came too late does not come at the next start either.
-      EXPECT_TRUE(b.device.StartUp());
-      EXPECT_EQ(b.world.Written().at(nWritten), "$v");
-    }
-  }
-}
-
 }  // namespace
 }  // namespace photometer::tests

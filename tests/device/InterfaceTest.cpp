@@ -9,7 +9,6 @@
 
 #include "photometer/IPhotometer.h"
 #include "photometer/IPhotometerSink.h"
-#include "support/World.h"
 
 namespace photometer::tests {
 namespace {
@@ -64,36 +63,6 @@ TEST(Interface, SlotsOfTheSink) {
 }
 
 #endif
-
-/// Calls an operation of the object by its slot alone.
-template <class Result, class... Arguments>
-Result CallSlot(IPhotometer* pPhotometer, std::size_t nSlot, Arguments... arguments) {
-  void* const* pTable = nullptr;
-  std::memcpy(&pTable, static_cast<const void*>(pPhotometer), sizeof(pTable));
-  using Operation = Result (*)(IPhotometer*, Arguments...);
-  return reinterpret_cast<Operation>(pTable[nSlot])(pPhotometer, arguments...);
-}
-
-TEST(Interface, OperationsAnswerAtTheirNumbers) {
-  World world;
-  IPhotometer* const pPhotometer = CreatePhotometer();
-  ASSERT_NE(pPhotometer, nullptr);
-  EXPECT_EQ(CallSlot<LONG>(pPhotometer, 0), 2);
-  EXPECT_EQ(CallSlot<LONG>(pPhotometer, 1), 1);
-  EXPECT_EQ(CallSlot<LONG>(pPhotometer, 4), -1);
-  CallSlot<void>(pPhotometer, 6, LONG{40});
-  EXPECT_EQ(CallSlot<LONG>(pPhotometer, 5), 40);
-  EXPECT_EQ(CallSlot<DeviceStatus>(pPhotometer, 2).iCuvetteSize, 40);
-  CallSlot<void>(pPhotometer, 16, LONG{2});
-  EXPECT_EQ(CallSlot<PumpInfo>(pPhotometer, 3).m_iOperatingMode, 2);
-  EXPECT_EQ((CallSlot<HRESULT, const PhotometerParameters*, const CalibrationData*>(pPhotometer, 9, nullptr, nullptr)),
-            E_POINTER);
-  EXPECT_EQ(CallSlot<HRESULT>(pPhotometer, 25), E_FAIL);
-  EXPECT_EQ(CallSlot<HRESULT>(pPhotometer, 40), S_OK);
-  EXPECT_EQ(CallSlot<LONG>(pPhotometer, 41), 0);
-  EXPECT_EQ(CallSlot<LONG>(pPhotometer, 1), 0);
-  world.ExpectClean();
-}
 
 }  // namespace
 }  // namespace photometer::tests

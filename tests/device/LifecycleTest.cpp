@@ -116,16 +116,6 @@ TEST(Lifecycle, InitializeWhileAStartUpRuns) {
   }
 }
 
-TEST(Lifecycle, InitializeAfterAFailedStartUp) {
-  Bench b;
-  b.Add({.kind = FaultKind::Error, .letter = 'F', .nth = 1});
-  ASSERT_EQ(b.device.Initialize(), S_OK);
-  ASSERT_TRUE(b.device.WaitUntilNotBusy());
-  EXPECT_FALSE(b.device->GetStatus().bInitialized);
-  EXPECT_EQ(b.world.sink.Count("OnError(0, 4)"), 1U);
-  EXPECT_TRUE(b.device.StartUp());
-}
-
 TEST(Lifecycle, NoUnitOrNoPort) {
   const struct {
     const char* logged;
@@ -173,6 +163,10 @@ TEST(Lifecycle, ShutdownSwitchesOffAndIsHarmlessAtAnyTime) {
   EXPECT_EQ(b.device->Shutdown(), S_OK) << "again";
   EXPECT_EQ(b.device->CancelMeasurement(), E_FAIL);
   EXPECT_EQ(b.device->GetCuvetteState(), 0);
+  constexpr BYTE LAMP_ON[] = {'$', 'h', '1', '\r'};
+  EXPECT_EQ(b.device->WriteOpticalPort(LAMP_ON, sizeof(LAMP_ON)), S_OK);
+  EXPECT_TRUE(b.device.StartUp());
+  EXPECT_EQ(From(b.world.Written(), nBefore + SWITCH_OFF.size(), 2), (Commands{"$v", "$o1"})) << "lost, not put off";
 }
 
 TEST(Lifecycle, NothingStartsOnceAShutdownHasBegun) {
@@ -250,8 +244,7 @@ TEST(Lifecycle, NotFromACallback) {
 }
 
 TEST(Lifecycle, LastReleaseFromACallbackIsCarriedOutAfterIt) {
-  for (const char* callback : {"OnNotify(0, 10, 0)", "OnNotify(0, 4, 50)", "OnReferenceValues", "OnNotify(0, 39, 0)",
-                               "OnCuvetteChanged(10)", "QueryCuvetteWait()"}) {
+  for (const char* callback : {"OnNotify(0, 10, 0)", "OnReferenceValues", "OnCuvetteChanged(10)"}) {
     SCOPED_TRACE(callback);
     Bench b;
     std::atomic<bool> bReleased{false};
@@ -263,20 +256,12 @@ TEST(Lifecycle, LastReleaseFromACallbackIsCarriedOutAfterIt) {
       bReleased = true;
     });
     ASSERT_EQ(b.device.Initialize(), S_OK);
-    Sleep(2000);
-    if (!bReleased) {
-      b.world.holder.Insert(10, b.world.board.Now());
-    }
-    for (int i = 0; i < 600 && !bReleased; ++i) {
-      Sleep(100);
-      if (std::string(callback) != "OnCuvetteChanged(10)") {
-        b.world.holder.Remove(b.world.board.Now());
-      }
-    }
+    Sleep(60'000);
+    b.world.holder.Insert(10, b.world.board.Now());
+    Sleep(3000);
     ASSERT_TRUE(bReleased);
     b.device.Forget();
     EXPECT_TRUE(bAliveInCallback);
-    Sleep(3000);
     EXPECT_NE(b.world.board.DebugText().find(u"Destructed"), std::u16string::npos);
     b.world.ExpectSwitchedOff();
   }

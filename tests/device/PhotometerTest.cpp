@@ -39,15 +39,6 @@ TEST(Photometer, CannotBeMadeWithoutAnEvent) {
   world.ExpectClean();
 }
 
-TEST(Photometer, StateAfterConstruction) {
-  Bench b;
-  const DeviceStatus status = b.device->GetStatus();
-  EXPECT_EQ(status.bUVLampOn + status.bInitialized + status.bBusy + status.bCancel + status.bSipperDetected, 0);
-  EXPECT_EQ(status.szFirmwareVersion[0], u'\0');
-  EXPECT_EQ(status.iCuvetteSize, 0);
-  EXPECT_EQ(b.device->GetPumpInfo().m_iOperatingMode, 0);
-}
-
 // ---- the small operations ----
 
 TEST(Photometer, ResultsOfTheSmallOperations) {
