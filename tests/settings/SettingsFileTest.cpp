@@ -93,10 +93,8 @@ TEST_F(SettingsFileTest, HostileFilesHaveADefinedResult) {
     std::string manufacturer;
   } cases[] = {
       {"no line end", m_strNew.substr(0, m_strNew.size() - 1), 0, S_OK, "New"},
-      {"nothing", "", 0, E_FAIL, "before"},
       {"one line of a gigabyte", "Manufacturer=", std::uintmax_t{1} << 30U, E_FAIL, "before"},
       {"a line as long as a file may be", "Manufacturer=", 16U << 20U, E_FAIL, ""},
-      {"nothing but separators", std::string(1U << 20U, '='), 0, E_FAIL, "before"},
       {"zero bytes in a key", std::string("Manufac\0turer=no\nManufacturer=yes\n", 34), 0, E_FAIL, "yes"},
       {"a million entries, cut to whole ones", m_strNew + entries + "\n", 0, E_FAIL, "New"},
       {"byte order mark", "\xEF\xBB\xBF" + m_strNew, 0, E_FAIL, "New"},
@@ -117,19 +115,13 @@ TEST_F(SettingsFileTest, HostileFilesHaveADefinedResult) {
   }
 }
 
+/// A record that no file has given; those that one has given are the fuzz target's.
 TEST_F(SettingsFileTest, WhatWasWrittenReadsBackToTheSameBytes) {
-  const double dInfinity = std::numeric_limits<double>::infinity();
   m_settings.Manufacturer.assign(700, u'\u20AC');
-  m_settings.Model = u" = ;,\u00FC\u0081";
-  m_settings.SN.clear();
   m_settings.F0 = std::numeric_limits<double>::quiet_NaN();
-  m_settings.F1 = -dInfinity;
-  m_settings.F2 = 1e300;
-  m_settings.Peak1 = -0.01;
-  m_settings.HalogenMin = std::numeric_limits<LONG>::min();
+  m_settings.F1 = -std::numeric_limits<double>::infinity();
   m_settings.StartPoints.assign(100, {-345.25, 1e9});
   m_settings.TurbCalRef.assign(49, {1, 2});
-  m_settings.ZeroCalibrationDT = {65535, 0, 99, 0, 65535};
   ASSERT_EQ(WriteSettings(&m_settings), S_OK);
   const std::string written = m_folder.Read(FileName);
 
