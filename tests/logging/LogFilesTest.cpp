@@ -1,13 +1,12 @@
 #include <functional>
 #include <string>
-#include <utility>
-#include <vector>
 
 #include <gtest/gtest.h>
 
 #include "logging/LogFiles.h"
-#include "platform/Forwarding.h"
 #include "platform/Platform.h"
+#include "platform/TracingBoard.h"
+#include "platform/Transcript.h"
 #include "platform/virtual/VirtualBoard.h"
 
 namespace photometer {
@@ -15,34 +14,16 @@ namespace {
 
 using platform::SetBoard;
 
-const std::string Stamp = "17.11.2026 22:49:44 |  ";
+const std::string Stamp = "07.02.2026 03:04:05 |  ";
 const std::string Separator(80, ':');
 const std::string Lost = "(no file)";
 constexpr const char16_t* Folder = u"\\NANDFlash\\Logging";
 constexpr const char16_t* Card = u"\\SDMemory";
 constexpr std::size_t Limit = 1048576;
 
-/// A board whose files can refuse to be copied, and that counts what is appended.
-class WatchedFiles final : public platform::ForwardingFiles {
- public:
-  using ForwardingFiles::ForwardingFiles;
-
-  bool Append(const std::u16string& path, std::string_view bytes) override {
-    m_Appended.emplace_back(bytes);
-    return ForwardingFiles::Append(path, bytes);
-  }
-  bool Copy(const std::u16string& from, const std::u16string& to) override {
-    return m_bCopies && ForwardingFiles::Copy(from, to);
-  }
-
-  std::vector<std::string> m_Appended;
-  bool m_bCopies = true;
-};
-
 class LogFilesTest : public testing::Test {
  protected:
-  LogFilesTest() : m_Files(m_VirtualBoard.GetFiles()), m_Board(m_VirtualBoard) {
-    m_Board.Replace(m_Files);
+  LogFilesTest() {
     SetBoard(&m_Board);
     m_VirtualBoard.MakeFolder(Folder);
     m_VirtualBoard.MakeFolder(Card);
@@ -57,9 +38,9 @@ class LogFilesTest : public testing::Test {
     return content;
   }
 
-  platform::VirtualBoard m_VirtualBoard{{.startTime = {2026, 11, 2, 17, 22, 49, 44, 0}}};
-  WatchedFiles m_Files;
-  platform::ForwardingBoard m_Board;
+  platform::VirtualBoard m_VirtualBoard{{.startTime = {2026, 2, 6, 7, 3, 4, 5, 6}}};
+  platform::Transcript m_Transcript;
+  platform::TracingBoard m_Board{m_VirtualBoard, m_Transcript};
 };
 
 TEST_F(LogFilesTest, WritesEachLineByteForByte) {
@@ -95,18 +76,6 @@ TEST_F(LogFilesTest, WritesEachLineByteForByte) {
   }
 }
 
-TEST_F(LogFilesTest, StampsHaveTwoDigitsEach) {
-  platform::VirtualBoard early{{.startTime = {2027, 1, 6, 2, 3, 4, 5, 6}}};
-  early.MakeFolder(Card);
-  SetBoard(&early);
-  std::string line = "old";
-  FormatLogTimeStamp(&line);
-  EXPECT_EQ(line, "02.01.2027 03:04:05 |  ");
-  ReportError("A", "B", 1);
-  EXPECT_EQ(Content(ErrorListPath), "02.01.2027 03:04;1.16.1;001;[A] B returned 1\n");
-  SetBoard(&m_Board);
-}
-
 TEST_F(LogFilesTest, MirrorsOnlyWhenAskedAndUnchanged) {
   LogPhotometerW(u"quiet", FALSE);
   LogPhotometerW(u"100 %s Ω\n\r", TRUE);
@@ -121,19 +90,17 @@ TEST_F(LogFilesTest, ReportsErrorsInBothFiles) {
     int iError;
     std::string number, message;
   } cases[] = {
-      {"Pump", "UpdatePumpParProc", 613, "613", "[Pump] UpdatePumpParProc returned 613"},
       {"ScanProc", "SetFilter", 42, "042", "[ScanProc] SetFilter returned 42"},
       {"Measure", "", 12345, "12345", "[Measure]  returned 12345"},
       {"Measure", "%n;x", -5, "-05", "[Measure] %n;x returned -5"},
       {longName, "SetFilter", 1, "001", "[" + std::string(258, 'n')},
-      {"A", longName, 1, "001", "[A] " + std::string(255, 'n')},
   };
   for (const auto& c : cases) {
-    m_Files.m_Appended.clear();
+    m_Transcript.Clear();
     ReportError(c.procedure, c.detail, c.iError);
     EXPECT_EQ(Take(DeviceLogPath), Stamp + c.message + "\n");
-    EXPECT_EQ(Take(ErrorListPath), "17.11.2026 22:49;1.16.1;" + c.number + ";" + c.message + "\n");
-    EXPECT_EQ(m_Files.m_Appended.size(), 2U) << "each line is one write";
+    EXPECT_EQ(Take(ErrorListPath), "07.02.2026 03:04;1.16.1;" + c.number + ";" + c.message + "\n");
+    EXPECT_EQ(m_Transcript.Texts("log").size(), 2U) << "each line is one write";
   }
 }
 
@@ -147,7 +114,7 @@ TEST_F(LogFilesTest, LosesOnlyTheLineWhosePlaceIsMissing) {
   m_VirtualBoard.SetDiskFull(Folder, true);
   ReportError("Pump", "Pump", 502);
   m_VirtualBoard.SetDiskFull(Folder, false);
-  EXPECT_EQ(Take(ErrorListPath), "17.11.2026 22:49;1.16.1;502;[Pump] Pump returned 502\n");
+  EXPECT_EQ(Take(ErrorListPath), "07.02.2026 03:04;1.16.1;502;[Pump] Pump returned 502\n");
   LogPhotometer("kept");
   EXPECT_EQ(Content(DeviceLogPath), Stamp + "kept\n");
 }
@@ -158,15 +125,14 @@ TEST_F(LogFilesTest, BacksUpFromTheLimitWhatCanBeCopied) {
     const char16_t* log;
     std::size_t nBytes;
     const char16_t* backup;
-    bool bCopies;
+    bool bFull;
     bool bMoved;
   } cases[] = {
-      {u"Photometer.log", Limit, u"Photometer.bak", true, true},
-      {u"Photometer.log", Limit - 1, u"Photometer.bak", true, false},
-      {u"Photometer.log", Limit, u"Photometer.bak", false, false},
-      {u"Roboter.2.log", Limit + 1, u"Roboter.2.bak", true, true},
-      {u"Photometer", Limit, u"Photometer.bak", true, false},
-      {u"Photometer.bak", Limit, u"Photometer.log", true, false},
+      {u"Photometer.log", Limit - 1, u"Photometer.bak", false, false},
+      {u"Photometer.log", Limit, u"Photometer.bak", true, false},
+      {u"Roboter.2.log", Limit + 1, u"Roboter.2.bak", false, true},
+      {u"Photometer", Limit, u"Photometer.bak", false, false},
+      {u"Photometer.bak", Limit, u"Photometer.log", false, false},
   };
   for (const auto& c : cases) {
     const std::string bytes(c.nBytes, 'b');
@@ -174,8 +140,9 @@ TEST_F(LogFilesTest, BacksUpFromTheLimitWhatCanBeCopied) {
     const std::u16string backup = folder + c.backup;
     platform::ReplaceFileW(log.c_str(), bytes);
     platform::ReplaceFileW(backup.c_str(), "old backup");
-    m_Files.m_bCopies = c.bCopies;
+    m_VirtualBoard.SetDiskFull(Folder, c.bFull);
     BackupLogFile(log.c_str(), LogBackupLimit);
+    m_VirtualBoard.SetDiskFull(Folder, false);
     EXPECT_TRUE(Take(log.c_str()) == (c.bMoved ? Lost : bytes)) << c.nBytes;
     EXPECT_TRUE(Take(backup.c_str()) == (c.bMoved ? bytes : "old backup")) << c.nBytes;
   }
