@@ -1,6 +1,7 @@
 #include <cmath>
 #include <sstream>
 
+#include <CLI/CLI.hpp>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
