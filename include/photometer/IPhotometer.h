@@ -1,26 +1,43 @@
 /// The host interface of the photometer library.
 ///
-/// **Calling order.** `CreatePhotometer`; `SetSink`; `Initialize`, which returns while the start-up self-test runs and
-/// reports through `OnNotify` (last 43 with value 1, then 39); when `GetStatus().bInitialized` is 1 and `bBusy` is 0,
-/// any number of start operations, one at a time; `Shutdown`; `Release`. After `Shutdown`, `Initialize` may follow
-/// again. The small operations may be called at any time after `CreatePhotometer`.
+/// **Calling order.** `CreatePhotometer`; `SetSink`; `Initialize`, which returns while the start-up self-test runs;
+/// when that has ended and `GetStatus().bInitialized` is 1, any number of start operations, one at a time; `Shutdown`;
+/// `Release`. After `Shutdown`, `Initialize` may follow again. The small operations may be called at any time after
+/// `CreatePhotometer`.
 ///
-/// **Ends of a run.** A run ends with exactly one of `OnNotify` 17 (finished) and 18 (cancelled), or with `OnError`,
-/// or, when a pump failed, with neither. 17 and 18 come before `bBusy` is cleared: start the next run when `bBusy` is
-/// 0.
+/// **Ends of a run.** A run is over when `GetStatus().bBusy` is 0: start the next one then. What it tells of its end
+/// (numbers are codes of `OnNotify`, all of them described there):
+///
+///     measurement, spectrum        17 (finished), 18 (cancelled) or `OnError`
+///     timed series, turbidity      17, 18, `OnError`, or both of these: an error after a cancel
+///     wavelength check             17, 18, or `OnError` twice: with request id 0, then with that of the request
+///     system check, holmium scan   17 or `OnError`
+///     start-up                     11, or `OnError` and 12; when no longer busy, 43 with value 1 and then 39
+///     wavelength test              `OnError` if it failed; when no longer busy, 43 with 1 and then 30 or 35
+///     warm-up of `SetUVLamp`       nothing: `GetUVLampState` is 1 when the lamp is lit
+///
+/// All but those last codes of start-up and wavelength test come before `bBusy` is cleared. A run whose pump cycle
+/// failed, and one that `Shutdown` ends, tells none of them. `OnError` with 541 to 545 is no end: it belongs to
+/// `UpdatePumpParameters`.
 ///
 /// **Results.** Operations return 0 or one of the codes of Types.h. Instrument errors of the procedures are numbers of
 /// their own; they arrive through `OnError` and `OnPumpError`. No exception crosses the interface.
 ///
 /// **Threads.** All operations may be called from any thread, and all but `Initialize` and `Shutdown` also from within
-/// a callback. `Initialize`, `Shutdown` and `OpenSipperPort` take turns. `Initialize` blocks while it reads the
-/// firmware version (up to 60 s without a unit; `Shutdown` from another thread ends the wait). `Shutdown` returns
-/// within about 3 s, whatever runs. All other operations return at once.
+/// a callback. All return at once, but these:
+///
+/// - `Initialize` blocks while it reads the firmware version: 60 s without a unit. Answers that are still owed to an
+///   earlier `Shutdown` or `WriteOpticalPort` are waited for before: until 10 s have passed without one, 60 s where a
+///   motion was asked for. `Shutdown` from another thread ends all these waits.
+/// - `Shutdown`, and the last `Release`, return within about 3 s, whatever runs.
+/// - `OpenSipperPort` takes turns with both, and so waits for an `Initialize` in progress.
+/// - `SetUVLamp` with a session calls the host, after a callback that runs has returned: hold no lock that a callback
+///   takes.
 ///
 /// **Ownership.** The object belongs to the library; its host owns one reference from `CreatePhotometer` on and gives
-/// it back with `Release`. The sink belongs to the host: it must live until `Shutdown` has returned, or until no
-/// callback can be running any more. Records given to the device are copied before the operation returns. If a callback
-/// blocks for longer than `Shutdown` waits, the library must stay loaded until it has returned.
+/// it back with `Release`. The sink belongs to the host: it must live until `Shutdown` has returned, and until a
+/// callback that outlasted it has; so long the library must stay loaded, too. Records given to the device are copied
+/// before the operation returns.
 ///
 /// **Binary interface.** The order of the operations is that of the virtual table. Strings and lists cross the boundary
 /// as those of libstdc++ (new ABI, without debug mode): host and library must agree on it.
