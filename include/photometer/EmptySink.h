@@ -5,6 +5,7 @@
 
 namespace photometer {
 
+/// Hears nothing, and answers every question with what it finds; `QueryCuvetteWait` with 0.
 class EmptySink : public IPhotometerSink {
  public:
   void OnNotify(DWORD, DWORD, DWORD) override {}

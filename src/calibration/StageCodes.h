@@ -1,5 +1,5 @@
-/// The stages of the self-tests, as codes of `OnNotify`: for the host's display, with a value in per cent unless it
-/// says otherwise. `NOTIFY_PROGRESS` of the procedures has the number of the wavelength test's progress.
+/// The stages of the self-tests, as codes of `OnNotify`; photometer/IPhotometerSink.h has their values and meaning.
+/// `NOTIFY_PROGRESS` of the procedures has the number of the wavelength test's progress.
 #pragma once
 
 #include "photometer/Types.h"
@@ -11,14 +11,12 @@ namespace photometer {
 inline constexpr DWORD WAVELENGTH_TEST = 4;
 /// Value: 100; 0 in the wavelength test on request.
 inline constexpr DWORD WAVELENGTH_TEST_PASSED = 5;
-/// The start-up gave up its wavelength test (100), or the wavelength test on request failed (0).
 inline constexpr DWORD WAVELENGTH_TEST_FAILED = 6;
 /// Also 0 when the wavelength test on request failed.
 inline constexpr DWORD ZERO_MEASUREMENT = 7;
 /// Value: the `CuvetteCaller`.
 inline constexpr DWORD REMOVE_CUVETTE = 31;
 inline constexpr DWORD CUVETTE_REMOVED = 32;
-/// Value 0 at the beginning, 1 at the end.
 inline constexpr DWORD SELF_TEST_RUNNING = 43;
 
 // ---- the start-up ----
@@ -29,11 +27,10 @@ inline constexpr DWORD LAMP_TEST_FAILED = 3;
 inline constexpr DWORD ZERO_MEASUREMENT_DONE = 8;
 inline constexpr DWORD START_UP = 10;
 inline constexpr DWORD START_UP_PASSED = 11;
-/// Value: the result.
 inline constexpr DWORD START_UP_FAILED = 12;
 inline constexpr DWORD START_UP_ENDED = 39;
 
-// ---- the wavelength test on request; value 0 ----
+// ---- the wavelength test on request ----
 
 inline constexpr DWORD TEST_BEGINS = 29;
 inline constexpr DWORD TEST_PASSED = 30;
