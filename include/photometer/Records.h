@@ -19,15 +19,17 @@ struct DeviceStatus {
   BOOL bUVLampOn;
   /// 1 after a successful start-up or wavelength test, 0 after a failed one and after `Shutdown`.
   BOOL bInitialized;
-  /// 1 while a procedure owns the optical unit.
+  /// 1 while a procedure owns the optical unit: a run, start-up, wavelength test or warm-up.
   BOOL bBusy;
-  /// 1 while a cancel waits to be noticed by the running procedure.
+  /// 1 from a cancel to the end of the running procedure.
   BOOL bCancel;
-  /// Firmware version of the optical unit, zero-terminated; "-" until it has been read.
+  /// Firmware version of the optical unit, zero-terminated. Empty before the first `Initialize`, "-" until it has been
+  /// read.
   char16_t szFirmwareVersion[32];
   /// 1 when a sipper pump has announced itself or the host said so.
   BOOL bSipperDetected;
-  /// Tick of the end of the last procedure or of the last `ResetActivityTime`.
+  /// Tick of the last activity: results told, the deuterium lamp switched by a run, the end of a procedure, a reminder
+  /// of the wavelength check, `ResetActivityTime`.
   DWORD dwLastActivityTick;
   /// Code of the inserted cuvette: 0 none, 10, 14, 20, 40 or 50 (mm).
   LONG iCuvetteSize;
@@ -79,7 +81,7 @@ static_assert(sizeof(PhotometerParameters) == 120 && offsetof(PhotometerParamete
 struct CalibrationData {
   /// Expected peak of the built-in holmium oxide filter, nm.
   double dReferencePeak;
-  /// Wavelength below which the deuterium lamp serves, nm.
+  /// Wavelength below which the deuterium lamp serves, nm: written to the log, not used. Each request has its own.
   double LampSwitchingPoint;
   /// Reference range, nm: written to the log, not used.
   LONG RefMaxWL;
@@ -130,21 +132,32 @@ struct PumpInfo {
   std::string m_strSipperRunTime;
 };
 
-/// One reading, delivered in lists (`OnResult`).
+/// One record of the lists of `OnResult`. The fields tell what a measurement puts there; other runs put:
+///
+///     run               dwTag           dwPosition          dWavelength      dValue, dValueRef   dTurbidity
+///     spectrum          request id      the same            the same         the same, never 0   −1
+///       its turbidity   1 low, 2 high   of the last point   860              1, 1                reading
+///     holmium scan      request id      without correction  0                absorbance, 0       0
+///     timed series      cycle, from 0   the same            cycle's minutes  the same            0
+///     turbidity         m_dwTag1, 2     0                   860              1, 1                reading
+///     wavelength check  0               0                   peak as found    0, 0                0
+///
+/// A spectrum's channel without light has 1. The absorbance is that of the filter against the open position.
 struct MeasureValue {
   /// The request's tag of this wavelength.
   DWORD dwTag;
-  /// Position of the monochromator, steps, correction included.
+  /// Position of the monochromator, steps, correction included. Signed in truth.
   DWORD dwPosition;
-  /// Wavelength, nm. In a kinetics run: time of the cycle, minutes.
+  /// Wavelength, nm.
   double dWavelength;
   /// Sample channel, light minus dark, counts.
   double dValue;
   /// Reference channel, light minus dark, counts.
   double dValueRef;
-  /// Reading of the turbidity channel, or 0.
+  /// Reading of the turbidity channel, counts; 0 when none was asked for.
   double dTurbidity;
-  /// Code of the inserted cuvette, or 0 when it was not asked for.
+  /// Code of the inserted cuvette. Spectrum and timed series: as it was at their beginning. 0 when a measurement's
+  /// request did not ask for it, and in all other runs.
   LONG iCuvetteSize;
 };
 static_assert(sizeof(MeasureValue) == 48 && offsetof(MeasureValue, dWavelength) == 8 &&

@@ -1,5 +1,6 @@
 /// The requests of the start operations. The first field of each is the host's own number of the request, passed back
-/// in the callbacks of that run. Wavelengths are nanometres; a value that is not a finite number is refused.
+/// in the callbacks of that run. Wavelengths are nanometres; a value that is not a finite number is refused. "The
+/// instrument's range" is `HalogenMin`, or with `bUV` `UVMin`, to `HalogenMax`.
 #pragma once
 
 #include <vector>
@@ -32,12 +33,12 @@ struct MeasureRequest {
 /// A spectrum (`StartScan`).
 struct ScanRequest {
   DWORD m_dwRequestId;
-  /// First and last wavelength; the last is greater.
+  /// First and last wavelength, within the instrument's range; the last is greater.
   double m_dStartWavelength;
   double m_dEndWavelength;
   /// Boundary between the deuterium and the halogen segments: `HalogenMin` to `UVMax`.
   double m_dLampSwitchingPoint;
-  /// 0 automatic, 1 halogen lamp, 2 deuterium lamp for all segments.
+  /// 0 automatic, 1 halogen lamp, 2 (only with `bUV`) deuterium lamp for all segments.
   DWORD m_dwLampMode;
   /// Not 0: one point per ten positions (1 nm); 0: one point per position (0.1 nm).
   BOOL m_bStep1nm;
@@ -52,6 +53,7 @@ struct KineticsRequest {
   DWORD m_dwDuration;
   /// From the start of one cycle to the start of the next, s; 0: back to back.
   DWORD m_dwInterval;
+  /// Within the instrument's range.
   double m_dWavelength;
   /// Below this wavelength the deuterium lamp serves.
   double m_dLampSwitchingPoint;
