@@ -117,8 +117,9 @@ HRESULT SetDefaultSettings(InstrumentSettings* pSettings);
 /// should hold the wavelengths wanted, for instance those of `SetDefaultSettings`.
 /// @param pSettings  the record; its values remain, where the file has none, also when the result is `E_FAIL`
 /// @param pbZerosChanged  may be null; 1 when `Zeros` of the file had another number of entries than the record, else 0
-/// @return 0 when each key, `WavelengthTest` apart, was there once; `E_FAIL` when one is missing or there twice, the
-/// file cannot be read, or the record is null; the debug output then has a message
+/// @return 0 when the file has as many lines of known keys as there are keys, `WavelengthTest` apart (a key that is
+/// there twice makes up for a missing one); `E_FAIL` otherwise, when the file cannot be read, and for a null record:
+/// the debug output then has a message
 HRESULT ReadSettings(InstrumentSettings* pSettings, BOOL* pbZerosChanged = nullptr);
 
 /// Writes the file whole: whatever happens meanwhile, a power cut too, the old or the new file stands. What was written

@@ -32,8 +32,8 @@ const SettingsKey* FindSettingsKey(std::string_view name);
 /// Stores the line's value in the key's field. True when `Zeros` were merged instead of replaced.
 bool ReadSettingsValue(const SettingsKey& key, const SettingsLine& line, InstrumentSettings* pSettings);
 
-/// Reads all lines into the record. True when each counted key was there once. `pbZerosChanged` becomes true when
-/// `Zeros` were merged, and is left alone otherwise.
+/// Reads all lines into the record. True when there were as many lines of counted keys as there are such keys.
+/// `pbZerosChanged` becomes true when `Zeros` were merged, and is left alone otherwise.
 bool ReadSettingsText(std::string_view text, InstrumentSettings* pSettings, bool* pbZerosChanged);
 
 /// The value of a key as the file has it, cut to what a reader takes of its line: a list after a whole entry.
