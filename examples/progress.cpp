@@ -72,7 +72,7 @@ void WaitAndCancelOnRequest(photometer::IPhotometer& device) {
   }
 }
 
-// The start-up cannot be cancelled. Who does not want to wait for it shuts the device down.
+// A start-up that is cancelled has failed. Who does not want to wait for it shuts the device down.
 bool StartUp(photometer::IPhotometer& device) {
   const photometer::InstrumentSettings settings = example::LoadSettings();
   const photometer::PhotometerParameters params = example::ParametersOf(settings);

@@ -27,10 +27,7 @@ RunOptions Quiet() {
 bool IsUnseen(const SiteName& site, const Violation& violation) {
   const bool bLamps = violation.property == "halogen lamp off" || violation.property == "all off after Shutdown";
   const bool bRecords = violation.property == "one error record";
-  // A program that does not know its own place puts its settings elsewhere.
-  const bool bSettings = violation.property == "whole settings";
-  return (site.call == LayerCall::GetModuleFileNameW && bSettings) || (site.call == LayerCall::WriteFile && bLamps) ||
-         (site.call == LayerCall::AppendFileW && bRecords);
+  return (site.call == LayerCall::WriteFile && bLamps) || (site.call == LayerCall::AppendFileW && bRecords);
 }
 
 class SiteRuns {

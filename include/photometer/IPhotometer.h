@@ -21,7 +21,8 @@
 /// `UpdatePumpParameters`.
 ///
 /// **Results.** Operations return 0 or one of the codes of Types.h. Instrument errors of the procedures are numbers of
-/// their own; they arrive through `OnError` and `OnPumpError`. No exception crosses the interface.
+/// their own; they arrive through `OnError` and `OnPumpError`. No exception crosses the interface but that of a
+/// process without memory (`std::bad_alloc`); `CreatePhotometer` answers null to that.
 ///
 /// **Threads.** All operations may be called from any thread, and all but `Initialize` and `Shutdown` also from within
 /// a callback. All return at once, but these:
@@ -150,7 +151,8 @@ class IPhotometer {
   virtual HRESULT WriteExternalPort(const BYTE* pData, DWORD dwLength) = 0;
   /// Starts a measurement. State lock.
   virtual HRESULT StartMeasure(const MeasureRequest* pRequest) = 0;
-  /// Starts a spectrum. E_ACCESSDENIED when busy or not initialised. State lock.
+  /// Starts a spectrum. E_ACCESSDENIED when busy or not initialised; E_INVALIDARG also for a range that the polynomial
+  /// gives no wavelengths for. State lock.
   virtual HRESULT StartScan(const ScanRequest* pRequest) = 0;
   /// Starts a holmium oxide scan. State lock.
   virtual HRESULT StartHolmiumOxideScan(const HolmiumOxideScanRequest* pRequest) = 0;

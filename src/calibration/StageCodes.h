@@ -9,10 +9,8 @@ namespace photometer {
 // ---- stages that the start-up and the wavelength test share ----
 
 inline constexpr DWORD WAVELENGTH_TEST = 4;
-/// Value: 100; 0 in the wavelength test on request.
 inline constexpr DWORD WAVELENGTH_TEST_PASSED = 5;
 inline constexpr DWORD WAVELENGTH_TEST_FAILED = 6;
-/// Also 0 when the wavelength test on request failed.
 inline constexpr DWORD ZERO_MEASUREMENT = 7;
 /// Value: the `CuvetteCaller`.
 inline constexpr DWORD REMOVE_CUVETTE = 31;

@@ -4,10 +4,10 @@
 #include "device/Photometer.h"
 
 photometer::IPhotometer* CreatePhotometer() {
-  if (!photometer::platform::OpenDefaultBoard()) {
-    return nullptr;
-  }
   try {
+    if (!photometer::platform::OpenDefaultBoard()) {
+      return nullptr;
+    }
     auto pPhotometer = std::make_unique<photometer::Photometer>();
     if (!pPhotometer->IsUsable()) {
       return nullptr;

@@ -14,11 +14,14 @@ constexpr std::u16string_view FileName = u"\\settings.cfg";
 /// A file of the store has some 3 KiB; the bound only keeps a foreign one from filling the memory.
 constexpr std::size_t FileLimit = 16U * 1024 * 1024;
 
-std::u16string SettingsPath() {
+/// None while the board does not tell where the program is: settings anywhere else would be those of nobody.
+std::optional<std::u16string> SettingsPath() {
   const std::u16string program = platform::GetModuleFileNameW();
   const std::size_t nDirectory = program.rfind(u'\\');
-  std::u16string path = nDirectory == std::u16string::npos ? std::u16string() : program.substr(0, nDirectory);
-  return path.append(FileName);
+  if (nDirectory == std::u16string::npos) {
+    return std::nullopt;
+  }
+  return program.substr(0, nDirectory).append(FileName);
 }
 
 PointList DefaultList(ListRule rule) {
@@ -46,8 +49,8 @@ struct DefaultSetter {
 
 /// True when the file could be read and is complete.
 bool ReadFileInto(InstrumentSettings& settings, bool& bZerosChanged) {
-  const std::u16string path = SettingsPath();
-  const std::optional<std::string> content = platform::LoadFileW(path.c_str(), FileLimit);
+  const std::optional<std::u16string> path = SettingsPath();
+  const std::optional<std::string> content = path ? platform::LoadFileW(path->c_str(), FileLimit) : std::nullopt;
   return content && ReadSettingsText(*content, &settings, &bZerosChanged);
 }
 
@@ -80,7 +83,8 @@ HRESULT WriteSettings(const InstrumentSettings* pSettings) {
   if (pSettings == nullptr) {
     return E_FAIL;
   }
-  return platform::ReplaceFileW(SettingsPath().c_str(), FormatSettingsText(*pSettings)) ? S_OK : E_FAIL;
+  const std::optional<std::u16string> path = SettingsPath();
+  return path && platform::ReplaceFileW(path->c_str(), FormatSettingsText(*pSettings)) ? S_OK : E_FAIL;
 }
 
 }  // namespace photometer

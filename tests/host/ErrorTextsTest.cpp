@@ -47,7 +47,7 @@ void AddMatches(const std::string& pattern, const std::map<std::string, std::str
 Found NumbersOfTheSources() {
   const auto sources = Sources();
   Found numbers;
-  AddMatches(R"(constexpr PumpDialogue (\w+)\{\w+, (\d+), (\d+), (\d+),)", sources, numbers);
+  AddMatches(R"((\.dwSilence|\.dwTooLong|\.dwWrite) = (\d+))", sources, numbers);
   AddMatches(R"re(\{("\\x02[^"]+"), (\d+)\})re", sources, numbers);
   // Results of procedures are of three digits and more, or below −1; so are times and lengths, which say so.
   Found constants;
@@ -61,7 +61,7 @@ Found NumbersOfTheSources() {
   }
   // Every exchange can end in silence or with a failed write.
   Found bases;
-  AddMatches(R"re(constexpr OpticalCommand \w+\{("\w+"),[^}]*, (\d+)\};)re", sources, bases);
+  AddMatches(R"re(constexpr OpticalCommand \w+\{("\w+"),[^}]*, (\d+)(?:, true)?\};)re", sources, bases);
   AddMatches(R"(constexpr DWORD (BASE_\w+|\w+_BASE) = (\d+);)", sources, bases);
   EXPECT_GE(bases.size(), 19U) << "the command set is no longer found";
   for (const auto& [iBase, place] : bases) {
