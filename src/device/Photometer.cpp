@@ -324,26 +324,30 @@ HRESULT Photometer::StartSystemCheck(const SystemCheckRequest* pRequest) {
   if (!std::isfinite(pRequest->m_dReferencePeak)) {
     return E_INVALIDARG;
   }
-  const auto takeRequest = [=](GuardedState& state) {
-    state.m_SystemCheckRequest = *pRequest;
+  const HRESULT result =
+      StartProcedure({"SystemCheckProc", E_FAIL, [=](GuardedState& state) { state.m_SystemCheckRequest = *pRequest; },
+                      [](Instrument& i) {
+                        SystemCheck(i.state, i.sink, i.unit, i.detectors, i.model, i.peak, i.end).SystemCheckProc();
+                      }});
+  if (result == S_OK) {
     NKDbgPrintfW("  Starting SystemCheckProc...");
-  };
-  return StartProcedure({"SystemCheckProc", E_FAIL, takeRequest, [](Instrument& i) {
-                           SystemCheck(i.state, i.sink, i.unit, i.detectors, i.model, i.peak, i.end).SystemCheckProc();
-                         }});
+  }
+  return result;
 }
 
 HRESULT Photometer::StartWaveLengthTest() {
   NKDbgPrintfW("[Photometer] StartWaveLengthTest() entered...");
-  const auto state = m_Instrument.state.Lock();
-  if (state->m_Status.bBusy || !m_Instrument.model.HasTable() || !m_Instrument.link.IsOpen()) {
-    return E_FAIL;
-  }
-  DWORD dwThreadId = 0;
   const auto run = [](Instrument& i) {
     WavelengthTest(i.state, i.sink, i.unit, i.model, i.spectrum, i.peak, i.zeros, i.end).WaveLengthTestProc();
   };
-  const HRESULT result = ClaimAndStart("WaveLengthTestProc", run, &dwThreadId);
+  DWORD dwThreadId = 0;
+  HRESULT result = E_FAIL;
+  {
+    const auto state = m_Instrument.state.Lock();
+    if (!state->m_Status.bBusy && m_Instrument.model.HasTable() && m_Instrument.link.IsOpen()) {
+      result = ClaimAndStart("WaveLengthTestProc", run, &dwThreadId);
+    }
+  }
   if (result == S_OK) {
     NKDbgPrintfW("[Photometer] ThreadId= [%7x]", dwThreadId);
   }
