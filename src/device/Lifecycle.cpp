@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <string>
 #include <utility>
 
 #include "calibration/StartUp.h"
@@ -50,12 +51,29 @@ class Lifecycle::Turn {
       }
     }
   }
-  ~Turn() { m_pTurns->GiveBack(); }
+  /// Not taken without events, or when the device stops meanwhile: a callback may ask for the turn while `Shutdown` has
+  /// it and waits for the callback's thread.
+  Turn(std::shared_ptr<Turns> pTurns, const DeviceState& state) : m_pTurns(std::move(pTurns)) {
+    const std::array<HANDLE, 2> handles{m_pTurns->hTurn, state.StopEvent()};
+    m_bTaken = handles[1] != 0;
+    while (m_bTaken && m_pTurns->bTaken.exchange(true)) {
+      const DWORD dwResult = WaitForMultipleObjects(2, handles.data(), TURN_LOOK);
+      m_bTaken = !state.IsStopping() && (dwResult == WAIT_OBJECT_0 || dwResult == WAIT_TIMEOUT);
+    }
+  }
+  ~Turn() {
+    if (m_bTaken) {
+      m_pTurns->GiveBack();
+    }
+  }
   Turn(const Turn&) = delete;
   Turn& operator=(const Turn&) = delete;
 
+  [[nodiscard]] bool IsTaken() const { return m_bTaken; }
+
  private:
   std::shared_ptr<Turns> m_pTurns;
+  bool m_bTaken = true;
 };
 
 Lifecycle::Lifecycle(std::shared_ptr<Instrument> pInstrument)
@@ -85,10 +103,10 @@ HRESULT Lifecycle::Initialize(const PhotometerParameters* pParams, const Calibra
     return E_FAIL;
   }
   StartClean(*pCalib);
-  return GoOn() && BringUp() ? S_OK : E_FAIL;
+  return LiftStop() && BringUp() ? S_OK : E_FAIL;
 }
 
-bool Lifecycle::GoOn() {
+bool Lifecycle::LiftStop() {
   m_Instrument.state.ClearStop();
   m_Instrument.sink.OpenGate();
   if (m_iShutdowns == 0) {
@@ -120,7 +138,7 @@ void Lifecycle::StartClean(const CalibrationData& calib) {
   state->m_Status.bCancel = FALSE;
   state->m_Status.bSipperDetected = FALSE;
   state->m_Status.iCuvetteSize = 0;
-  static_cast<UVSession&>(*state) = {};
+  state->EndUVSession();
   PumpInfo pump{};
   pump.m_iOperatingMode = static_cast<LONG>(state->m_Params.dwOperatingMode);
   pump.m_bPumpDisabled = state->m_PumpInfo.m_bPumpDisabled;
@@ -214,29 +232,9 @@ HRESULT Lifecycle::Shutdown() {
 }
 
 LONG Lifecycle::OpenSipperPort() {
-  const std::shared_ptr<Turns> pTurns = m_pTurns;
-  if (!TakeTurnUnlessStopped()) {
-    return 0;
-  }
-  const bool bMayOpen = m_bUp && !m_Instrument.state.IsStopping();
-  const LONG lResult = bMayOpen ? m_Instrument.sipperPort.OpenSipperPort() : 0;
-  pTurns->GiveBack();
-  return lResult;
-}
-
-bool Lifecycle::TakeTurnUnlessStopped() {
-  // A callback may call this while `Shutdown` has the turn and waits for the callback's thread: the stop ends the wait.
-  const std::array<HANDLE, 2> handles{m_pTurns->hTurn, m_Instrument.state.StopEvent()};
-  if (!m_bUp || handles[1] == 0) {
-    return false;
-  }
-  while (m_pTurns->bTaken.exchange(true)) {
-    const DWORD dwResult = WaitForMultipleObjects(2, handles.data(), TURN_LOOK);
-    if (m_Instrument.state.IsStopping() || (dwResult != WAIT_OBJECT_0 && dwResult != WAIT_TIMEOUT)) {
-      return false;
-    }
-  }
-  return true;
+  const Turn turn(m_pTurns, m_Instrument.state);
+  const bool bMayOpen = turn.IsTaken() && m_bUp && !m_Instrument.state.IsStopping();
+  return bMayOpen ? m_Instrument.sipperPort.OpenSipperPort() : 0;
 }
 
 void Lifecycle::ShutdownForRelease() {
@@ -260,11 +258,11 @@ bool Lifecycle::StopAndSwitchOff() {
     bSwitchOffAgain = state->m_Status.bBusy != 0 || m_Instrument.link.IsClaimed();
     state->m_Status.bInitialized = FALSE;
   }
-  SwitchOff();
+  SwitchAllOff();
   return bSwitchOffAgain;
 }
 
-void Lifecycle::SwitchOff() {
+void Lifecycle::SwitchAllOff() {
   m_Instrument.link.SwitchOff();
   m_Instrument.link.WriteOpticalRaw("$ \r");
 }
@@ -277,7 +275,7 @@ bool Lifecycle::TakeDown(bool bSwitchOffAgain, DWORD dwStart) {
   const bool bEnded = m_Instrument.threads.WaitUntilEnded(dwRest) != FALSE;
   m_Instrument.link.AwaitClaims(WRITE_END_LIMIT);
   if (bSwitchOffAgain) {
-    SwitchOff();
+    SwitchAllOff();
   }
   {
     const auto state = m_Instrument.state.Lock();

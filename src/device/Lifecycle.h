@@ -45,8 +45,8 @@ class Lifecycle {
   /// Ends what an earlier `Initialize` left. False: one of its threads does not end.
   bool EndEarlierStart();
   void StartClean(const CalibrationData& calib);
-  /// Threads may run and call the host from now on. False: a `Shutdown` has begun, and they may not.
-  bool GoOn();
+  /// Lets threads run and call the host from now on. False: a `Shutdown` has begun, and they may not.
+  bool LiftStop();
   void LogStart();
   /// From the table to the start-up thread. False: a step failed; what the steps before it made stays.
   bool BringUp();
@@ -57,13 +57,11 @@ class Lifecycle {
   /// Closes the way to the host, wakes all waits and tells the unit to switch everything off. True: a procedure was
   /// running, or the host was writing to the optical port: something may follow the switching off.
   bool StopAndSwitchOff();
-  void SwitchOff();
+  /// What `OpticalLink` switches off, and the motor's current.
+  void SwitchAllOff();
   /// Waits for the threads, until `THREADS_END_LIMIT` after `dwStart`, and gives back what `Initialize` acquired.
   /// False: a thread has not ended.
   bool TakeDown(bool bSwitchOffAgain, DWORD dwStart);
-
-  /// False: the device is not up, or stops, and the turn was not taken.
-  bool TakeTurnUnlessStopped();
 
   std::shared_ptr<Instrument> m_pInstrument;
   Instrument& m_Instrument;
