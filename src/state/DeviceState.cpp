@@ -1,7 +1,5 @@
 #include "state/DeviceState.h"
 
-#include <array>
-
 namespace photometer {
 
 DeviceState::DeviceState() : m_csState{} { InitializeCriticalSection(&m_csState, "m_csState"); }
@@ -17,9 +15,12 @@ void DeviceState::SetLastCommand(std::string_view name) { Lock()->m_strLastComma
 
 std::string DeviceState::LastCommand() { return Lock()->m_strLastCommand; }
 
+std::array<std::atomic<HANDLE>*, 5> DeviceState::Events() {
+  return {&m_hStopEvent, &m_hCancelEvent, &m_hPumpCancelEvent, &m_hSipperLostEvent, &m_hWarmUpDoneEvent};
+}
+
 BOOL DeviceState::CreateEvents() {
-  for (std::atomic<HANDLE>* phEvent :
-       {&m_hStopEvent, &m_hCancelEvent, &m_hPumpCancelEvent, &m_hSipperLostEvent, &m_hWarmUpDoneEvent}) {
+  for (std::atomic<HANDLE>* const phEvent : Events()) {
     *phEvent = CreateEventW(TRUE, FALSE, nullptr);
     if (*phEvent == 0) {
       return FALSE;
@@ -30,8 +31,7 @@ BOOL DeviceState::CreateEvents() {
 
 void DeviceState::CloseEvents() {
   const auto state = Lock();  // nobody signals one meanwhile
-  for (std::atomic<HANDLE>* phEvent :
-       {&m_hStopEvent, &m_hCancelEvent, &m_hPumpCancelEvent, &m_hSipperLostEvent, &m_hWarmUpDoneEvent}) {
+  for (std::atomic<HANDLE>* const phEvent : Events()) {
     if (const HANDLE hEvent = phEvent->exchange(0); hEvent != 0) {
       CloseHandle(hEvent);
     }
@@ -40,8 +40,8 @@ void DeviceState::CloseEvents() {
 
 void DeviceState::RaiseStop() {
   m_bStopThreads = TRUE;
-  for (const HANDLE hEvent : {StopEvent(), CancelEvent(), PumpCancelEvent(), SipperLostEvent(), WarmUpDoneEvent()}) {
-    if (hEvent != 0) {
+  for (const std::atomic<HANDLE>* const phEvent : Events()) {
+    if (const HANDLE hEvent = *phEvent; hEvent != 0) {
       SetEvent(hEvent);
     }
   }

@@ -9,6 +9,7 @@
 /// a callback. It is recursive. A callback may take it; nobody makes a callback while holding it.
 #pragma once
 
+#include <array>
 #include <atomic>
 #include <string>
 #include <string_view>
@@ -117,6 +118,9 @@ class DeviceState {
   BOOL Pause(DWORD dwMilliseconds) const;
 
  private:
+  /// In the order in which they are created.
+  std::array<std::atomic<HANDLE>*, 5> Events();
+
   CRITICAL_SECTION m_csState;
   GuardedState m_Guarded;
   std::atomic<HANDLE> m_hStopEvent{0};
