@@ -61,7 +61,7 @@ void ReceiveBuffer::SetCapture(bool bCapture) {
     return;
   }
   m_bCapture = bCapture;
-  state->m_dwPumpCaptures += bCapture ? 1 : DWORD{0} - 1;
+  bCapture ? ++state->m_dwPumpCaptures : --state->m_dwPumpCaptures;
   state->m_PumpInfo.m_bPumpCapture = state->m_dwPumpCaptures != 0 ? TRUE : FALSE;
 }
 
