@@ -10,11 +10,20 @@ namespace {
 
 /// Whoever signals this event makes the reader poll at once.
 constexpr const char16_t* POLL_EVENT = u"MyEvent";
+/// ms.
 constexpr DWORD POLL_PERIOD = 20;
 /// So many equal polls (100 ms) are longer than the switches bounce.
 constexpr int STABLE_POLLS = 5;
 
-/// The board's numbers of the switches.
+/// The holder's pins, modes and levels, as the board numbers them.
+constexpr DWORD SETUP_PORT = 2;
+constexpr DWORD SETUP_PIN = 22;
+constexpr DWORD SETUP_MODE = 0;
+constexpr DWORD OUTPUT_PORT = 0;
+constexpr DWORD OUTPUT_PIN = 9;
+constexpr DWORD OUTPUT_MODE = 1;
+constexpr DWORD OUTPUT_ON = 1;
+/// The switches.
 constexpr DWORD INPUT_PORT = 3;
 constexpr DWORD PIN_10 = 10;
 constexpr DWORD PIN_11 = 11;
@@ -61,7 +70,9 @@ BOOL CuvetteHolder::OpenCuvetteGpio() {
     return FALSE;
   }
   m_hGpio = hGpio;
-  if (GpioSetupPin(hGpio, 2, 22, 0) && GpioSetupPin(hGpio, 0, 9, 1) && GpioSetOutput(hGpio, 0, 9, 1)) {
+  if (GpioSetupPin(hGpio, SETUP_PORT, SETUP_PIN, SETUP_MODE) &&
+      GpioSetupPin(hGpio, OUTPUT_PORT, OUTPUT_PIN, OUTPUT_MODE) &&
+      GpioSetOutput(hGpio, OUTPUT_PORT, OUTPUT_PIN, OUTPUT_ON)) {
     return TRUE;
   }
   CloseCuvetteGpio();

@@ -13,7 +13,7 @@
 namespace photometer {
 
 /// Code of a cuvette from the levels of pins 10, 11 and 12: −1 fixation, 0 none, 10, 14, 20, 40, 50. `bUV` selects the
-/// coding of the instrument. A level that is neither 0 nor 1: −1 when any of the three is not 0, else 0.
+/// coding of the instrument. A level that is neither 0 nor 1 makes it −1.
 LONG DecodeCuvetteState(DWORD dwP10, DWORD dwP11, DWORD dwP12, BOOL bUV);
 
 /// Takes the bounce out of the polled codes.
