@@ -7,7 +7,6 @@
 namespace photometer {
 namespace {
 
-constexpr char EntrySeparator = ';';
 constexpr char FieldSeparator = ',';
 constexpr int WavelengthDecimals = 1;
 constexpr int ValueDecimals = 3;

@@ -8,6 +8,9 @@
 
 namespace photometer {
 
+/// Between two entries.
+inline constexpr char EntrySeparator = ';';
+
 /// The list of a text "345.0,0.000;350.0,0.012", in its order. Empty items are skipped; an item without "," is (0, 0).
 PointList ParsePointList(std::string_view text);
 

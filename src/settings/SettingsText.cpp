@@ -13,7 +13,6 @@ namespace {
 
 constexpr char PairSeparator = '=';
 constexpr char DateTimeSeparator = ';';
-constexpr char EntrySeparator = ';';
 constexpr std::string_view TrueWord = "true";
 constexpr std::string_view FalseWord = "false";
 
