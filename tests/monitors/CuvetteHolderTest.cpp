@@ -169,6 +169,17 @@ TEST(CuvetteHolder, ReadsThePinsWithoutAReader) {
   EXPECT_EQ(reader.holder.GetCuvetteState(), 14);
 }
 
+TEST(CuvetteHolder, ClosedWhileItReads) {
+  for (std::uint64_t nPoint = 1; nPoint <= 8; ++nPoint) {
+    Reader reader;
+    reader.Start();
+    Sleep(1);
+    VirtualBoard& board = reader.world.board;
+    board.RunAtPoint(board.Points() + nPoint, "closer", [&] { reader.holder.CloseCuvetteGpio(); });
+    EXPECT_EQ(reader.holder.GetCuvetteState(), 0) << nPoint;
+  }
+}
+
 TEST(CuvetteHolder, KeepsTheSizeThatTheHostSetUntilTheSwitchesChange) {
   Reader reader;
   reader.Start();

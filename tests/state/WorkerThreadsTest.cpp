@@ -18,6 +18,15 @@ struct Bench {
   std::unique_ptr<WorkerThreads> pThreads = std::make_unique<WorkerThreads>(state);
 };
 
+/// Waits fail, as long as it lives.
+struct FailingWaits final : CallHook {
+  FailingWaits() : pBefore(SetCallHook(this)) {}
+  ~FailingWaits() override { SetCallHook(pBefore); }
+  bool Fails(LayerCall call, const CallSite&) override { return call == LayerCall::WaitForMultipleObjects; }
+
+  CallHook* pBefore;
+};
+
 TEST(WorkerThreads, GivesBackTheHandlesOfThreadsThatEnded) {
   Bench bench;
   for (int i = 0; i < 100; ++i) {
@@ -37,6 +46,19 @@ TEST(WorkerThreads, WaitsForAllTogetherNoLongerThanItIsTold) {
   EXPECT_EQ(bench.world.board.Now() / 1000, 1000U);
   EXPECT_TRUE(bench.pThreads->WaitUntilEnded(10'000));
   EXPECT_EQ(bench.world.board.Now() / 1000, 5000U);
+}
+
+TEST(WorkerThreads, FailedWaitIsNoEnd) {
+  Bench bench;
+  const auto start = [&] { EXPECT_TRUE(bench.pThreads->Start("sleeper", [] { Sleep(1000); })); };
+  start();
+  {
+    const FailingWaits waits;
+    start();
+    EXPECT_FALSE(bench.pThreads->WaitUntilEnded(5000));
+  }
+  EXPECT_TRUE(bench.pThreads->WaitUntilEnded(5000));
+  EXPECT_EQ(bench.world.board.Now() / 1000, 1000U);
 }
 
 TEST(WorkerThreads, DoesNotWaitForTheCallingThread) {
