@@ -191,5 +191,18 @@ TEST_F(SettingsTest, FailsCleanly) {
   EXPECT_EQ(Content(), DefaultText) << "the old file stands";
 }
 
+TEST_F(SettingsTest, NoFolderNoFile) {
+  struct UnknownProgram final : platform::CallHook {
+    bool Fails(platform::LayerCall call, const platform::CallSite&) override {
+      return call == platform::LayerCall::GetModuleFileNameW;
+    }
+  } hook;
+  platform::ReplaceFileW(u"\\settings.cfg", DefaultText);  // foreign
+  platform::CallHook* const pBefore = platform::SetCallHook(&hook);
+  EXPECT_EQ(ReadSettings(&m_Settings), E_FAIL);
+  EXPECT_EQ(WriteSettings(&m_Settings), E_FAIL);
+  platform::SetCallHook(pBefore);
+}
+
 }  // namespace
 }  // namespace photometer
