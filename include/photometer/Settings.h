@@ -5,7 +5,8 @@
 ///
 /// **File**: Windows-1252 text, a line `Key=value` for each field, in the record's order, named as the field. Lines end
 /// with "\n" or "\r\n" (written: "\n"). Reals have a point in every locale. Flags are `true` and `false`, date-times
-/// `year;month;day;hour;minute`, lists `wavelength,value;wavelength,value`.
+/// `year;month;day;hour;minute`, lists `wavelength,value;wavelength,value`. When the board cannot tell the program's
+/// path there is no file, and reading and writing fail.
 ///
 /// **Whatever a file holds, reading it is safe.** A file above 16 MiB is not read. A line counts to its 511th byte, or
 /// to its first zero byte; a longer list therefore loses the entries that do not stand whole before it (a list of 24
