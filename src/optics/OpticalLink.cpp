@@ -232,9 +232,9 @@ void OpticalLink::WaitForLineEnd() {
     const auto state = m_State.Lock();
     return m_LineEnds.IsDue();
   };
-  const DWORD dwStart = GetTickCount();
-  for (DWORD dwElapsed = 0; dwElapsed < LINE_END_LIMIT && isDue(); dwElapsed = GetTickCount() - dwStart) {
-    if (WaitForMultipleObjects(2, handles.data(), LINE_END_LIMIT - dwElapsed) != WAIT_OBJECT_0) {
+  for (const Deadline limit(LINE_END_LIMIT); isDue();) {
+    const DWORD dwRest = limit.Rest();
+    if (dwRest == 0 || WaitForMultipleObjects(2, handles.data(), dwRest) != WAIT_OBJECT_0) {
       break;
     }
   }
