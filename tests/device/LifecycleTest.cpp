@@ -189,11 +189,11 @@ TEST(Lifecycle, NothingStartsOnceAShutdownHasBegun) {
 }
 
 TEST(Lifecycle, NothingElseStartsInsideInitialize) {
-  bool bInside = true;
+  std::atomic<bool> bInside{true};
   for (std::uint64_t nPoint = 1; bInside; ++nPoint) {
     SCOPED_TRACE(nPoint);
     Bench b;
-    bool bBack = false;
+    std::atomic<bool> bBack{false};
     b.world.board.RunAtPoint(b.world.board.Points() + nPoint, "second host", [&] {
       bInside = !bBack;
       EXPECT_EQ(b.device->StartWaveLengthTest(), E_FAIL);
