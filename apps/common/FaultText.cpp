@@ -87,6 +87,7 @@ constexpr std::array Letters = {
 template <typename Kind, std::size_t Count>
 std::vector<FaultForm> FormsOf(const std::array<Kind, Count>& kinds) {
   std::vector<FaultForm> forms;
+  forms.reserve(Count);
   for (const Kind& kind : kinds) {
     forms.push_back(kind.form);
   }

@@ -65,6 +65,7 @@ struct Section {
 
 std::vector<common::FaultForm> Commands() {
   std::vector<common::FaultForm> commands;
+  commands.reserve(RealTimeServer::Commands.size());
   for (const RealTimeServer::CommandForm& command : RealTimeServer::Commands) {
     commands.push_back({command.form, command.meaning});
   }

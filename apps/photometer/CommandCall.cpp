@@ -32,7 +32,7 @@ std::string HelpFoot(const CommandEntry& entry) {
 
 /// The parser's own words for an option that lacks its value, is given twice, or is missing say not what to do.
 std::string InPlainWords(const CLI::App& app, const CLI::Error& error) {
-  const std::string words = error.what();
+  std::string words = error.what();
   const std::string name = words.substr(0, words.find_first_of(": "));
   const CLI::Option* pOption = app.get_option_no_throw(name);
   if (pOption == nullptr) {
