@@ -186,6 +186,7 @@ HRESULT Photometer::CancelMeasurement() {
     state->m_Status.bCancel = TRUE;
     SetEvent(m_Instrument.state.CancelEvent());
     SetEvent(m_Instrument.state.PumpCancelEvent());
+    m_Instrument.flush.SignalCancel();
   }
   LogPhotometer("[Photometer] Cancel measurement ....");
   return S_OK;

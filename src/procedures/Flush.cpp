@@ -19,10 +19,6 @@ constexpr std::uint64_t FLUSH_LIMIT = 600'000;
 HRESULT Flush::StartFlush(DWORD dwFlushTime) {
   const auto state = m_State.Lock();
   state->m_dwFlushTime = dwFlushTime;
-  // A cancel that a procedure has yet to notice is left as it is.
-  if (const HANDLE hCancel = m_State.PumpCancelEvent(); hCancel != 0 && !state->m_Status.bCancel) {
-    ResetEvent(hCancel);
-  }
   const HANDLE hOwnCancel = CreateEventW(TRUE, FALSE, nullptr);
   if (hOwnCancel != 0) {
     m_CancelEvents.push_back(hOwnCancel);
@@ -40,12 +36,17 @@ HRESULT Flush::CancelFlush() {
     if (const HANDLE hCancel = m_State.PumpCancelEvent(); hCancel != 0) {
       SetEvent(hCancel);
     }
-    for (const HANDLE hCancel : m_CancelEvents) {
-      SetEvent(hCancel);
-    }
+    SignalCancel();
   }
   LogPhotometer("[Photometer] Flush canceled.");
   return S_OK;
+}
+
+void Flush::SignalCancel() {
+  const auto state = m_State.Lock();
+  for (const HANDLE hCancel : m_CancelEvents) {
+    SetEvent(hCancel);
+  }
 }
 
 void Flush::FlushProc(HANDLE hCancel) {

@@ -24,9 +24,12 @@ class Flush {
   HRESULT StartFlush(DWORD dwFlushTime);
   /// Stops every cycle of a ZQ-420, a procedure's too. Always 0.
   HRESULT CancelFlush();
+  /// Stops the flushes of a ZQ-420 that run now, and nothing else. State lock.
+  void SignalCancel();
 
  private:
-  /// Thread procedure. `hCancel`: this flush's cancel event, which it closes; 0: there is none.
+  /// Thread procedure. `hCancel`: this flush's cancel event, which it closes; 0: there is none, and
+  /// the pumps' common one serves.
   void FlushProc(HANDLE hCancel);
   DWORD RunPump(HANDLE hCancel);
   void CloseCancelEvent(HANDLE hCancel);
@@ -38,7 +41,7 @@ class Flush {
   WorkerThreads& m_Threads;
   ExternalPort& m_External;
   Pumps& m_Pumps;
-  /// Of the flushes that run: a procedure that starts resets the pumps' common one. Guarded by the state lock.
+  /// Of the flushes that run. The pumps' common one is the procedures'. Guarded by the state lock.
   std::vector<HANDLE> m_CancelEvents;
 };
 

@@ -77,14 +77,12 @@ bool PumpExchange::Send(std::string_view bytes) {
 }
 
 PumpExchange::Arrival PumpExchange::Receive(std::string& collected, DWORD dwMilliseconds) {
-  const std::array<HANDLE, 5> handles{m_Line.m_Buffer.DataEvent(), m_State.StopEvent(), m_State.PumpCancelEvent(),
-                                      m_State.SipperLostEvent(), m_hOwnCancel};
-  const auto* const pDevicesEnd = handles.end() - 1;
-  if (std::find(handles.begin(), pDevicesEnd, HANDLE{0}) != pDevicesEnd) {
+  const std::array<HANDLE, 4> handles{m_Line.m_Buffer.DataEvent(), m_State.StopEvent(), CancelEvent(),
+                                      m_State.SipperLostEvent()};
+  if (std::ranges::find(handles, HANDLE{0}) != handles.end()) {
     return m_State.IsStopping() ? Arrival::Stop : Arrival::Silence;
   }
-  const DWORD dwInterruptible = m_hOwnCancel == 0 ? 4 : 5;
-  const DWORD dwCount = m_Interrupts == PumpInterrupts::None ? 2 : dwInterruptible;
+  const DWORD dwCount = m_Interrupts == PumpInterrupts::None ? 2 : 4;
   const DWORD dwResult = WaitForMultipleObjects(dwCount, handles.data(), dwMilliseconds);
   if (m_State.IsStopping()) {
     return Arrival::Stop;
@@ -94,7 +92,6 @@ PumpExchange::Arrival PumpExchange::Receive(std::string& collected, DWORD dwMill
       m_Line.m_Buffer.CollectReceived(collected);
       return Arrival::Data;
     case WAIT_OBJECT_0 + 2:
-    case WAIT_OBJECT_0 + 4:
       return Arrival::Cancel;
     case WAIT_OBJECT_0 + 3:
       return Arrival::Lost;
@@ -104,8 +101,7 @@ PumpExchange::Arrival PumpExchange::Receive(std::string& collected, DWORD dwMill
 }
 
 bool PumpExchange::IsCancelled() const {
-  return m_Interrupts == PumpInterrupts::CancelAndLoss &&
-         (IsSignalled(m_State.PumpCancelEvent()) || IsSignalled(m_hOwnCancel));
+  return m_Interrupts == PumpInterrupts::CancelAndLoss && IsSignalled(CancelEvent());
 }
 
 DWORD Converse(DeviceState& state, PumpLine& line, std::string_view command, const PumpDialogue& dialogue,

@@ -22,7 +22,7 @@ inline constexpr DWORD PUMP_SILENCE_LIMIT = 60000;
 /// What ends the waits of an exchange beside bytes, silence and the device's stop.
 enum class PumpInterrupts {
   None,
-  /// The pump's cancel event and the event of its lost port.
+  /// The cancel event and that of the pump's lost port.
   CancelAndLoss
 };
 
@@ -30,7 +30,7 @@ class PumpExchange {
  public:
   enum class Arrival { Data, Silence, Cancel, Lost, Stop };
 
-  /// `hOwnCancel`: counts as the pump's cancel event does, for this exchange alone. 0: none.
+  /// `hOwnCancel`: takes the place of the pump's cancel event, for this exchange alone. 0: none.
   PumpExchange(DeviceState& state, PumpLine& line, PumpInterrupts interrupts = PumpInterrupts::None,
                HANDLE hOwnCancel = 0)
       : m_State(state), m_Line(line), m_Interrupts(interrupts), m_hOwnCancel(hOwnCancel) {}
@@ -44,7 +44,7 @@ class PumpExchange {
   bool Send(std::string_view bytes);
   /// Waits for bytes and appends them to `collected`. Bytes win over all other ends but the device's stop.
   Arrival Receive(std::string& collected, DWORD dwMilliseconds);
-  /// A cancel event is signalled, and the exchange may be interrupted.
+  /// The cancel event is signalled, and the exchange may be interrupted.
   [[nodiscard]] bool IsCancelled() const;
   /// The answer is complete: nothing more is to come.
   void Complete() { m_bComplete = true; }
@@ -53,6 +53,7 @@ class PumpExchange {
 
  private:
   bool ClaimLine();
+  [[nodiscard]] HANDLE CancelEvent() const { return m_hOwnCancel != 0 ? m_hOwnCancel : m_State.PumpCancelEvent(); }
 
   DeviceState& m_State;
   PumpLine& m_Line;

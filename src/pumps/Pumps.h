@@ -45,8 +45,8 @@ class Pumps {
   DWORD Pump(DWORD dwSeconds);
   /// A cycle of the ZQ-410. A cancel does not shorten it; the result says so at its end.
   DWORD PumpZQ410();
-  /// A cycle of the ZQ-420, from the start to the stop command. A cancel stops the pump at once; `hOwnCancel` is one of
-  /// this cycle alone.
+  /// A cycle of the ZQ-420, from the start to the stop command. A cancel stops the pump at once: the pumps' common
+  /// one, or that of this cycle alone.
   DWORD PumpZQ420(DWORD dwSeconds, HANDLE hOwnCancel = 0);
 
   /// Parameters and cycle, unless the pump has run one by itself. A cancelled cycle sets the cancel flag.

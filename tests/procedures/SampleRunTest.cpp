@@ -96,21 +96,47 @@ MeasureRequest MeasureOfADrawnSample() {
   return request;
 }
 
+/// How long the pump has run each time, s, rounded.
+std::vector<simulator::Time> Pumped(simulator::SipperZQ420& pump) {
+  std::vector<simulator::Time> seconds;
+  const auto& received = pump.Line().Received();
+  for (std::size_t i = 1; i < received.size(); ++i) {
+    if (received[i - 1].strText == "s" && received[i].strText == "e") {
+      seconds.push_back((received[i].time - received[i - 1].time + 500'000) / 1'000'000);
+    }
+  }
+  return seconds;
+}
+
+using Cancel = HRESULT (IPhotometer::*)();
+
+/// A flush that starts right behind the cancel takes nothing of it away, and is not cancelled by it.
+void ExpectCancelledInAFlush(const Start& start, Cancel cancel, bool bFlushAgain) {
+  simulator::SipperZQ420 pump;
+  World world;
+  world.board.PlugPort(u"COM6:", pump);
+  Device device(world);
+  StartUpWithPump(world, device, 2);
+  device->StartFlush(60);
+  ASSERT_EQ(start(*device.operator->()), S_OK);
+  platform::Sleep(2000);
+  EXPECT_EQ((device.operator->()->*cancel)(), S_OK);
+  EXPECT_TRUE(!bFlushAgain || device->StartFlush(10) == S_OK);
+  EXPECT_TRUE(device.WaitUntilNotBusy());
+  EXPECT_EQ(world.sink.Count("OnNotify(9, 18, 100)"), 1U);
+  platform::Sleep(12'000);
+  EXPECT_EQ(Pumped(pump), bFlushAgain ? (std::vector<simulator::Time>{2, 10}) : std::vector<simulator::Time>{2});
+  device.Close();
+  world.ExpectClean();
+}
+
 TEST(SampleRun, CancelledWithTheFlushThatItsPumpWaitsFor) {
   for (const Start& start : {StartOf(MeasureOfADrawnSample()), StartOf(SCAN), StartOf(KINETICS)}) {
-    simulator::SipperZQ420 pump;
-    World world;
-    world.board.PlugPort(u"COM6:", pump);
-    Device device(world);
-    StartUpWithPump(world, device, 2);
-    device->StartFlush(60);
-    ASSERT_EQ(start(*device.operator->()), S_OK);
-    platform::Sleep(2000);
-    device->CancelFlush();
-    EXPECT_TRUE(device.WaitUntilNotBusy());
-    EXPECT_EQ(world.sink.Count("OnNotify(9, 18, 100)"), 1U);
-    device.Close();
-    world.ExpectClean();
+    for (const bool bFlushAgain : {false, true}) {
+      SCOPED_TRACE(bFlushAgain);
+      ExpectCancelledInAFlush(start, &IPhotometer::CancelFlush, bFlushAgain);
+      ExpectCancelledInAFlush(start, &IPhotometer::CancelMeasurement, bFlushAgain);
+    }
   }
 }
 
