@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <map>
+#include <utility>
 
 #include "Operations.h"
 
@@ -266,34 +266,78 @@ Finding OneErrorRecord(const Evidence& evidence) {
 
 // ---- results ----
 
+/// Between two events of a run the host took its sink away or gave it back: what was delivered while it was away is
+/// nowhere.
+bool SinkChanged(const Evidence& evidence, std::size_t nFrom, std::size_t nTo) {
+  return std::ranges::any_of(evidence.runs.calls, [=](const HostCall& call) {
+    return call.name == "set-sink" && call.nBegin < nTo && call.nEnd > nFrom;
+  });
+}
+
+/// The values that a run has delivered, one after another.
+class Delivery {
+ public:
+  explicit Delivery(const ProcedureRun& run) : m_run(run) {}
+
+  /// Values may be missing before the next one.
+  void AllowGap() {
+    m_position.reset();
+    m_step.reset();
+    m_bGap = true;
+  }
+
+  /// `value` is the next one.
+  Finding Take(const MeasureValue& value) {
+    const bool bGap = std::exchange(m_bGap, false);
+    if (!std::isfinite(value.dValue) || !std::isfinite(value.dValueRef) || !std::isfinite(value.dTurbidity)) {
+      return m_run.name + " delivers a value that is no number";
+    }
+    if (m_run.name == "Kinetics") {
+      const std::int64_t nTag = std::exchange(m_nTag, value.dwTag + std::int64_t{1});
+      const bool bNext = bGap ? value.dwTag >= nTag : value.dwTag == nTag;
+      return bNext ? std::nullopt : Finding("a cycle of the series is missing before " + std::to_string(value.dwTag));
+    }
+    const bool bTurbidity = m_run.name == "ScanProc" && value.dTurbidity >= 0.0;
+    const bool bSpectrum = m_run.name == "ScanProc" || m_run.name == "HolmiumOxideScan";
+    return bSpectrum && !bTurbidity ? TakePosition(static_cast<std::int32_t>(value.dwPosition)) : std::nullopt;
+  }
+
+ private:
+  /// Positions below the reference are negative.
+  Finding TakePosition(std::int64_t nPosition) {
+    const std::optional<std::int64_t> before = std::exchange(m_position, nPosition);
+    const std::optional<std::int64_t> step = before ? std::optional(nPosition - *before) : std::nullopt;
+    const std::optional<std::int64_t> stepBefore = std::exchange(m_step, step);
+    return step && stepBefore && *step != *stepBefore
+               ? Finding(m_run.name + " delivers position " + std::to_string(nPosition) + " after " +
+                         std::to_string(*before))
+               : std::nullopt;
+  }
+
+  const ProcedureRun& m_run;
+  std::optional<std::int64_t> m_position;
+  std::optional<std::int64_t> m_step;
+  std::int64_t m_nTag = 0;
+  bool m_bGap = false;
+};
+
 Finding CompleteResults(const Evidence& evidence) {
   for (const ProcedureRun& run : evidence.runs.runs) {
-    std::optional<std::int64_t> position;
-    std::optional<std::int64_t> step;
-    std::int64_t nTag = 0;
+    Delivery delivery(run);
+    std::size_t nBefore = run.nBegin;
     for (const Event* pEvent : run.events) {
       if (pEvent->kind != EventKind::Result) {
         continue;
       }
+      const auto nEvent = static_cast<std::size_t>(pEvent - evidence.ledger.Events().data());
+      if (SinkChanged(evidence, std::exchange(nBefore, nEvent), nEvent)) {
+        delivery.AllowGap();
+      }
       for (std::int64_t i = 0; i < pEvent->c; ++i) {
-        const MeasureValue& value = evidence.ledger.Values()[static_cast<std::size_t>(pEvent->b + i)];
-        if (!std::isfinite(value.dValue) || !std::isfinite(value.dValueRef) || !std::isfinite(value.dTurbidity)) {
-          return run.name + " delivers a value that is no number";
+        const Finding finding = delivery.Take(evidence.ledger.Values()[static_cast<std::size_t>(pEvent->b + i)]);
+        if (finding) {
+          return finding;
         }
-        if (run.name == "Kinetics" && value.dwTag != nTag++) {
-          return "a cycle of the series is missing before " + std::to_string(value.dwTag);
-        }
-        const bool bTurbidity = run.name == "ScanProc" && value.dTurbidity >= 0.0;
-        if ((run.name != "ScanProc" && run.name != "HolmiumOxideScan") || bTurbidity) {
-          continue;
-        }
-        // Positions below the reference are negative.
-        const std::int64_t nPosition = static_cast<std::int32_t>(value.dwPosition);
-        if (position && step && nPosition - *position != *step) {
-          return run.name + " delivers position " + std::to_string(nPosition) + " after " + std::to_string(*position);
-        }
-        step = position ? std::optional(nPosition - *position) : std::nullopt;
-        position = nPosition;
       }
     }
   }

@@ -1,5 +1,6 @@
 // Each property is broken by events that the library must not make.
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -34,6 +35,8 @@ constexpr Told LampOn{EventKind::OpticalCommand, "$h1", 'h', 1};
 constexpr Told LampOff{EventKind::OpticalCommand, "$h0", 'h', 0};
 constexpr Told MoveTooEarly{EventKind::OpticalCommand, "$M5", 'M', 5, 1 + Early};
 constexpr Told PortGone{EventKind::OpticalPort, "optical port", 0};
+
+constexpr std::int32_t Back = INT32_MIN;
 
 /// The first property that a host's call `operation`, answered by 0, breaks, when its thread does all this.
 std::string Broken(const char* operation, const char* thread, const std::vector<Told>& told, bool bCancel = false,
@@ -99,22 +102,39 @@ TEST(Properties, OfTheEndsOfARun) {
 
 TEST(Properties, OfResults) {
   struct {
-    std::vector<std::int32_t> positions;
+    const char* thread;
+    /// Positions or cycles. `Back`: the host gives its sink back.
+    std::vector<std::int32_t> numbers;
     const char* broken;
-  } const cases[] = {{{5, 6, 7}, ""}, {{-2, -1, 0, 1}, ""}, {{5, 6, 8}, "complete results"}};
+  } const cases[] = {{"HolmiumOxideScan", {5, 6, 7}, ""},
+                     {"HolmiumOxideScan", {-2, -1, 0, 1}, ""},
+                     {"HolmiumOxideScan", {5, 6, 8}, "complete results"},
+                     {"HolmiumOxideScan", {5, 6, Back, 9, 10}, ""},
+                     {"HolmiumOxideScan", {5, 6, Back, 9, 10, 12}, "complete results"},
+                     {"Kinetics", {0, 1}, ""},
+                     {"Kinetics", {1, 2}, "complete results"},
+                     {"Kinetics", {Back, 1, 2}, ""},
+                     {"Kinetics", {0, Back, 2, 4}, "complete results"},
+                     {"Kinetics", {0, 1, Back, 1}, "complete results"}};
   for (const auto& c : cases) {
     VirtualBoard board;
     Ledger ledger(board);
-    ledger.NoteThread(board.GetKernel().GetCurrentThreadId(), "HolmiumOxideScan");
-    for (const std::int32_t iPosition : c.positions) {
+    ledger.NoteThread(board.GetKernel().GetCurrentThreadId(), c.thread);
+    for (const std::int32_t iNumber : c.numbers) {
+      if (iNumber == Back) {
+        ledger.EndCall(ledger.BeginCall("set-sink", false), "set-sink", 0);
+        continue;
+      }
       photometer::MeasureValue value{};
-      value.dwPosition = static_cast<photometer::DWORD>(iPosition);
+      value.dwPosition = static_cast<photometer::DWORD>(iNumber);
+      value.dwTag = value.dwPosition;
       ledger.NoteResult(7, {value});
     }
     ledger.Note(EventKind::Callback, "OnNotify", 7, 17);
-    ledger.Note(EventKind::ThreadEnds, "HolmiumOxideScan", 0);
+    ledger.Note(EventKind::ThreadEnds, c.thread, 0);
     const std::vector<Violation> violations = Judge({ledger, FindRuns(ledger), {}, {}, true});
-    EXPECT_EQ(violations.empty() ? "" : violations.front().property, c.broken);
+    EXPECT_EQ(violations.empty() ? "" : violations.front().property, c.broken)
+        << "case " << &c - std::begin(cases) << " of the table";
   }
 }
 
