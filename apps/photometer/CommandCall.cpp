@@ -41,8 +41,10 @@ std::string InPlainWords(const CLI::App& app, const CLI::Error& error) {
   if (pOption->get_positional()) {
     return fmt::format("{}: is missing; give {} ({})", name, pOption->get_type_name(), pOption->get_description());
   }
-  return pOption->count() > 1 ? fmt::format("{}: is given {} times; give it once", name, pOption->count())
-                              : fmt::format("{}: has no value; write {} {}", name, name, pOption->get_type_name());
+  // An option that takes a list may be given again; then it is a value that is missing.
+  const bool bTooOften = pOption->count() > static_cast<std::size_t>(pOption->get_items_expected_max());
+  return bTooOften ? fmt::format("{}: is given {} times; give it once", name, pOption->count())
+                   : fmt::format("{}: has no value; write {} {}", name, name, pOption->get_type_name());
 }
 
 bool IsOptionOf(const CLI::App& app, const std::string& name) {

@@ -42,6 +42,7 @@ TEST(CommandLine, RefusesBadInputAndSaysWhatIsWrong) {
       {{"measure", "--simulate"}, {"--wavelengths", "is missing"}},
       {{"measure", "--simulate", "--wavelengths"}, {"--wavelengths: has no value; write --wavelengths LIST"}},
       {{"measure", "--zeros", "436", "--zeros", "525"}, {"--zeros: is given 2 times; give it once"}},
+      {{"measure", "--defect", "a", "--defect", "b", "--defect"}, {"--defect: has no value; write --defect "}},
       {{"measure", "--demo", "--board", "x"}, {"--demo", "leave out --board"}},
       {{"replay"}, {"trace: is missing; give FILE"}},
       {{"measure", "--simulate", "--wavelengths", "345;436"}, {"--wavelengths", "entry 1", "\"345;436\"", "commas"}},
