@@ -46,6 +46,7 @@ class PumpExchange {
   Arrival Receive(std::string& collected, DWORD dwMilliseconds);
   /// The cancel event is signalled, and the exchange may be interrupted.
   [[nodiscard]] bool IsCancelled() const;
+  [[nodiscard]] bool HasOwnCancel() const { return m_hOwnCancel != 0; }
   /// The answer is complete: nothing more is to come.
   void Complete() { m_bComplete = true; }
   /// The reader has its bytes again. State lock.

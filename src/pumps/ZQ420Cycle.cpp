@@ -136,7 +136,7 @@ DWORD ZQ420Cycle::Finish(DWORD dwResult) {
   const auto state = m_State.Lock();
   m_Exchange.EndCapture();
   state->m_PumpInfo.m_bSipperCycleDone = TRUE;
-  return state->m_Status.bCancel ? ZQ420_CANCELLED : dwResult;
+  return state->m_Status.bCancel && !m_Exchange.HasOwnCancel() ? ZQ420_CANCELLED : dwResult;
 }
 
 }  // namespace photometer

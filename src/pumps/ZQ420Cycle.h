@@ -24,7 +24,8 @@ class ZQ420Cycle {
   /// `dwSeconds` from the start command to the stop command. `hOwnCancel`: as for `PumpExchange`.
   ZQ420Cycle(DeviceState& state, PumpLine& line, DWORD dwSeconds, HANDLE hOwnCancel);
 
-  /// 0, or one of 612 to 617. At its end the cycle is marked as done, for the timer to report.
+  /// 0, or one of 612 to 617. At its end the cycle is marked as done, for the timer to report. The cancel flag, which
+  /// is a run's, takes the place of any other result of a cycle without a cancel of its own.
   DWORD Run();
 
  private:
