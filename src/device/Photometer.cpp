@@ -184,8 +184,8 @@ HRESULT Photometer::CancelMeasurement() {
       return E_FAIL;
     }
     state->m_Status.bCancel = TRUE;
-    SetEvent(m_Instrument.state.CancelEvent());
-    SetEvent(m_Instrument.state.PumpCancelEvent());
+    m_Instrument.state.Signal(&DeviceState::CancelEvent);
+    m_Instrument.state.Signal(&DeviceState::PumpCancelEvent);
     m_Instrument.flush.SignalCancel();
   }
   LogPhotometer("[Photometer] Cancel measurement ....");
@@ -239,13 +239,10 @@ HRESULT Photometer::StartProcedure(const ProcedureStart& start) {
 
 HRESULT Photometer::ClaimAndStart(const char* name, const std::function<void(Instrument&)>& run, DWORD* pThreadId) {
   const auto state = m_Instrument.state.Lock();
-  if (m_Instrument.state.IsStopping()) {
-    return E_FAIL;  // the events that the stop has signalled stay so
-  }
   state->m_Status.bBusy = TRUE;
   state->m_Status.bCancel = FALSE;
-  ResetEvent(m_Instrument.state.CancelEvent());
-  ResetEvent(m_Instrument.state.PumpCancelEvent());
+  m_Instrument.state.Reset(&DeviceState::CancelEvent);
+  m_Instrument.state.Reset(&DeviceState::PumpCancelEvent);
   if (!m_Instrument.threads.Start(
           name, [&i = m_Instrument, run] { run(i); }, pThreadId)) {
     state->m_Status.bBusy = FALSE;

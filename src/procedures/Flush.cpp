@@ -33,9 +33,7 @@ HRESULT Flush::StartFlush(DWORD dwFlushTime) {
 HRESULT Flush::CancelFlush() {
   {
     const auto state = m_State.Lock();
-    if (const HANDLE hCancel = m_State.PumpCancelEvent(); hCancel != 0) {
-      SetEvent(hCancel);
-    }
+    m_State.Signal(&DeviceState::PumpCancelEvent);
     SignalCancel();
   }
   LogPhotometer("[Photometer] Flush canceled.");

@@ -18,12 +18,12 @@ HRESULT WarmUp::StartWarmUp() {
   state->m_strLastCommand.clear();
   state->m_Status.bBusy = TRUE;
   state->m_Status.bCancel = FALSE;
-  ResetEvent(m_State.CancelEvent());
+  m_State.Reset(&DeviceState::CancelEvent);
   if (!m_Threads.Start("WarmUpProc", [this, n = state->m_dwUVLampSwitchOffs] { WarmUpProc(n); })) {
     state->m_Status.bBusy = FALSE;
     return E_FAIL;
   }
-  ResetEvent(m_State.WarmUpDoneEvent());  // the thread signals it after it has taken the lock
+  m_State.Reset(&DeviceState::WarmUpDoneEvent);  // the thread signals it after it has taken the lock
   return S_OK;
 }
 
@@ -34,9 +34,7 @@ void WarmUp::WarmUpProc(DWORD dwSwitchOffs) {
   m_Unit.MakeSafe();
   GiveBack(dwResult);
   LogPhotometerF(TRUE, "[WarmUpProc] ----->  Thread closed with iResult= %d", static_cast<int>(dwResult));
-  if (const HANDLE hEvent = m_State.WarmUpDoneEvent(); hEvent != 0) {
-    SetEvent(hEvent);
-  }
+  m_State.Signal(&DeviceState::WarmUpDoneEvent);
 }
 
 DWORD WarmUp::PrepareOptics() {

@@ -128,9 +128,8 @@ DWORD Pumps::PumpStep(DWORD dwRequestId) {
 void Pumps::DelayCountdown(DWORD dwSeconds, DWORD dwRequestId) {
   {
     const auto state = m_State.Lock();
-    const HANDLE hCancel = m_State.CancelEvent();
-    if (hCancel != 0 && !state->m_Status.bCancel && !m_State.IsStopping()) {
-      ResetEvent(hCancel);
+    if (!state->m_Status.bCancel) {
+      m_State.Reset(&DeviceState::CancelEvent);
     }
   }
   for (DWORD n = dwSeconds; n > 0; n = WaitForNextSecond() ? n - 1 : 0) {
@@ -140,7 +139,6 @@ void Pumps::DelayCountdown(DWORD dwSeconds, DWORD dwRequestId) {
 }
 
 bool Pumps::WaitForNextSecond() {
-  // The stop is looked at before the wait: its signal may have fallen to the reset.
   const HANDLE hCancel = m_State.CancelEvent();
   return hCancel != 0 && !m_State.IsStopping() && WaitForSingleObject(hCancel, COUNTDOWN_STEP) == WAIT_TIMEOUT;
 }

@@ -90,9 +90,7 @@ void SipperPort::NoteDetected() {
   NKDbgPrintfW("[COM6_Reader] detect ZQ-420 sipper...");
   m_Sink.Notify([](IPhotometerSink& sink) { sink.OnSipperInfoChanged(); });
   m_Sink.Notify([](IPhotometerSink& sink) { sink.OnSipperConnectionChanged(TRUE); });
-  if (const HANDLE hEvent = m_State.SipperLostEvent(); hEvent != 0 && !m_State.IsStopping()) {
-    ResetEvent(hEvent);
-  }
+  m_State.Reset(&DeviceState::SipperLostEvent);
 }
 
 void SipperPort::TakeData(const std::string& frame) {
@@ -160,9 +158,7 @@ void SipperPort::RequestSipperData() {
 void SipperPort::SuperviseZQ420() {
   if (m_Line.Port().IsLost()) {
     m_Sink.Notify([](IPhotometerSink& sink) { sink.OnSipperPortLost(); });
-    if (const HANDLE hEvent = m_State.SipperLostEvent(); hEvent != 0) {
-      SetEvent(hEvent);
-    }
+    m_State.Signal(&DeviceState::SipperLostEvent);
     return;
   }
   const bool bDone = std::exchange(m_State.Lock()->m_PumpInfo.m_bSipperCycleDone, FALSE) != FALSE;

@@ -34,9 +34,7 @@ DWORD ZQ420Cycle::Run() {
   if (!m_Exchange.Begin()) {
     return m_Exchange.IsCancelled() || m_State.IsStopping() ? ZQ420_CANCELLED : ZQ420_SILENCE;
   }
-  if (const HANDLE hLost = m_State.SipperLostEvent(); hLost != 0 && !m_State.IsStopping()) {
-    ResetEvent(hLost);  // the supervision signals it again, within a second, if the port is lost now
-  }
+  m_State.Reset(&DeviceState::SipperLostEvent);  // signalled again within a second, if the port is lost now
   return Finish(Pump());
 }
 

@@ -30,7 +30,7 @@ BOOL DeviceState::CreateEvents() {
 }
 
 void DeviceState::CloseEvents() {
-  const auto state = Lock();  // nobody signals one meanwhile
+  const auto state = Lock();
   for (std::atomic<HANDLE>* const phEvent : Events()) {
     if (const HANDLE hEvent = phEvent->exchange(0); hEvent != 0) {
       CloseHandle(hEvent);
@@ -38,8 +38,23 @@ void DeviceState::CloseEvents() {
   }
 }
 
+void DeviceState::Signal(Event event) {
+  const auto state = Lock();
+  if (const HANDLE hEvent = (this->*event)(); hEvent != 0) {
+    SetEvent(hEvent);
+  }
+}
+
+void DeviceState::Reset(Event event) {
+  const auto state = Lock();
+  if (const HANDLE hEvent = (this->*event)(); hEvent != 0 && !IsStopping()) {
+    ResetEvent(hEvent);
+  }
+}
+
 void DeviceState::RaiseStop() {
-  m_bStopThreads = TRUE;
+  m_bStopThreads = TRUE;  // first: no reset follows the signals
+  const auto state = Lock();
   for (const std::atomic<HANDLE>* const phEvent : Events()) {
     if (const HANDLE hEvent = *phEvent; hEvent != 0) {
       SetEvent(hEvent);

@@ -100,16 +100,23 @@ class DeviceState {
 
   /// Creates the five events, none signalled. False: one could not be created; those before it stay.
   BOOL CreateEvents();
+  /// State lock: nobody uses one meanwhile.
   void CloseEvents();
   [[nodiscard]] HANDLE StopEvent() const { return m_hStopEvent; }
   [[nodiscard]] HANDLE CancelEvent() const { return m_hCancelEvent; }
   [[nodiscard]] HANDLE PumpCancelEvent() const { return m_hPumpCancelEvent; }
   [[nodiscard]] HANDLE SipperLostEvent() const { return m_hSipperLostEvent; }
   [[nodiscard]] HANDLE WarmUpDoneEvent() const { return m_hWarmUpDoneEvent; }
+  /// Names one of them: `&DeviceState::CancelEvent`.
+  using Event = HANDLE (DeviceState::*)() const;
+  /// Signals the event, if there is one. State lock.
+  void Signal(Event event);
+  /// Resets it, unless the device stops: what the stop has signalled stays so. State lock.
+  void Reset(Event event);
 
   // ---- stopping ----
 
-  /// Tells all threads to end and wakes their waits.
+  /// Tells all threads to end and wakes their waits. State lock.
   void RaiseStop();
   /// Before the threads of a new start.
   void ClearStop() { m_bStopThreads = FALSE; }

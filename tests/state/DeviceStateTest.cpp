@@ -1,4 +1,5 @@
 #include <array>
+#include <atomic>
 #include <utility>
 
 #include <gtest/gtest.h>
@@ -26,6 +27,7 @@ TEST(DeviceState, EventsAreMadeSignalledByAStopAndGivenBack) {
     EXPECT_EQ(WaitForSingleObject(hEvent, 0), WAIT_TIMEOUT);
   }
   state.RaiseStop();
+  state.Reset(&DeviceState::CancelEvent);  // left alone while the device stops
   for (const HANDLE hEvent : Events(state)) {
     EXPECT_EQ(WaitForSingleObject(hEvent, 0), WAIT_OBJECT_0);
     EXPECT_EQ(WaitForSingleObject(hEvent, 0), WAIT_OBJECT_0);  // manual reset
@@ -33,6 +35,28 @@ TEST(DeviceState, EventsAreMadeSignalledByAStopAndGivenBack) {
   state.CloseEvents();
   EXPECT_EQ(Events(state), (std::array<HANDLE, 5>{}));
   world.ExpectClean();
+}
+
+TEST(DeviceState, NoEventIsClosedWhileItIsSignalled) {
+  std::atomic<bool> bInside{true};
+  for (std::uint64_t nPoint = 1; bInside; ++nPoint) {
+    SCOPED_TRACE(nPoint);
+    World world;
+    DeviceState state;
+    EXPECT_TRUE(state.CreateEvents());
+    std::atomic<bool> bBack{false};
+    world.board.RunAtPoint(world.board.Points() + nPoint, "bringing down", [&] {
+      bInside = !bBack;
+      state.CloseEvents();
+    });
+    state.Signal(&DeviceState::SipperLostEvent);
+    state.Reset(&DeviceState::SipperLostEvent);
+    state.RaiseStop();
+    bBack = true;
+    Sleep(10);
+    world.ExpectClean();
+    ASSERT_FALSE(testing::Test::HasFailure());
+  }
 }
 
 TEST(DeviceState, PauseHasItsLengthUnlessTheDeviceStops) {
