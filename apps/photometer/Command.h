@@ -45,6 +45,8 @@ class Command {
   virtual void Check() = 0;
   /// Only after `Check`.
   virtual ExitCode Run(Console& console) = 0;
+  /// It runs lines of a script or shell, and each of them has told what of its output was lost.
+  [[nodiscard]] virtual bool RunsLines() const { return false; }
 };
 
 }  // namespace host

@@ -5,6 +5,7 @@
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
+#include "Conclusion.h"
 #include "Suggestion.h"
 #include "Words.h"
 
@@ -87,10 +88,12 @@ std::string CommandCall::Parse(std::vector<std::string> options) {
 
 ExitCode CommandCall::Run(Console& console) {
   if (m_bHelp) {
-    console.results << m_app.help() << std::flush;
-    return ExitCode::Success;
+    return Print(console, m_app.help());
   }
-  return m_pCommand->Run(console);
+  // A line before this one may have told the loss.
+  const bool bConcluded = m_pCommand->RunsLines() || !console.results;
+  const ExitCode code = m_pCommand->Run(console);
+  return bConcluded ? code : ConcludeOutput(console, code);
 }
 
 std::string CommandCall::ComplainAboutExtras() const {

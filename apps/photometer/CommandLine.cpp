@@ -4,6 +4,7 @@
 
 #include "CommandCall.h"
 #include "Commands.h"
+#include "Conclusion.h"
 #include "ManualPage.h"
 #include "logging/LogFiles.h"
 
@@ -39,8 +40,7 @@ ExitCode PrintManual(const std::vector<std::string>& arguments, Console& console
   if (pEntry == nullptr && what != "photometer") {
     return Complain(console, fmt::format("--manual-page: there is no command \"{}\"", what), "photometer --help");
   }
-  console.results << (pEntry == nullptr ? ProgramManualPage() : CommandManualPage(*pEntry));
-  return ExitCode::Success;
+  return Print(console, pEntry == nullptr ? ProgramManualPage() : CommandManualPage(*pEntry));
 }
 
 ExitCode RunCommandCall(const std::vector<std::string>& arguments, Console& console) {
@@ -56,44 +56,26 @@ ExitCode RunCommandCall(const std::vector<std::string>& arguments, Console& cons
   return call.Run(console);
 }
 
-ExitCode Obey(const std::vector<std::string>& arguments, Console& console) {
+}  // namespace
+
+ExitCode RunCommandLine(const std::vector<std::string>& arguments, Console& console) {
   if (arguments.empty()) {
     console.messages << Overview();
     return ExitCode::BadInput;
   }
   const std::string& name = arguments.front();
   if (name == "--help" || name == "-h") {
-    console.results << Overview();
-    return ExitCode::Success;
+    return Print(console, Overview());
   }
   if (name == "--version") {
     std::string version;
     photometer::GetLibraryVersionText(&version);
-    console.results << "photometer, library " << version << "\n";
-    return ExitCode::Success;
+    return Print(console, "photometer, library " + version + "\n");
   }
   if (name == "--manual-page" || name == "--manual-pages") {
     return PrintManual(arguments, console);
   }
   return RunCommandCall(arguments, console);
-}
-
-/// Everything went its way, whatever was found.
-bool IsDone(ExitCode code) {
-  return code == ExitCode::Success || code == ExitCode::CheckFailed || code == ExitCode::BoardFaulty ||
-         code == ExitCode::TraceDiffers;
-}
-
-}  // namespace
-
-ExitCode RunCommandLine(const std::vector<std::string>& arguments, Console& console) {
-  const ExitCode code = Obey(arguments, console);
-  console.results << std::flush;
-  if (console.results || !IsDone(code)) {
-    return code;
-  }
-  console.messages << "the output could not be written: is the disk full, or the reader gone?\n";
-  return ExitCode::OutputFailed;
 }
 
 }  // namespace host

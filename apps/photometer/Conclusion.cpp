@@ -27,4 +27,21 @@ ExitCode Conclude(const RunEnd& end, const char* what, ExitCode onFailure, Progr
   return ExitCode::NoEnd;
 }
 
+ExitCode ConcludeOutput(Console& console, ExitCode code) {
+  // What these commands found is a result too.
+  const bool bDone = code == ExitCode::Success || code == ExitCode::CheckFailed || code == ExitCode::BoardFaulty ||
+                     code == ExitCode::TraceDiffers;
+  console.results << std::flush;
+  if (console.results || !bDone) {
+    return code;
+  }
+  console.messages << "the output could not be written: is the disk full, or the reader gone?\n";
+  return ExitCode::OutputFailed;
+}
+
+ExitCode Print(Console& console, const std::string& text) {
+  console.results << text;
+  return ConcludeOutput(console, ExitCode::Success);
+}
+
 }  // namespace host

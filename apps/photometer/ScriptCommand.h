@@ -17,6 +17,7 @@ class ScriptCommand final : public Command {
   /// Reads and checks the script, from standard input when its name is "-".
   void Check() override;
   ExitCode Run(Console& console) override;
+  [[nodiscard]] bool RunsLines() const override { return true; }
 
  private:
   BoardOptions m_board;

@@ -84,7 +84,10 @@ ExitCode ShellCommand::Run(Console& console) {
   if (pReader->HasTerminal()) {
     console.messages << "\"help\" lists the commands, \"quit\" switches the instrument off\n" << std::flush;
   }
-  const ExitCode code = console.interrupt.EndWanted() ? ExitCode::Cancelled : Converse(*pReader, joined);
+  ExitCode code = console.interrupt.EndWanted() ? ExitCode::Cancelled : Converse(*pReader, joined);
+  if (code == ExitCode::Success && !console.results) {
+    code = ExitCode::OutputFailed;
+  }
   workplace.EndSession();
   return workplace.Close(console, code);
 }

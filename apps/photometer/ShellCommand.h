@@ -11,9 +11,10 @@ class ShellCommand final : public Command {
  public:
   void AddOptions(CLI::App& app) override;
   void Check() override;
-  /// `Success` unless nothing could be started, the process was asked to end, or the board found a fault: a command
-  /// that failed does not end the shell.
+  /// `Success` unless nothing could be started, the process was asked to end, the board found a fault, or results were
+  /// lost: a command that failed does not end the shell.
   ExitCode Run(Console& console) override;
+  [[nodiscard]] bool RunsLines() const override { return true; }
 
  private:
   BoardOptions m_board;

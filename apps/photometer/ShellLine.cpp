@@ -24,13 +24,11 @@ ExitCode StartUpWord(const std::vector<std::string>&, Console& console) { return
 
 ExitCode Help(const std::vector<std::string>& words, Console& console) {
   if (words.size() == 1) {
-    console.results << ShellOverview() << std::flush;
-    return ExitCode::Success;
+    return Print(console, ShellOverview());
   }
   // Checked by `ComplainAboutWord`.
   const auto named = FindNamedCommand({words.begin() + 1, words.end()});
-  console.results << CommandCall(*std::get<NamedCommand>(named).pEntry, console.pWorkplace).App().help() << std::flush;
-  return ExitCode::Success;
+  return Print(console, CommandCall(*std::get<NamedCommand>(named).pEntry, console.pWorkplace).App().help());
 }
 
 ExitCode Quit(const std::vector<std::string>&, Console&) { return ExitCode::Success; }

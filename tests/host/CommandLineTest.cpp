@@ -131,6 +131,29 @@ TEST(CommandLine, TellsWhenWhatItShowsIsLost) {
   EXPECT_THAT(messages.str(), HasSubstr("is the disk full"));
 }
 
+TEST(CommandLine, TellsWhatAScriptLosesByTheLine) {
+  const photometer::tests::TemporaryFolder folder;
+  const struct {
+    std::string script;
+    ExitCode code;
+  } cases[] = {
+      {"help\n", ExitCode::OutputFailed},
+      {"turbidity\n", ExitCode::OutputFailed},
+      {"check wavelength --tolerance 0.1 --output " + folder.At("a.json") + "\nturbidity\n", ExitCode::CheckFailed}};
+  for (const auto& one : cases) {
+    folder.Write("s.txt", one.script);
+    std::ofstream full("/dev/full");
+    std::ostringstream messages;
+    Interrupt interrupt;
+    Console console{full, messages, false, interrupt};
+    EXPECT_EQ(RunCommandLine({"run", folder.At("s.txt"), "--simulate", "--offset", "8", "--keep-going"}, console),
+              one.code);
+    const std::string text = messages.str();
+    EXPECT_THAT(text, HasSubstr("is the disk full"));
+    EXPECT_EQ(text.find("is the disk full"), text.rfind("is the disk full")) << text;
+  }
+}
+
 TEST(CommandLine, HelpAndDocumentHoldTheExitCodes) {
   std::ifstream file(std::string(PHOTOMETER_SOURCE_FOLDER) + "/docs/exit-codes.md");
   std::ostringstream document;
