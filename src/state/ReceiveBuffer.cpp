@@ -10,6 +10,7 @@ BOOL ReceiveBuffer::CreateDataEvent() {
 }
 
 void ReceiveBuffer::CloseDataEvent() {
+  const auto state = m_State.Lock();
   if (const HANDLE hEvent = m_hDataEvent.exchange(0); hEvent != 0) {
     CloseHandle(hEvent);
   }
@@ -30,6 +31,7 @@ bool ReceiveBuffer::Append(std::string_view bytes) {
 }
 
 void ReceiveBuffer::Signal() {
+  const auto state = m_State.Lock();
   if (const HANDLE hEvent = m_hDataEvent; hEvent != 0) {
     SetEvent(hEvent);
   }

@@ -24,13 +24,14 @@ class ReceiveBuffer {
 
   /// Creates the auto-reset event. False: it could not be created.
   BOOL CreateDataEvent();
+  /// State lock: nobody signals or resets it meanwhile.
   void CloseDataEvent();
   /// 0: there is none.
   [[nodiscard]] HANDLE DataEvent() const { return m_hDataEvent; }
 
   /// Appends. True: bytes were dropped for the first time since the event was created. State lock.
   bool Append(std::string_view bytes);
-  /// Wakes the waiting exchange.
+  /// Wakes the waiting exchange. State lock.
   void Signal();
   /// Appends the whole content to `reply` and empties the buffer. State lock.
   void CollectReceived(std::string& reply);
