@@ -63,7 +63,11 @@ void ReceiveBuffer::SetCapture(bool bCapture) {
     return;
   }
   m_bCapture = bCapture;
-  bCapture ? ++state->m_dwPumpCaptures : --state->m_dwPumpCaptures;
+  if (bCapture) {
+    ++state->m_dwPumpCaptures;
+  } else {
+    --state->m_dwPumpCaptures;
+  }
   state->m_PumpInfo.m_bPumpCapture = state->m_dwPumpCaptures != 0 ? TRUE : FALSE;
 }
 
