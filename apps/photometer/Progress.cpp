@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <string_view>
 
 #include <fmt/format.h>
 
@@ -42,6 +43,8 @@ constexpr std::array Stages = {
 constexpr std::size_t BarWidth = 30;
 // A shorter bar says no more than the percentage beside it.
 constexpr std::size_t ShortestBar = 5;
+/// The longest time left.
+constexpr std::string_view LongestRest = ", 167 h 59 min left";
 
 /// As wide as the room that the text behind it leaves; empty when that is too little.
 std::string Bar(DWORD dwPercent, std::size_t nRoom) {
@@ -99,8 +102,11 @@ void Progress::ShowShare(const std::string& stage, double dShare, std::optional<
     m_dwStageTick = m_clock ? m_clock() : 0;
   }
   if (m_bTerminal) {
-    const std::string text = fmt::format("{:>3} %  {}{}", dwPercent, stage, TimeLeft(dShare, secondsLeft));
-    Redraw(Bar(dwPercent, Room() - std::min(Room(), text.size())) + text);
+    const std::size_t nRoom = Room();
+    const std::string text = fmt::format("{:>3} %  {}", dwPercent, stage);
+    // The time left comes and goes: the bar keeps its length.
+    const std::size_t nText = text.size() + (secondsLeft || m_clock ? LongestRest.size() : 0);
+    Redraw(Bar(dwPercent, nRoom - std::min(nRoom, nText)) + text + TimeLeft(dShare, secondsLeft), nRoom);
   } else if (bNew || dwQuarter > m_dwQuarter) {
     // A log file needs no line for each wavelength: one for the beginning of a stage and one for each quarter.
     m_stream << fmt::format("{}: {} %{}\n", stage, dwPercent, TimeLeft(dShare, secondsLeft)) << std::flush;
@@ -120,7 +126,7 @@ std::string Progress::TimeLeft(double dShare, std::optional<DWORD> secondsLeft) 
 void Progress::ShowCountdown(const Countdown& countdown) {
   const char* words = countdown.kind == CountdownKind::WarmUp ? "deuterium lamp warms up" : "sample settles";
   if (m_bTerminal) {
-    Redraw(fmt::format("{}: {} s left", words, countdown.dwSeconds));
+    Redraw(fmt::format("{}: {} s left", words, countdown.dwSeconds), Room());
   } else if (m_strStage != words || countdown.dwSeconds % 30 == 0) {
     m_strStage = words;
     m_stream << fmt::format("{}: {} s left\n", words, countdown.dwSeconds) << std::flush;
@@ -132,10 +138,10 @@ std::size_t Progress::Room() const {
   return nColumns > 1 ? nColumns - 1 : std::string::npos;
 }
 
-void Progress::Redraw(std::string text) {
+void Progress::Redraw(std::string text, std::size_t nRoom) {
   // A line that goes on on the next one could not be drawn over.
-  text.resize(std::min(text.size(), Room()));
-  const std::size_t nBefore = std::min(m_nColumns, Room());
+  text.resize(std::min(text.size(), nRoom));
+  const std::size_t nBefore = std::min(m_nColumns, nRoom);
   const std::size_t nErase = nBefore > text.size() ? nBefore - text.size() : 0;
   m_stream << "\r" << text << std::string(nErase, ' ') << std::flush;
   m_nColumns = text.size();

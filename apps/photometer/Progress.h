@@ -45,9 +45,9 @@ class Progress {
   void ShowNotification(const Notification& notification);
   [[nodiscard]] std::string TimeLeft(double dShare, std::optional<photometer::DWORD> secondsLeft) const;
   void ShowCountdown(const Countdown& countdown);
-  /// Characters that a line may have on which more is to be drawn.
+  /// Characters that a line may have on which more is to be drawn; asked once for each line, as a person may change it.
   [[nodiscard]] std::size_t Room() const;
-  void Redraw(std::string text);
+  void Redraw(std::string text, std::size_t nRoom);
   void EndBar();
 
   std::ostream& m_stream;

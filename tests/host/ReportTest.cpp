@@ -110,6 +110,20 @@ TEST(Progress, EstimatesTheTimeLeftFromThePaceSoFar) {
             "spectrum: 10 %\nspectrum: 40 %, 2 min 0 s left\nseries: 50 %, 1 min 15 s left\nseries: 100 %\n");
 }
 
+TEST(Progress, KeepsTheBarsLengthWhileTheTimeLeftComesAndGoes) {
+  std::ostringstream stream;
+  photometer::DWORD dwTick = 0;
+  Progress progress(
+      stream, true, [&dwTick] { return dwTick; }, [] { return 50U; });
+  for (const double dShare : {0.0, 0.5, 1.0}) {
+    progress.ShowShare("spectrum", dShare);
+    dwTick += 700'000;
+  }
+  EXPECT_EQ(stream.str(),
+            "\r[............]   0 %  spectrum\r[######......]  50 %  spectrum, 11 min 40 s left"
+            "\r[############] 100 %  spectrum                  ");
+}
+
 TEST(FaultText, TakesKindCommandAndValues) {
   const auto fault = std::get<simulator::Fault>(common::ParseFault("late-trailer:s:2:delay=500"));
   EXPECT_EQ(fault.kind, simulator::FaultKind::LateTrailer);
