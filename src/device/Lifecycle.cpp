@@ -1,7 +1,7 @@
 #include "device/Lifecycle.h"
 
 #include <algorithm>
-#include <array>
+#include <functional>
 #include <string>
 #include <utility>
 
@@ -44,21 +44,17 @@ void Lifecycle::Turns::GiveBack() {
 /// The turn, for as long as it lives.
 class Lifecycle::Turn {
  public:
-  explicit Turn(std::shared_ptr<Turns> pTurns) : m_pTurns(std::move(pTurns)) {
+  explicit Turn(std::shared_ptr<Turns> pTurns) : Turn(std::move(pTurns), [] { return false; }) {}
+  /// Not taken once waiting is vain.
+  Turn(std::shared_ptr<Turns> pTurns, const std::function<bool()>& isVain) : m_pTurns(std::move(pTurns)) {
     while (m_pTurns->bTaken.exchange(true)) {
+      if (isVain()) {
+        m_bTaken = false;
+        return;
+      }
       if (WaitForSingleObject(m_pTurns->hTurn, TURN_LOOK) == WAIT_FAILED) {
         Sleep(TURN_LOOK);
       }
-    }
-  }
-  /// Not taken without events, or when the device stops meanwhile: a callback may ask for the turn while `Shutdown` has
-  /// it and waits for the callback's thread.
-  Turn(std::shared_ptr<Turns> pTurns, const DeviceState& state) : m_pTurns(std::move(pTurns)) {
-    const std::array<HANDLE, 2> handles{m_pTurns->hTurn, state.StopEvent()};
-    m_bTaken = handles[1] != 0;
-    while (m_bTaken && m_pTurns->bTaken.exchange(true)) {
-      const DWORD dwResult = WaitForMultipleObjects(2, handles.data(), TURN_LOOK);
-      m_bTaken = !state.IsStopping() && (dwResult == WAIT_OBJECT_0 || dwResult == WAIT_TIMEOUT);
     }
   }
   ~Turn() {
@@ -232,9 +228,10 @@ HRESULT Lifecycle::Shutdown() {
 }
 
 LONG Lifecycle::OpenSipperPort() {
-  const Turn turn(m_pTurns, m_Instrument.state);
-  const bool bMayOpen = turn.IsTaken() && m_bUp && !m_Instrument.state.IsStopping();
-  return bMayOpen ? m_Instrument.sipperPort.OpenSipperPort() : 0;
+  const auto isDown = [this] { return !m_bUp || m_Instrument.state.IsStopping(); };
+  // A callback may ask while the turn's owner, on his way down or up, waits for the callback's thread.
+  const Turn turn(m_pTurns, isDown);
+  return turn.IsTaken() && !isDown() ? m_Instrument.sipperPort.OpenSipperPort() : 0;
 }
 
 void Lifecycle::ShutdownForRelease() {

@@ -10,6 +10,7 @@
 #include "device/Lifecycle.h"
 #include "logging/LogFiles.h"
 #include "platform/Platform.h"
+#include "support/Density.h"
 
 namespace photometer::tests {
 namespace {
@@ -219,6 +220,29 @@ TEST(Lifecycle, ShutdownsAndInitializeTakeTurns) {
     }
     EXPECT_EQ(WaitForSingleObject(hThread, 3000), WAIT_OBJECT_0);
     CloseHandle(hThread);
+  }
+}
+
+TEST(Lifecycle, ThePumpsPortIsAskedForAtAnyPointOfAShutdown) {
+  for (std::uint64_t nSeed = RunCount(8); nSeed > 0; --nSeed) {
+    std::atomic<bool> bInside{true};
+    for (std::uint64_t nPoint = 1; bInside; ++nPoint) {
+      SCOPED_TRACE("seed " + std::to_string(nSeed) + ", point " + std::to_string(nPoint));
+      WorldOptions options;
+      options.board = {.seed = nSeed, .policy = Policy::Random, .bHoldUps = true};
+      Bench b(options);
+      b.world.board.UnplugPort(World::PORT);  // the start-up fails at once
+      EXPECT_EQ(b.device.Initialize(), S_OK);
+      std::atomic<bool> bBack{false};
+      b.world.board.RunAtPoint(b.world.board.Points() + nPoint, "second host", [&] {
+        bInside = !bBack;
+        EXPECT_EQ(b.device->OpenSipperPort(), 0);
+      });
+      EXPECT_EQ(b.device->Shutdown(), S_OK);
+      bBack = true;
+      Sleep(1000);
+    }
+    ASSERT_FALSE(testing::Test::HasFailure());
   }
 }
 
