@@ -12,7 +12,10 @@ bool EndSequence::NotifyFinished(DWORD dwRequestId) {
   return true;
 }
 
-void EndSequence::NotifyCancelled(DWORD dwRequestId) { m_Sink.NotifyCode(dwRequestId, NOTIFY_CANCELLED, 100); }
+bool EndSequence::NotifyCancelled(DWORD dwRequestId) {
+  m_Sink.NotifyCode(dwRequestId, NOTIFY_CANCELLED, 100);
+  return !m_State.IsStopping();
+}
 
 void EndSequence::Report(const char* procedure, LONG iResult) {
   if (iResult != 0 && !m_State.IsStopping()) {

@@ -195,8 +195,9 @@ void Kinetics::Finish(LONG iResult) {
   m_End.Report("Kinetics", iResult);
   m_End.MakeSafe();
   if (EndsCancelled(iResult)) {
-    m_End.NotifyCancelled(m_Request.m_dwRequestId);
-    LogPhotometer("[Kinetics] Measurement was canceled.");
+    if (m_End.NotifyCancelled(m_Request.m_dwRequestId)) {
+      LogPhotometer("[Kinetics] Measurement was canceled.");
+    }
   }
   m_End.React(iResult);
   m_End.GiveBack();

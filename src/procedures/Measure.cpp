@@ -158,8 +158,9 @@ void Measure::Finish(LONG iResult) {
   m_End.Report("Measure", iResult);
   m_End.MakeSafe();
   if (m_bCanceled) {
-    m_End.NotifyCancelled(m_Request.m_dwRequestId);
-    LogPhotometer("[Measure] Measurement was canceled.");
+    if (m_End.NotifyCancelled(m_Request.m_dwRequestId)) {
+      LogPhotometer("[Measure] Measurement was canceled.");
+    }
   }
   m_End.React(iResult);
   m_End.GiveBack();

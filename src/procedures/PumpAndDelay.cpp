@@ -65,7 +65,7 @@ DWORD PumpAndDelay::DrawSample() {
   }
   LogPhotometerF(FALSE, "[Measure] start pumping... PumpTime= %d", static_cast<int>(m_dwPumpTime));
   const DWORD dwResult = m_Pumps.Pump(m_dwPumpTime);
-  if (dwResult != 0) {
+  if (dwResult != 0 && !m_State.IsStopping()) {
     LogPhotometerF(TRUE, "[Measure] Pump(), iResult= %d", static_cast<int>(dwResult));
   }
   return dwResult;

@@ -269,8 +269,9 @@ void Scan::Finish(LONG iResult) {
   m_End.MakeSafe();
   if (EndsCancelled(iResult)) {
     StorePosition(UNKNOWN);  // the next move is sent, wherever it goes
-    m_End.NotifyCancelled(m_Request.m_dwRequestId);
-    LogPhotometerF(TRUE, "[Scan] Canceled by user... iResult= %d", iResult);
+    if (m_End.NotifyCancelled(m_Request.m_dwRequestId)) {
+      LogPhotometerF(TRUE, "[Scan] Canceled by user... iResult= %d", iResult);
+    }
     iResult = 0;
   }
   m_End.React(iResult);

@@ -73,8 +73,9 @@ void Turbidity::Deliver(const MeasureValues& values) {
 void Turbidity::Finish(LONG iResult) {
   m_End.Report("MeasureTurbidity", iResult);
   if (EndsCancelled(iResult)) {
-    m_End.NotifyCancelled(m_Request.m_dwRequestId);
-    LogPhotometer("[MeasureTurbidityProc] Measurement was canceled.");
+    if (m_End.NotifyCancelled(m_Request.m_dwRequestId)) {
+      LogPhotometer("[MeasureTurbidityProc] Measurement was canceled.");
+    }
   }
   m_End.React(iResult);
   m_End.GiveBack();

@@ -160,6 +160,24 @@ TEST(SampleRun, ItsStartLosesNoCancelOfAFlush) {
   }
 }
 
+TEST(SampleRun, ShutdownWhileItsPumpRunsIsNoCancelInTheLog) {
+  for (const Start& start : {StartOf(MeasureOfADrawnSample()), StartOf(SCAN), StartOf(KINETICS)}) {
+    simulator::SipperZQ420 pump;
+    World world;
+    world.board.PlugPort(u"COM6:", pump);
+    Device device(world);
+    StartUpWithPump(world, device, 2);
+    ASSERT_EQ(start(*device.operator->()), S_OK);
+    platform::Sleep(3000);
+    device.Close();
+    EXPECT_EQ(Pumped(pump), std::vector<simulator::Time>{3});
+    for (const char* absent : {"anceled", "Pump(), iResult"}) {
+      EXPECT_EQ(world.LogLines(absent), 0U) << absent;
+    }
+    world.ExpectClean();
+  }
+}
+
 TEST(SampleRun, PumpNumbersThatAreNoErrorOfAScan) {
   std::vector<DWORD> numbers(700);
   std::iota(numbers.begin(), numbers.end(), 0U);
