@@ -51,7 +51,7 @@ struct KineticsRequest {
   DWORD m_dwRequestId;
   /// The run ends after the first cycle that starts more than this long after the first, minutes.
   DWORD m_dwDuration;
-  /// From the start of one cycle to the start of the next, s; 0: back to back.
+  /// From the start of one cycle to the start of the next, s; 0: back to back. Longer ones are cut to 24.8 days.
   DWORD m_dwInterval;
   /// Within the instrument's range.
   double m_dWavelength;

@@ -132,7 +132,7 @@ LONG Kinetics::RunCycle() {
 }
 
 DWORD Kinetics::Interval() const {
-  return static_cast<DWORD>(std::min<std::uint64_t>(m_Request.m_dwInterval * MS_PER_SECOND, INFINITE - 1));
+  return static_cast<DWORD>(std::min<std::uint64_t>(m_Request.m_dwInterval * MS_PER_SECOND, LONGEST_LIMIT));
 }
 
 bool Kinetics::WaitForCycle() {

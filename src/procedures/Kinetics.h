@@ -30,7 +30,7 @@ class Kinetics : private SampleRun {
   LONG RunCycles();
   /// One cycle. 0, or what ends the run.
   LONG RunCycle();
-  /// From one cycle to the next, ms; at most 49.7 days, what a wait can tell from one without end.
+  /// From one cycle to the next, ms; at most `LONGEST_LIMIT`.
   DWORD Interval() const;
   /// Waits for the rest of the interval. False: cancelled.
   bool WaitForCycle();

@@ -9,9 +9,11 @@
 namespace photometer {
 
 inline constexpr std::uint64_t MS_PER_SECOND = 1000;
+/// Longest time that differences of ticks tell safely, though the wait for it ends late, ms: 24.8 days.
+inline constexpr std::uint64_t LONGEST_LIMIT = 0x7FFFFFFF;
 
 /// A time that is over at the latest so many milliseconds after the object was made. Wraps of the tick counter do no
-/// harm; limits beyond 24 days are cut.
+/// harm; longer limits are cut to `LONGEST_LIMIT`.
 class Deadline {
  public:
   explicit Deadline(std::uint64_t nMilliseconds);
