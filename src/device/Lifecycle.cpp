@@ -120,8 +120,7 @@ bool Lifecycle::EndEarlierStart() {
     return m_Instrument.threads.WaitUntilEnded(THREADS_END_LIMIT) != FALSE;
   }
   const bool bSwitchOffAgain = StopAndSwitchOff();
-  const DWORD dwStart = GetTickCount();
-  return TakeDown(bSwitchOffAgain, dwStart);
+  return TakeDown(bSwitchOffAgain, Deadline(THREADS_END_LIMIT));
 }
 
 void Lifecycle::StartClean(const CalibrationData& calib) {
@@ -218,10 +217,10 @@ HRESULT Lifecycle::Shutdown() {
   }
   ++m_iShutdowns;
   const bool bSwitchOffAgain = StopAndSwitchOff();
-  const DWORD dwStart = GetTickCount();
+  const Deadline limit(THREADS_END_LIMIT);
   {
     const Turn turn(m_pTurns);
-    TakeDown(bSwitchOffAgain, dwStart);
+    TakeDown(bSwitchOffAgain, limit);
     --m_iShutdowns;
   }
   return S_OK;
@@ -264,12 +263,10 @@ void Lifecycle::SwitchAllOff() {
   m_Instrument.link.WriteOpticalRaw("$ \r");
 }
 
-bool Lifecycle::TakeDown(bool bSwitchOffAgain, DWORD dwStart) {
+bool Lifecycle::TakeDown(bool bSwitchOffAgain, const Deadline& limit) {
   // An `Initialize` that was on its way has set it since.
   bSwitchOffAgain = bSwitchOffAgain || m_Instrument.state.Lock()->m_Status.bBusy != 0;
-  const DWORD dwElapsed = GetTickCount() - dwStart;
-  const DWORD dwRest = dwElapsed < THREADS_END_LIMIT ? THREADS_END_LIMIT - dwElapsed : 0;
-  const bool bEnded = m_Instrument.threads.WaitUntilEnded(dwRest) != FALSE;
+  const bool bEnded = m_Instrument.threads.WaitUntilEnded(limit.Rest()) != FALSE;
   m_Instrument.link.AwaitClaims(WRITE_END_LIMIT);
   if (bSwitchOffAgain) {
     SwitchAllOff();

@@ -8,6 +8,7 @@
 #include <memory>
 
 #include "device/Instrument.h"
+#include "state/Deadline.h"
 
 namespace photometer {
 
@@ -59,9 +60,9 @@ class Lifecycle {
   bool StopAndSwitchOff();
   /// What `OpticalLink` switches off, and the motor's current.
   void SwitchAllOff();
-  /// Waits for the threads, until `THREADS_END_LIMIT` after `dwStart`, and gives back what `Initialize` acquired.
-  /// False: a thread has not ended.
-  bool TakeDown(bool bSwitchOffAgain, DWORD dwStart);
+  /// Waits for the threads, no longer than the limit, and gives back what `Initialize` acquired. False: a thread has
+  /// not ended.
+  bool TakeDown(bool bSwitchOffAgain, const Deadline& limit);
 
   std::shared_ptr<Instrument> m_pInstrument;
   Instrument& m_Instrument;

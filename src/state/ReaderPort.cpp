@@ -4,6 +4,8 @@
 #include <array>
 #include <utility>
 
+#include "state/Deadline.h"
+
 namespace photometer {
 
 namespace {
@@ -116,8 +118,7 @@ void ReaderPort::AwaitUses() {
     const auto state = m_State.Lock();
     return m_iUses > 0;
   };
-  const DWORD dwStart = GetTickCount();
-  while (isUsed() && GetTickCount() - dwStart < USE_LIMIT) {
+  for (const Deadline limit(USE_LIMIT); isUsed() && limit.Rest() > 0;) {
     Sleep(1);
   }
 }

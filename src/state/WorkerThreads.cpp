@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "state/Deadline.h"
+
 namespace photometer {
 
 WorkerThreads::~WorkerThreads() {
@@ -31,12 +33,10 @@ BOOL WorkerThreads::Start(const char* name, std::function<void()> body, DWORD* p
 }
 
 BOOL WorkerThreads::WaitUntilEnded(DWORD dwMilliseconds) {
-  const DWORD dwStart = GetTickCount();
+  const Deadline limit(dwMilliseconds);
   BOOL bEnded = TRUE;
   for (const HANDLE hThread : BeginWait()) {
-    const DWORD dwElapsed = GetTickCount() - dwStart;
-    const DWORD dwRest = dwElapsed < dwMilliseconds ? dwMilliseconds - dwElapsed : 0;
-    bEnded = WaitForSingleObject(hThread, dwRest) == WAIT_OBJECT_0 && bEnded;
+    bEnded = WaitForSingleObject(hThread, limit.Rest()) == WAIT_OBJECT_0 && bEnded;
   }
   EndWait();
   return bEnded;
