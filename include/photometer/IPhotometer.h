@@ -122,8 +122,8 @@ class IPhotometer {
   /// when not initialised (the flush runs all the same) or without a thread, and, with no flush, after `Shutdown` until
   /// the next `Initialize`. It ends with `OnFlushCompleted` or `OnPumpError`. State lock.
   virtual HRESULT StartFlush(DWORD dwFlushTime) = 0;
-  /// Ends every flush and cycle of the ZQ-420: a run that was drawing its sample ends as cancelled. The ZQ-410 goes on.
-  /// Always 0. State lock.
+  /// Ends every flush and cycle of the ZQ-420: a run that draws its sample, or is about to, ends as cancelled. The
+  /// ZQ-410 goes on. Always 0. State lock.
   virtual HRESULT CancelFlush() = 0;
   /// Forgets that the ZQ-410 reported a finished cycle. State lock.
   virtual void ResetPumpCycleFlag() = 0;
@@ -131,11 +131,12 @@ class IPhotometer {
   virtual HRESULT SetUVSessionTime(DWORD dwSeconds) = 0;
   /// Reads the cuvette switches now: −1 fixation, 0 none or device not up, 10, 14, 20, 40, 50 (mm). State lock.
   virtual LONG GetCuvetteState() = 0;
-  /// Asks the running procedure to end as cancelled. 0; E_FAIL when none runs. It ends after its command; the lamp's
-  /// warm-up (90 s), a ZQ-410's cycle and a spectrum's segment are completed first. A flush of the ZQ-420 ends, too.
-  /// A holmium scan and the warm-up of `SetUVLamp` take no notice. Start-up and wavelength test fail (−2) when the
-  /// cancel comes before the holmium filter has been recorded, and take no notice later; the system check goes on, in
-  /// the first case with its wavelength step failed. State lock.
+  /// Asks the running procedure to end as cancelled. 0; E_FAIL when none runs. It ends at its next look: the setting
+  /// of the optics, a reading, or a series' cycle that has begun is completed first, and so are the lamp's warm-up of
+  /// 90 s, a ZQ-410's cycle, a spectrum's segment and a wavelength check's pass. The flushes of the ZQ-420 that run
+  /// end, too. A holmium scan and the warm-up of `SetUVLamp` take no notice. Start-up and wavelength test fail (−2)
+  /// when the cancel comes before the holmium filter has been recorded, and take no notice later; the system check goes
+  /// on, in the first case with its wavelength step failed. State lock.
   virtual HRESULT CancelMeasurement() = 0;
   /// The last zero value within less than 0.1 nm of the wavelength, nm. 0; E_FAIL when there is none or not
   /// initialised; E_POINTER. State lock.

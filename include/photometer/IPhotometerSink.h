@@ -42,7 +42,7 @@ class IPhotometerSink {
   ///       11  100       start-up                   passed; `OnReferenceValues` follows
   ///       12  result    start-up                   failed; the number that `OnError` told, signed
   ///       15  per cent  measurement                a wavelength is done
-  ///           per cent  wavelength check           a peak is done
+  ///           per cent  wavelength check           begins (10), then a peak is done; the last need not be 100
   ///       17  100       runs of a request          finished
   ///       18  100       runs of a request          cancelled
   ///       25  0         runs of a request          the run's thread has started
@@ -91,12 +91,14 @@ class IPhotometerSink {
   virtual void OnSipperPortLost() = 0;
   /// Each second in operating mode 2 that brings neither `OnSipperPortLost` nor `OnSipperCycleDone`.
   virtual void OnSipperTick() = 0;
-  /// Within a second after a cycle of the pump ZQ-420, a flush too, has ended, however it did.
+  /// In operating mode 2, within a second after a cycle of the pump ZQ-420, a flush too, has ended, however it did;
+  /// while the port is lost, not before it is open again. Not told of a cycle that found no detected pump, or whose
+  /// turn at the pump never came.
   virtual void OnSipperCycleDone() = 0;
   /// The data of the pump ZQ-420 changed, or it was first detected.
   virtual void OnSipperInfoChanged() = 0;
   /// A flush failed (522 to 525, 612, 614 to 617), or the ZQ-420's cycle in a run (612, 614 to 617). The request id is
-  /// 0. That the ZQ-410's cycle failed in a run (512 to 514) stands in the log alone.
+  /// 0. That the ZQ-410's cycle failed in a run (512 to 514) stands in the log (measurement) or the debug output alone.
   virtual void OnPumpError(DWORD dwRequestId, DWORD dwError) = 0;
   /// 1 before and 0 after a run or a warm-up switches the deuterium lamp. Not told: a switch-off by host or timer.
   virtual void OnLampSwitching(BOOL bSwitching) = 0;

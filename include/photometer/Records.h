@@ -142,7 +142,9 @@ struct PumpInfo {
 ///     turbidity         m_dwTag1, 2     0                   860              1, 1                reading
 ///     wavelength check  0               0                   peak as found    0, 0                0
 ///
-/// A spectrum's channel without light has 1. The absorbance is that of the filter against the open position.
+/// A spectrum's channel without light has 1. A coarse spectrum counts its positions on in tens: at each change
+/// wavelength of lamp and filters, and at 900 and 1000 nm, positions and wavelengths may begin to lag by up to nine
+/// positions more. The absorbance is that of the filter against the open position.
 struct MeasureValue {
   /// The request's tag of this wavelength.
   DWORD dwTag;
