@@ -26,7 +26,7 @@ LONG UVLamp::SwitchOn(DWORD dwSession) {
   }
   const DWORD dwWarmUpTime = dwSession != 0 ? AskWarmUpTime() : DEFAULT_WARM_UP_COUNTDOWN;
   const auto state = m_State.Lock();
-  if (!CanStart()) {  // a procedure has begun while the host was asked
+  if (!CanStart()) {  // while the host was asked, a procedure has begun, or a Shutdown or the last Release
     return E_FAIL;
   }
   UVSession& session = *state;
