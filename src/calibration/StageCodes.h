@@ -1,12 +1,11 @@
 /// The stages of the self-tests, as codes of `OnNotify`; photometer/IPhotometerSink.h has their values and meaning.
-/// `NOTIFY_PROGRESS` of the procedures has the number of the wavelength test's progress.
 #pragma once
 
 #include "photometer/Types.h"
 
 namespace photometer {
 
-// ---- stages that the start-up and the wavelength test share ----
+// ---- stages that self-tests share ----
 
 inline constexpr DWORD WAVELENGTH_TEST = 4;
 inline constexpr DWORD WAVELENGTH_TEST_PASSED = 5;

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <limits>
 
+#include "calibration/StageCodes.h"
 #include "logging/LogFiles.h"
 #include "procedures/RequestLimits.h"
 
@@ -134,10 +135,10 @@ void WavelengthCheck::Finish(LONG iResult) {
 void WavelengthCheck::NotifyOutcome(LONG iResult) {
   const DWORD dwId = m_Request.m_dwRequestId;
   if (iResult == 0) {
-    m_Sink.Notify({[&](IPhotometerSink& sink) { sink.OnResult(dwId, &m_Results); }, NotifyCall(0, NOTIFY_PROGRESS, 100),
+    m_Sink.Notify({[&](IPhotometerSink& sink) { sink.OnResult(dwId, &m_Results); }, NotifyCall(0, WAVELENGTH_TEST, 100),
                    NotifyCall(dwId, NOTIFY_FINISHED, 100)});
   } else if (iResult == CANCELLED) {
-    m_Sink.Notify({NotifyCall(0, NOTIFY_PROGRESS, 100), NotifyCall(dwId, NOTIFY_CANCELLED, 100)});
+    m_Sink.Notify({NotifyCall(0, WAVELENGTH_TEST, 100), NotifyCall(dwId, NOTIFY_CANCELLED, 100)});
   } else {
     m_End.Report("WavelengthCheck", iResult);
     m_End.React(iResult);

@@ -10,7 +10,6 @@
 namespace photometer {
 
 /// Codes of `OnNotify` that all procedures share.
-inline constexpr DWORD NOTIFY_PROGRESS = 4;
 inline constexpr DWORD NOTIFY_MEASURED = 15;
 inline constexpr DWORD NOTIFY_FINISHED = 17;
 inline constexpr DWORD NOTIFY_CANCELLED = 18;
