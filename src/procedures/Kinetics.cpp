@@ -57,11 +57,8 @@ bool Kinetics::DrawSample(LONG* pResult) {
   if (!m_Pumps.IsPumpInUse()) {
     return true;
   }
-  const DWORD dwResult = m_Pumps.Draw(m_Params.PumpTime, m_Params.PumpParam2);
-  if (dwResult == 0) {
-    m_State.Lock()->m_PumpInfo.m_bPumpCycleReported = FALSE;
-    m_Pumps.DelayCountdown(m_Params.DelayTime, m_Request.m_dwRequestId);
-  } else if (IsPumpStopCode(dwResult)) {
+  const DWORD dwResult = m_Pumps.PumpStep(m_Params, m_Request.m_dwRequestId);
+  if (IsPumpStopCode(dwResult)) {
     NKDbgPrintfW("[Kinetics] Pump(), iResult= %d", static_cast<int>(dwResult));
   } else {
     *pResult = static_cast<LONG>(dwResult);

@@ -36,11 +36,12 @@ void Measure::Run() {
   LogPhotometerF(FALSE, "[Measure] [%d] Thread started", static_cast<int>(m_Request.m_dwRequestId));
   m_Sink.NotifyCode(m_Request.m_dwRequestId, NOTIFY_STARTED, 0);
   LONG iResult = 0;
-  const bool bDrawn = PumpAndDelay(m_State, m_Sink, m_Pumps).Run(&iResult, &m_bCanceled);
+  const bool bDrawn = PumpAndDelay(m_State, m_Sink, m_Pumps).Run(&iResult);
   if (bDrawn) {
     iResult = MeasureAll();
   }
-  if (bDrawn && iResult == 0 && !CancelSeen()) {
+  // A cancel that ended the intake counts, too.
+  if (iResult == 0 && !CancelSeen() && bDrawn) {
     LogPhotometerF(FALSE, "[Measure] delegate action [Photometer_Measurement_Completed]...");
     m_bCanceled = !m_End.NotifyFinished(m_Request.m_dwRequestId);
   }

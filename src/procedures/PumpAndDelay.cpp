@@ -4,14 +4,13 @@
 
 namespace photometer {
 
-bool PumpAndDelay::Run(LONG* pResult, bool* pCanceled) {
+bool PumpAndDelay::Run(LONG* pResult) {
   *pResult = 0;
   TakeSettings();
   const bool bDraw = IsPumpWanted() && !m_bCycleReported;
   if (bDraw) {
     if (const DWORD dwResult = DrawSample(); dwResult != 0) {
       *pResult = IsPumpStopCode(dwResult) ? 0 : static_cast<LONG>(dwResult);
-      *pCanceled = *pCanceled || IsPumpCancelled(dwResult);
       return false;
     }
   }

@@ -11,9 +11,9 @@ class PumpAndDelay {
  public:
   PumpAndDelay(DeviceState& state, HostSink& sink, Pumps& pumps) : m_State(state), m_Sink(sink), m_Pumps(pumps) {}
 
-  /// For the stored measure request. True: go on. False: end the run with `*pResult` as its error (0: none, a failed
-  /// pump has been reported as its own rules say), and as cancelled when `*pCanceled` is set; it is left alone else.
-  bool Run(LONG* pResult, bool* pCanceled);
+  /// For the stored measure request. True: go on. False: end the run with `*pResult` as its error; 0: none, the cycle
+  /// was cancelled, or has been reported as the pump's own rules say.
+  bool Run(LONG* pResult);
 
  private:
   void TakeSettings();

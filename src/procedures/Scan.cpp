@@ -72,7 +72,9 @@ ScanPositions Scan::Positions() const {
 // ---- run ----
 
 bool Scan::DrawSample(LONG* pResult) {
-  const DWORD dwResult = m_Pumps.PumpStep(m_Request.m_dwRequestId);
+  const bool bInUse = m_Pumps.IsPumpInUse();
+  NKDbgPrintfW(bInUse ? "Pump in use..." : "Pump not in use !");
+  const DWORD dwResult = bInUse ? m_Pumps.PumpStep(m_Params, m_Request.m_dwRequestId) : 0;
   *pResult = IsPumpStopCode(dwResult) ? 0 : static_cast<LONG>(dwResult);
   return !CancelSeen() && dwResult == 0;
 }

@@ -3,6 +3,7 @@
 #include <array>
 
 #include "logging/LogFiles.h"
+#include "optics/InOrder.h"
 #include "pumps/PumpExchange.h"
 #include "state/Deadline.h"
 
@@ -61,11 +62,11 @@ DWORD Pumps::SendParameters(DWORD dwPumpTime, DWORD dwPumpParam2, const PumpDial
 }
 
 DWORD Pumps::Pump(DWORD dwSeconds) {
-  if (m_State.Lock()->m_PumpInfo.m_iOperatingMode == MODE_ZQ_410) {
-    return PumpZQ410();
-  }
-  const DWORD dwResult = PumpZQ420(dwSeconds);
-  if (dwResult != 0 && dwResult != ZQ420_CANCELLED) {
+  const bool bZQ410 = m_State.Lock()->m_PumpInfo.m_iOperatingMode == MODE_ZQ_410;
+  const DWORD dwResult = bZQ410 ? PumpZQ410() : PumpZQ420(dwSeconds);
+  if (IsPumpCancelled(dwResult)) {
+    m_State.Lock()->m_Status.bCancel = TRUE;
+  } else if (dwResult != 0 && !bZQ410) {
     m_Sink.Notify([dwResult](IPhotometerSink& sink) { sink.OnPumpError(0, dwResult); });
   }
   return dwResult;
@@ -96,33 +97,15 @@ DWORD Pumps::PumpZQ420(DWORD dwSeconds, HANDLE hOwnCancel) {
 
 // ---- steps of procedures ----
 
-DWORD Pumps::Draw(DWORD dwPumpTime, DWORD dwPumpParam2) {
-  if (m_State.Lock()->m_PumpInfo.m_bPumpCycleReported) {
-    return 0;
-  }
-  if (const DWORD dwResult = SetPump(dwPumpTime, dwPumpParam2); dwResult != 0) {
-    return dwResult;
-  }
-  const DWORD dwResult = Pump(dwPumpTime);
-  if (IsPumpCancelled(dwResult)) {
-    m_State.Lock()->m_Status.bCancel = TRUE;
+DWORD Pumps::PumpStep(const PhotometerParameters& params, DWORD dwRequestId) {
+  const bool bPumped = m_State.Lock()->m_PumpInfo.m_bPumpCycleReported != FALSE;
+  const DWORD dwResult = InOrder([&] { return bPumped ? 0 : SetPump(params.PumpTime, params.PumpParam2); },
+                                 [&] { return bPumped ? 0 : Pump(params.PumpTime); });
+  if (dwResult == 0) {
+    m_State.Lock()->m_PumpInfo.m_bPumpCycleReported = FALSE;
+    DelayCountdown(params.DelayTime, dwRequestId);
   }
   return dwResult;
-}
-
-DWORD Pumps::PumpStep(DWORD dwRequestId) {
-  const bool bInUse = IsPumpInUse();
-  NKDbgPrintfW(bInUse ? "Pump in use..." : "Pump not in use !");
-  if (!bInUse) {
-    return 0;
-  }
-  const PhotometerParameters params = m_State.Lock()->m_Params;
-  if (const DWORD dwResult = Draw(params.PumpTime, params.PumpParam2); dwResult != 0) {
-    return IsPumpCancelled(dwResult) ? 0 : dwResult;
-  }
-  m_State.Lock()->m_PumpInfo.m_bPumpCycleReported = FALSE;
-  DelayCountdown(params.DelayTime, dwRequestId);
-  return 0;
 }
 
 void Pumps::DelayCountdown(DWORD dwSeconds, DWORD dwRequestId) {

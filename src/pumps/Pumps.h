@@ -41,7 +41,8 @@ class Pumps {
   bool IsPumpInUse();
   /// Gives the ZQ-410 its parameters, 0 to 999 each. 0 at once with the ZQ-420, which takes none.
   DWORD SetPump(DWORD dwPumpTime, DWORD dwPumpParam2);
-  /// Runs a cycle of the attached pump. A failure of the ZQ-420 other than a cancel is reported with `OnPumpError`.
+  /// Runs a cycle of the attached pump. A cancelled one sets the cancel flag: the run ends with it, though a flush was
+  /// meant, or the device stops. A failure of the ZQ-420 is reported with `OnPumpError`.
   DWORD Pump(DWORD dwSeconds);
   /// A cycle of the ZQ-410. A cancel does not shorten it; the result says so at its end.
   DWORD PumpZQ410();
@@ -49,10 +50,8 @@ class Pumps {
   /// one, or that of this cycle alone.
   DWORD PumpZQ420(DWORD dwSeconds, HANDLE hOwnCancel = 0);
 
-  /// Parameters and cycle, unless the pump has run one by itself. A cancelled cycle sets the cancel flag.
-  DWORD Draw(DWORD dwPumpTime, DWORD dwPumpParam2);
-  /// With a pump in use: the sample drawn, and the delay. A cancelled cycle counts as 0.
-  DWORD PumpStep(DWORD dwRequestId);
+  /// With a pump in use: parameters and cycle, unless the pump has run one by itself, and the delay.
+  DWORD PumpStep(const PhotometerParameters& params, DWORD dwRequestId);
   /// `OnDelayCountdown` each second, last with 0. A cancel jumps to the 0.
   void DelayCountdown(DWORD dwSeconds, DWORD dwRequestId);
 
