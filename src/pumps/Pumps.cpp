@@ -25,14 +25,17 @@ constexpr DWORD SET_PUMP_RANGE = 531;
 constexpr PumpDialogue UPDATE_PARAMETERS{.answers = ACKNOWLEDGED, .dwSilence = 542, .dwTooLong = 543, .dwWrite = 545};
 constexpr DWORD UPDATE_PARAMETERS_RANGE = 541;
 
-constexpr std::array<PumpAnswer, 2> CYCLE_ENDED{{{"\x02h3;a\x03", 514}, {"\x02h1;b\x03", 0}}};
+constexpr DWORD ZQ410_SILENCE = 512;
+constexpr DWORD ZQ410_FAILED = 514;
+constexpr std::array<PumpAnswer, 2> CYCLE_ENDED{{{"\x02h3;a\x03", ZQ410_FAILED}, {"\x02h1;b\x03", 0}}};
 constexpr PumpDialogue PUMP_CYCLE{
-    .answers = CYCLE_ENDED, .dwSilence = 512, .dwTooLong = 513, .dwWrite = 0, .bAnswersKeepAlive = true};
+    .answers = CYCLE_ENDED, .dwSilence = ZQ410_SILENCE, .dwTooLong = 513, .dwWrite = 0, .bAnswersKeepAlive = true};
 
 }  // namespace
 
 bool IsPumpStopCode(DWORD dwResult) {
-  return (dwResult >= 512 && dwResult <= 514) || dwResult == 516 || (dwResult >= 612 && dwResult <= 617);
+  return (dwResult >= ZQ410_SILENCE && dwResult <= ZQ410_FAILED) || dwResult == ZQ410_CANCELLED ||
+         (dwResult >= ZQ420_SILENCE && dwResult <= ZQ420_FAULT_6);
 }
 
 bool Pumps::IsPumpInUse() {

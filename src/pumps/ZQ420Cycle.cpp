@@ -10,11 +10,6 @@ namespace {
 /// How long the pump may take to stop, ms.
 constexpr DWORD STOP_LIMIT = 2000;
 
-/// Results of the pump's faults 3, 5 and 6. Fault 4 does not end a cycle.
-constexpr DWORD FAULT_3 = 615;
-constexpr DWORD FAULT_5 = 616;
-constexpr DWORD FAULT_6 = 617;
-
 }  // namespace
 
 /// What a frame means that contains the text; the first of a phase's list counts.
@@ -39,12 +34,13 @@ DWORD ZQ420Cycle::Run() {
 }
 
 DWORD ZQ420Cycle::Pump() {
-  static constexpr std::array<Meaning, 4> Starting{{{"s;f;3", Ending::Fault, FAULT_3},
-                                                    {"s;f;5", Ending::Fault, FAULT_5},
-                                                    {"s;f;6", Ending::Fault, FAULT_6},
+  static constexpr std::array<Meaning, 4> Starting{{{"s;f;3", Ending::Fault, ZQ420_FAULT_3},
+                                                    {"s;f;5", Ending::Fault, ZQ420_FAULT_5},
+                                                    {"s;f;6", Ending::Fault, ZQ420_FAULT_6},
                                                     {"s", Ending::Answered, 0}}};
-  static constexpr std::array<Meaning, 3> Pumping{
-      {{"p;f;3", Ending::Fault, FAULT_3}, {"p;f;5", Ending::Fault, FAULT_5}, {"p;f;6", Ending::Fault, FAULT_6}}};
+  static constexpr std::array<Meaning, 3> Pumping{{{"p;f;3", Ending::Fault, ZQ420_FAULT_3},
+                                                   {"p;f;5", Ending::Fault, ZQ420_FAULT_5},
+                                                   {"p;f;6", Ending::Fault, ZQ420_FAULT_6}}};
   Send("pump", 's');
   const Deadline pumpTime(m_nPumpTime);
   Ending ending = Wait(Starting, pumpTime);

@@ -18,6 +18,10 @@ namespace photometer {
 inline constexpr DWORD ZQ420_SILENCE = 612;
 inline constexpr DWORD ZQ420_CANCELLED = 613;
 inline constexpr DWORD ZQ420_LOST = 614;
+/// The pump's faults 3, 5 and 6. Fault 4 does not end a cycle.
+inline constexpr DWORD ZQ420_FAULT_3 = 615;
+inline constexpr DWORD ZQ420_FAULT_5 = 616;
+inline constexpr DWORD ZQ420_FAULT_6 = 617;
 
 class ZQ420Cycle {
  public:
