@@ -156,13 +156,17 @@ void Pumps::UpdatePumpParProc() {
 void Pumps::ReportUpdate(DWORD dwResult) {
   ReportError("Pump", "UpdatePumpParProc", static_cast<int>(dwResult));
   // Beside a procedure the optical unit is the procedure's, from the moment of its start.
+  bool bIdle = false;
   {
     const auto state = m_State.Lock();
-    if (!state->m_Status.bBusy) {
+    bIdle = !state->m_Status.bBusy;
+    if (bIdle) {
       m_Link.ClaimSwitchOff();
     }
   }
-  m_Link.SendWaiting();
+  if (bIdle) {
+    m_Link.SendWaiting();
+  }
   m_Sink.Notify([dwResult](IPhotometerSink& sink) { sink.OnError(0, dwResult); });
 }
 
