@@ -1,6 +1,8 @@
 // A planted lost wake-up that first come, first served never shows: what each policy promises to find, and in how many
 // runs.
 #include <set>
+#include <string>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -203,13 +205,33 @@ TEST(ExhaustivePolicyTest, AScenarioThatDoesNotRepeatItselfIsReported) {
 
 // ---- decisions ----
 
+/// The order in which two threads begin (a, b) and wake (A, B) while the main one is in its third call.
+std::string OrderUnder(const char* decisions) {
+  std::string order;
+  OnVirtualBoard world(With(std::make_shared<ReplayPolicy>(ParseDecisions(decisions).value())));
+  for (const auto& [name, begun, woken] : {std::tuple("A", 'a', 'A'), {"B", 'b', 'B'}}) {
+    world.Run(name, [&order, begun, woken] {
+      order += begun;
+      Sleep(1);
+      order += woken;
+    });
+  }
+  Sleep(5);
+  return order;
+}
+
+TEST(DecisionsTest, AHoldUpThatIsLeftOutLeavesTheOthersTheirPlaces) {
+  EXPECT_EQ(OrderUnder("hold 1@3 100\nmeanwhile 1@3 3\nnext 1@3 2\n"), "baAB");
+  EXPECT_EQ(OrderUnder("hold 1@3 100\nnext 1@3 3\n"), "abBA");
+  EXPECT_EQ(OrderUnder("meanwhile 1@3 3\nnext 1@3 2\n"), "abAB");
+}
+
 TEST(DecisionsTest, OnlyLinesOfTheFormAreRead) {
-  const DecisionList list{{DecisionKind::Switch, 3, 17, 0, 2},
-                          {DecisionKind::Next, 3, 18, 1, 4},
-                          {DecisionKind::Waiter, 1, 5, 0, 3},
-                          {DecisionKind::Late, 2, 9, 0, 1500},
-                          {DecisionKind::Block, 1, 3, 0, 200}};
-  const std::string text = "switch 3@17 2\nnext 3@18.1 4\nwaiter 1@5 3\nlate 2@9 1500\nblock 1@3 200\n";
+  const DecisionList list{{DecisionKind::Switch, 3, 17, 0, 2}, {DecisionKind::Next, 3, 18, 1, 4},
+                          {DecisionKind::Waiter, 1, 5, 0, 3},  {DecisionKind::Late, 2, 9, 0, 1500},
+                          {DecisionKind::Block, 1, 3, 0, 200}, {DecisionKind::Meanwhile, 2, 12, 0, 3}};
+  const std::string text =
+      "switch 3@17 2\nnext 3@18.1 4\nwaiter 1@5 3\nlate 2@9 1500\nblock 1@3 200\nmeanwhile 2@12 3\n";
   EXPECT_EQ(ToText(list), text);
   EXPECT_EQ(ParseDecisions("# by hand\n\n" + text), list);
   for (const char* bad : {"x", "switch", "switch 3", "switch 3@", "switch 3@4", "switch 3@4 ", "switch 3@4 5 6",

@@ -10,7 +10,8 @@ namespace photometer::platform {
 namespace {
 
 /// In the order of the kinds.
-constexpr std::array<std::string_view, 6> KindNames = {"switch", "next", "waiter", "late", "block", "hold"};
+constexpr std::array<std::string_view, 7> KindNames = {"switch", "next", "waiter",   "late",
+                                                       "block",  "hold", "meanwhile"};
 
 std::string ToText(const Decision& decision) {
   std::string text(KindNames[static_cast<std::size_t>(decision.kind)]);

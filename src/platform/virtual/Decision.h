@@ -28,7 +28,9 @@ enum class DecisionKind : unsigned char {
   /// A port's FIFO begins to fill: bytes at which it is emptied.
   Block,
   /// At the beginning of a call: microseconds for which the caller is held up.
-  HoldUp
+  HoldUp,
+  /// The caller is held up: the thread that runs next. No `Next`, whose numbers would be others without the hold-up.
+  Meanwhile
 };
 
 struct Decision {
@@ -50,7 +52,7 @@ struct Decision {
 using DecisionList = std::vector<Decision>;
 
 /// One line each: `switch 3@17 2` (thread 3, at its 17th call, gives way to 2), `next 3@17.1 4`, `waiter 1@5 3`,
-/// `late 2@9 1500`, `block 1@3 200`, `hold 2@12 900`.
+/// `late 2@9 1500`, `block 1@3 200`, `hold 2@12 900`, `meanwhile 2@12 3`.
 std::string ToText(const DecisionList& decisions);
 /// Lines as above; nothing when one is not. Empty lines and those that begin with `#` are passed over.
 std::optional<DecisionList> ParseDecisions(std::string_view text);

@@ -1,5 +1,6 @@
 #include "platform/virtual/RecordingPolicy.h"
 
+#include "platform/virtual/ReplayPolicy.h"
 #include "platform/virtual/VirtualThread.h"
 
 namespace photometer::platform {
@@ -17,8 +18,9 @@ std::size_t RecordingPolicy::AtPoint(const VirtualThread& running, std::span<Vir
 std::size_t RecordingPolicy::AtWait(const VirtualThread& running, std::span<VirtualThread* const> ready) {
   const std::size_t nChosen = m_pPolicy->AtWait(running, ready);
   if (m_firstCome.AtWait(running, ready) != nChosen) {
-    m_decisions.push_back(
-        {DecisionKind::Next, running.dwId, running.nCalls, running.nWaitsInCall, ready[nChosen]->dwId});
+    Decision decision = ReplayPolicy::KeyAtWait(running);
+    decision.nChoice = ready[nChosen]->dwId;
+    m_decisions.push_back(decision);
   }
   return nChosen;
 }

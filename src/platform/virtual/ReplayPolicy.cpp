@@ -37,7 +37,12 @@ std::size_t ReplayPolicy::AtPoint(const VirtualThread& running, std::span<Virtua
 
 std::size_t ReplayPolicy::AtWait(const VirtualThread& running, std::span<VirtualThread* const> ready) {
   const std::size_t nFirst = m_firstCome.AtWait(running, ready);
-  return IndexOf({DecisionKind::Next, running.dwId, running.nCalls, running.nWaitsInCall, 0}, ready, nFirst);
+  return IndexOf(KeyAtWait(running), ready, nFirst);
+}
+
+Decision ReplayPolicy::KeyAtWait(const VirtualThread& running) {
+  const DecisionKind kind = running.bHeldUp ? DecisionKind::Meanwhile : DecisionKind::Next;
+  return {kind, running.dwId, running.nCalls, running.bHeldUp ? 0 : running.nWaitsInCall, 0};
 }
 
 std::size_t ReplayPolicy::ChooseWaiter(const VirtualThread& running, std::span<VirtualThread* const> waiters) {

@@ -25,6 +25,9 @@ class ReplayPolicy final : public SchedulingPolicy {
   std::uint64_t HeldUpFor(const VirtualThread& running) override;
   std::size_t BlockBytes(DWORD dwPort, std::uint64_t nBlock) override;
 
+  /// What a decision of `AtWait` is found by: everything but the choice.
+  static Decision KeyAtWait(const VirtualThread& running);
+
  private:
   [[nodiscard]] std::optional<std::uint64_t> Find(const Decision& key) const;
   [[nodiscard]] std::size_t IndexOf(const Decision& key, std::span<VirtualThread* const> threads,

@@ -69,7 +69,9 @@ VirtualThread& Scheduler::Point(const char* call) {
     NoteSpin(thread);
   }
   if (const std::uint64_t nHeldUp = m_pPolicy->HeldUpFor(thread); nHeldUp > 0) {
+    thread.bHeldUp = true;
     Block(m_clock.Now() + nHeldUp);
+    thread.bHeldUp = false;
   }
   if (!m_ready.empty()) {
     const std::size_t nChosen = m_pPolicy->AtPoint(thread, m_ready);
@@ -176,7 +178,7 @@ VirtualThread& Scheduler::NextThread() {
     return TakeReady(0);
   }
   const std::size_t nChosen = m_pPolicy->AtWait(*m_pCurrent, m_ready);
-  ++m_pCurrent->nWaitsInCall;
+  m_pCurrent->nWaitsInCall += m_pCurrent->bHeldUp ? 0 : 1;
   NoteResult(nChosen);
   return TakeReady(nChosen);
 }

@@ -78,9 +78,10 @@ struct VirtualThread {
 
   /// In the order taken.
   std::vector<LockState*> held;
-  /// Its calls of the layer, and how often it could not go on in the last of them.
+  /// Its calls of the layer, and how often it could not go on in the last of them, hold-ups aside.
   std::uint64_t nCalls = 0;
   unsigned nWaitsInCall = 0;
+  bool bHeldUp = false;
   /// Calls of the layer since time last moved, counted in the window of that number.
   std::uint64_t nWindow = 0;
   std::uint64_t nCallsInWindow = 0;
