@@ -18,28 +18,33 @@ using simulator::FaultKind;
 struct CommandFaultKind {
   FaultForm form;
   FaultKind kind;
+  /// The values without which it would do nothing, apart by spaces.
+  std::string_view needed = {};
 };
 
 constexpr std::array CommandFaultKinds = {
     CommandFaultKind{{"silence", "the command is not carried out, and not answered"}, FaultKind::Silence},
     CommandFaultKind{{"silent-execution", "it is carried out, but not answered"}, FaultKind::SilentExecution},
-    CommandFaultKind{{"late", "everything comes later, by delay=MS"}, FaultKind::Late},
-    CommandFaultKind{{"error",
-                      "it is not carried out, and answered with an error; h3;a of the ZQ-410 behind the time of its "
-                      "cycle, s;f;N of the ZQ-420 with count=N"},
-                     FaultKind::Error},
-    CommandFaultKind{{"garbage", "it is carried out, and answered with text=TEXT"}, FaultKind::Garbage},
-    CommandFaultKind{{"split", "a pause in the answer, of delay=MS behind count=BYTES"}, FaultKind::Split},
-    CommandFaultKind{{"surplus", "text=TEXT behind the answer"}, FaultKind::Surplus},
-    CommandFaultKind{{"lost", "count=BYTES of the answer are missing, from number first=N on"}, FaultKind::Lost},
-    CommandFaultKind{{"stale", "text=TEXT before the answer"}, FaultKind::StaleBefore},
+    CommandFaultKind{{"late", "everything comes later, by delay=MS"}, FaultKind::Late, "delay=MS"},
+    CommandFaultKind{
+        {"error",
+         "it is not carried out, and answered with an error; of a pump only cycle and flush of the ZQ-410, "
+         "with h3;a behind their time, and the start of the ZQ-420, with s;f;N, count=N"},
+        FaultKind::Error},
+    CommandFaultKind{{"garbage", "it is carried out, and answered with text=TEXT"}, FaultKind::Garbage, "text=TEXT"},
+    CommandFaultKind{
+        {"split", "a pause in the answer, of delay=MS behind count=BYTES"}, FaultKind::Split, "delay=MS count=BYTES"},
+    CommandFaultKind{{"surplus", "text=TEXT behind the answer"}, FaultKind::Surplus, "text=TEXT"},
+    CommandFaultKind{
+        {"lost", "count=BYTES of the answer are missing, from number first=N on"}, FaultKind::Lost, "count=BYTES"},
+    CommandFaultKind{{"stale", "text=TEXT before the answer"}, FaultKind::StaleBefore, "text=TEXT"},
 };
 
 constexpr std::array StreamFaultKinds = {
     CommandFaultKind{{"no-trailer", "the three bytes behind the last reading are missing"}, FaultKind::NoTrailer},
-    CommandFaultKind{{"late-trailer", "they come later, by delay=MS"}, FaultKind::LateTrailer},
-    CommandFaultKind{{"surplus-points", "count=N readings too many"}, FaultKind::SurplusPoints},
-    CommandFaultKind{{"stop-after", "the stream ends behind count=N readings"}, FaultKind::StopAfter},
+    CommandFaultKind{{"late-trailer", "they come later, by delay=MS"}, FaultKind::LateTrailer, "delay=MS"},
+    CommandFaultKind{{"surplus-points", "count=N readings too many"}, FaultKind::SurplusPoints, "count=N"},
+    CommandFaultKind{{"stop-after", "the stream ends behind count=N readings"}, FaultKind::StopAfter, "count=N"},
 };
 
 /// A pump's fault that is none of a command.
@@ -47,6 +52,7 @@ struct PumpFaultKind {
   FaultForm form;
   simulator::PumpKind pump;  ///< the only one that can have it; None: each
   void (*apply)(simulator::Instrument& instrument, const simulator::Fault& values, simulator::Time now);
+  std::string_view needed = {};
 };
 
 // Half of what the line carries: other bytes find their place in between.
@@ -67,7 +73,8 @@ constexpr std::array PumpFaultKinds = {
                   simulator::PumpKind::ZQ420,
                   [](simulator::Instrument& instrument, const simulator::Fault& values, simulator::Time) {
                     instrument.zq420.FailPumping(static_cast<int>(values.count), values.delay);
-                  }},
+                  },
+                  "count=N"},
     PumpFaultKind{
         {"flood", "text=TEXT over and over, without an end byte, from delay=MS on"}, simulator::PumpKind::None, Flood},
 };
@@ -77,6 +84,7 @@ constexpr std::array Letters = {
     FaultForm{"F r H", "optical unit: filter, mirror, shutter"},
     FaultForm{"h d f", "halogen lamp, deuterium lamp, fan"},
     FaultForm{"z M S", "home, move, speed of the monochromator"},
+    FaultForm{"(space)", "release of the monochromator's motor, as \"late: :delay=500\""},
     FaultForm{"o g A i", "power and gain of the detectors, converter speed, measurement length"},
     FaultForm{"a s v", "readings, stream of readings, version"},
     FaultForm{"T G t", "turbidity: power, gain, readings"},
@@ -131,7 +139,10 @@ std::optional<std::uint32_t> ParseNumber(std::string_view text) {
 bool TakeValue(const std::string& part, simulator::Fault& fault) {
   const std::size_t nEquals = std::min(part.find('='), part.size());
   const std::string name = part.substr(0, nEquals);
-  const std::string value = nEquals < part.size() ? part.substr(nEquals + 1) : "";
+  if (nEquals == part.size()) {
+    return false;
+  }
+  const std::string value = part.substr(nEquals + 1);
   if (name == "text") {
     fault.bytes = value;
     return true;
@@ -147,6 +158,39 @@ bool TakeValue(const std::string& part, simulator::Fault& fault) {
     return false;
   }
   return true;
+}
+
+/// The first of the needed values that is not among the parts; empty: all are there.
+std::string_view Missing(std::string_view needed, const std::vector<std::string>& parts) {
+  while (!needed.empty()) {
+    const std::string_view form = needed.substr(0, needed.find(' '));
+    const std::string_view begin = form.substr(0, form.find('=') + 1);
+    if (std::none_of(parts.begin(), parts.end(),
+                     [begin](const std::string& part) { return part.starts_with(begin); })) {
+      return form;
+    }
+    needed.remove_prefix(std::min(form.size() + 1, needed.size()));
+  }
+  return {};
+}
+
+std::string Lacks(const std::string& text, std::string_view form) {
+  return fmt::format("\"{}\" does nothing without its value; add :{}", text, form);
+}
+
+/// A pump has an error for what it may fail at, and for nothing else.
+std::string ComplainAboutError(const std::string& text, const simulator::Fault& fault, simulator::PumpKind pump) {
+  if (fault.kind != FaultKind::Error) {
+    return {};
+  }
+  const bool bZQ410 = pump == simulator::PumpKind::ZQ410;
+  const std::string_view letters = bZQ410 ? "12" : "s";
+  if (fault.letter != 0 && letters.find(fault.letter) == std::string_view::npos) {
+    return fmt::format("\"{}\" cannot be used: {}", text,
+                       bZQ410 ? "the ZQ-410 answers only its cycle and flush with an error; give error:1 or error:2"
+                              : "the ZQ-420 answers only its start with an error; give error:s:count=N");
+  }
+  return bZQ410 || Missing("count=N", SplitAtColons(text)).empty() ? std::string() : Lacks(text, "count=N");
 }
 
 }  // namespace
@@ -178,6 +222,9 @@ std::variant<simulator::Fault, std::string> ParseFault(const std::string& text) 
       return fmt::format("\"{}\" cannot be used; {}", parts[i], Form);
     }
   }
+  if (const std::string_view missing = Missing(pKind->needed, parts); !missing.empty()) {
+    return Lacks(text, missing);
+  }
   return fault;
 }
 
@@ -196,8 +243,11 @@ std::string AddPumpFault(const std::string& text, simulator::Instrument& instrum
     if (const auto* pComplaint = std::get_if<std::string>(&fault)) {
       return *pComplaint;
     }
-    instrument.PumpLine()->Faults().Add(std::get<simulator::Fault>(fault));
-    return {};
+    std::string complaint = ComplainAboutError(text, std::get<simulator::Fault>(fault), instrument.pump);
+    if (complaint.empty()) {
+      instrument.PumpLine()->Faults().Add(std::get<simulator::Fault>(fault));
+    }
+    return complaint;
   }
   if (pKind->pump != simulator::PumpKind::None && pKind->pump != instrument.pump) {
     return fmt::format("\"{}\" is a fault of the other pump", pKind->form.name);
@@ -208,6 +258,9 @@ std::string AddPumpFault(const std::string& text, simulator::Instrument& instrum
       return fmt::format("\"{}\" cannot be used; write {}:NAME=VALUE with delay (ms), count or text", parts[i],
                          parts[0]);
     }
+  }
+  if (const std::string_view missing = Missing(pKind->needed, parts); !missing.empty()) {
+    return Lacks(text, missing);
   }
   pKind->apply(instrument, values, now);
   return {};
