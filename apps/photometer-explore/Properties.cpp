@@ -366,12 +366,26 @@ constexpr std::string_view AtAnyTime = "rdhf vq";
 /// After so much silence a command is given up, and what the unit is still at may overlap with the next, µs.
 constexpr std::uint64_t GivenUpAfter = 60'000'000;
 
-/// The host brings the device down or up: a command that was about to be written meets the switching off, which is
-/// therefore written once more.
+bool IsPortOpen(const Ledger& ledger, std::size_t nBefore) {
+  for (std::size_t i = nBefore; i-- > 0;) {
+    if (ledger.Events()[i].kind == EventKind::OpticalPort) {
+      return ledger.Events()[i].a != 0;
+    }
+  }
+  return false;
+}
+
+/// The call switches off what is on: a start does when an earlier one has left the device up.
+bool SwitchesOff(const Evidence& evidence, const HostCall& call) {
+  return call.name == "shutdown" || call.name == "release" ||
+         (call.name == "initialize" && IsPortOpen(evidence.ledger, call.nBegin));
+}
+
+/// The host brings the device down: a command that was about to be written meets the switching off, which is therefore
+/// written once more.
 bool InTurn(const Evidence& evidence, std::size_t nEvent) {
-  return std::ranges::any_of(evidence.runs.calls, [nEvent](const HostCall& call) {
-    const bool bTurn = call.name == "shutdown" || call.name == "release" || call.name == "initialize";
-    return bTurn && call.nBegin < nEvent && nEvent < call.nEnd;
+  return std::ranges::any_of(evidence.runs.calls, [&evidence, nEvent](const HostCall& call) {
+    return call.nBegin < nEvent && nEvent < call.nEnd && SwitchesOff(evidence, call);
   });
 }
 

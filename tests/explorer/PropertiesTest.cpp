@@ -138,6 +138,27 @@ TEST(Properties, OfResults) {
   }
 }
 
+TEST(Properties, OfACommandDuringACall) {
+  struct {
+    const char* operation;
+    bool bPortOpen;
+    const char* broken;
+  } const cases[] = {{"shutdown", true, ""},
+                     {"initialize", true, ""},
+                     {"initialize", false, "one after another"},
+                     {"measure", true, "one after another"}};
+  for (const auto& c : cases) {
+    VirtualBoard board;
+    Ledger ledger(board);
+    ledger.Note(EventKind::OpticalPort, "optical port", c.bPortOpen ? 1 : 0);
+    const std::int64_t nCall = ledger.BeginCall(c.operation, false);
+    ledger.Note(MoveTooEarly.kind, MoveTooEarly.name, MoveTooEarly.a, MoveTooEarly.b, MoveTooEarly.c);
+    ledger.EndCall(nCall, c.operation, -1);
+    const std::vector<Violation> violations = Judge({ledger, FindRuns(ledger), {}, {}, true});
+    EXPECT_EQ(violations.empty() ? "" : violations.front().property, c.broken) << c.operation;
+  }
+}
+
 TEST(Properties, OfShutdown) {
   VirtualBoard board;
   Ledger ledger(board);
