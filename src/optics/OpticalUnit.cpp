@@ -98,17 +98,14 @@ DWORD OpticalUnit::SetHalogenLamp(BOOL bOn, BOOL bHighPower) {
 
 DWORD OpticalUnit::SetHomePosition() {
   const DWORD dwResult = SendAlways(HOME);
-  const auto state = m_State.Lock();
-  if (dwResult != 0) {
-    if (HOME.LeavesDoubt(dwResult - HOME.dwBase)) {
-      state->m_Cache[CacheEntry::MonochromatorPosition] = UNKNOWN;
-    }
+  if (dwResult != 0 && !HOME.LeavesDoubt(dwResult - HOME.dwBase)) {
     return dwResult;
   }
+  const auto state = m_State.Lock();
   for (const CacheEntry entry : {CacheEntry::MonochromatorPosition, CacheEntry::HalogenLamp, CacheEntry::Mirror}) {
-    state->m_Cache[entry] = 0;
+    state->m_Cache[entry] = dwResult == 0 ? 0 : UNKNOWN;
   }
-  return 0;
+  return dwResult;
 }
 
 DWORD OpticalUnit::MoveMonochromator(LONG iPosition) { return Execute(MOVE, iPosition); }
