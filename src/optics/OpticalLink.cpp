@@ -40,6 +40,7 @@ BOOL OpticalLink::OpenOpticalPort() {
   {
     const auto state = m_State.Lock();
     m_Waiting.clear();  // what is owed to the switching off of a `Shutdown` just before stays owed
+    m_LineEnds = {};    // another unit may answer now
   }
   PortReader reader{.name = "OpticalReader", .onBlock = nullptr, .onEnd = nullptr};
   reader.onBlock = [this](std::string_view bytes) { KeepReceived(bytes); };

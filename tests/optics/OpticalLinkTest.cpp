@@ -52,6 +52,20 @@ TEST(OpticalLink, LineEndBehindAnAnswerIsNotData) {
   }
 }
 
+TEST(OpticalLink, LineEndsOfAnotherUnitAreNotWaitedFor) {
+  Optics optics;
+  EXPECT_EQ(optics.unit.SetFilter(1), 0U);
+  optics.link.CloseOpticalPort();
+  Sleep(SECOND / 1000);
+  EXPECT_TRUE(optics.link.OpenOpticalPort());
+  optics.device.Script("$g1", "ok");
+  optics.device.Script("$a3", Readings(3, 6, 3));
+  EXPECT_EQ(optics.unit.SetGain(TRUE), 0U);
+  const std::uint64_t nStart = optics.world.board.Now();
+  EXPECT_EQ(optics.detectors.GetADValue(nullptr, nullptr), 0U);
+  EXPECT_LT(optics.world.board.Now() - nStart, 50'000U);
+}
+
 DWORD SwitchOff(Optics& optics) {
   optics.link.SwitchOff();
   Sleep(5);
