@@ -10,7 +10,7 @@ namespace {
 
 /// Whoever signals this event makes the reader poll at once.
 constexpr const char16_t* POLL_EVENT = u"MyEvent";
-/// ms.
+/// From one poll to the next, ms.
 constexpr DWORD POLL_PERIOD = 20;
 /// So many equal polls (100 ms) are longer than the switches bounce.
 constexpr int STABLE_POLLS = 5;

@@ -94,7 +94,7 @@ class OpticalLink {
   friend class OpticalExchange;
 
   void KeepReceived(std::string_view bytes);
-  /// After the switching off of an error.
+  /// What the unit was set to is unknown from now on, and the deuterium lamp's session ends.
   void ForgetUnit();
   void NoteBacklog(Backlog backlog);
   Backlog TakeBacklog();
