@@ -28,8 +28,8 @@ constexpr std::array CommandFaultKinds = {
     CommandFaultKind{{"late", "everything comes later, by delay=MS"}, FaultKind::Late, "delay=MS"},
     CommandFaultKind{
         {"error",
-         "it is not carried out, and answered with an error; of a pump only cycle and flush of the ZQ-410, "
-         "with h3;a behind their time, and the start of the ZQ-420, with s;f;N, count=N"},
+         "it is not carried out, and answered with an error; of a pump only: cycle and flush of the ZQ-410, "
+         "answered with h3;a behind their time, and start of the ZQ-420, answered with s;f;N by count=N"},
         FaultKind::Error},
     CommandFaultKind{{"garbage", "it is carried out, and answered with text=TEXT"}, FaultKind::Garbage, "text=TEXT"},
     CommandFaultKind{

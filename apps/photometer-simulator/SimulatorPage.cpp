@@ -8,6 +8,7 @@
 
 #include "../common/FaultText.h"
 #include "../common/Roff.h"
+#include "../common/WrapText.h"
 #include "RealTimeServer.h"
 
 namespace serving {
@@ -89,11 +90,14 @@ std::vector<Section> Sections() {
 }  // namespace
 
 std::string SimulatorHelp() {
+  constexpr std::size_t Indent = 2;
+  constexpr std::size_t Names = 21;  // columns of the longest
   std::string text;
   for (const Section& section : Sections()) {
-    text += fmt::format("{}{}:\n  {}\n", text.empty() ? "" : "\n", section.heading, section.introduction);
+    text += fmt::format("{}{}:\n", text.empty() ? "" : "\n", section.heading);
+    text += common::WrapText(fmt::format("  {}", section.introduction), Indent);
     for (const common::FaultForm& item : section.items) {
-      text += fmt::format("  {:<21} {}\n", item.name, item.meaning);
+      text += common::WrapText(fmt::format("  {:<{}} {}", item.name, Names, item.meaning), Indent + Names + 1);
     }
   }
   return text;

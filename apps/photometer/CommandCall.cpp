@@ -5,19 +5,17 @@
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
+#include "../common/WrapText.h"
 #include "Conclusion.h"
 #include "Suggestion.h"
-#include "Words.h"
 
 namespace host {
 
 namespace {
 
-constexpr std::size_t HelpColumns = 100;
-
 std::string HelpHead(const CommandEntry& entry) {
   const std::string head = entry.summary + "\n";
-  return entry.description.empty() ? head : head + "\n" + WrapText(entry.description, HelpColumns);
+  return entry.description.empty() ? head : head + "\n" + common::WrapText(entry.description);
 }
 
 std::string HelpFoot(const CommandEntry& entry) {

@@ -82,18 +82,4 @@ std::variant<std::vector<std::string>, std::string> SplitWords(std::string_view 
   return splitter.Finish();
 }
 
-std::string WrapText(std::string_view text, std::size_t nColumns) {
-  std::string wrapped;
-  while (text.size() > nColumns) {
-    std::size_t nEnd = text.rfind(' ', nColumns);
-    nEnd = nEnd == std::string_view::npos ? text.find(' ') : nEnd;
-    if (nEnd == std::string_view::npos) {
-      break;
-    }
-    wrapped += std::string(text.substr(0, nEnd)) + "\n";
-    text.remove_prefix(nEnd + 1);
-  }
-  return wrapped + std::string(text) + "\n";
-}
-
 }  // namespace host

@@ -13,7 +13,4 @@ namespace host {
 /// line.
 std::variant<std::vector<std::string>, std::string> SplitWords(std::string_view line);
 
-/// The text in lines of at most so many columns, broken at blanks, each ended.
-std::string WrapText(std::string_view text, std::size_t nColumns);
-
 }  // namespace host

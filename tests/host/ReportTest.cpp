@@ -7,6 +7,7 @@
 #include "../../apps/common/FaultText.h"
 #include "Progress.h"
 #include "ReportFormat.h"
+#include "SimulatorPage.h"
 
 namespace host {
 namespace {
@@ -134,6 +135,13 @@ TEST(FaultText, TakesKindCommandAndValues) {
   for (const char* text : {"", "late", "late:", "late:ab", "late:a:x", "late:a:1:delay=", "late:a:1:dealy=3", "fire:a",
                            "late:a", "garbage:a:text", "split:a:count=3", "stop-after:s:2"}) {
     EXPECT_TRUE(std::holds_alternative<std::string>(common::ParseFault(text))) << text;
+  }
+}
+
+TEST(SimulatorHelp, FitsATerminal) {
+  std::istringstream help(serving::SimulatorHelp());
+  for (std::string line; std::getline(help, line);) {
+    EXPECT_LE(line.size(), 100U) << line;
   }
 }
 
