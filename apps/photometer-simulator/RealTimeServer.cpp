@@ -8,6 +8,7 @@
 #include <charconv>
 #include <iostream>
 #include <optional>
+#include <vector>
 
 #include <fmt/format.h>
 
@@ -169,22 +170,30 @@ void RealTimeServer::TakeCommands(Time now) {
   }
 }
 
-const std::array<RealTimeServer::Verb, 8> RealTimeServer::Verbs = {{{"insert", &RealTimeServer::Insert},
-                                                                    {"remove", &RealTimeServer::Remove},
-                                                                    {"offer", &RealTimeServer::Offer},
-                                                                    {"key", &RealTimeServer::PressKey},
-                                                                    {"say", &RealTimeServer::Say},
-                                                                    {"speed", &RealTimeServer::SetSpeed},
-                                                                    {"state", &RealTimeServer::PrintState},
-                                                                    {"quit", &RealTimeServer::Quit}}};
+const std::array<RealTimeServer::CommandForm, 8> RealTimeServer::Commands = {{
+    {"insert [NAME [SIZE]]",
+     "puts a cuvette into the holder, of 10 mm with the sample of --sample, or another one; with a pump the flow "
+     "cuvette, and the pump's tube into the sample",
+     &RealTimeServer::Insert},
+    {"remove", "takes the cuvette out", &RealTimeServer::Remove},
+    {"offer NAME", "puts the pump's tube into another sample", &RealTimeServer::Offer},
+    {"key a|b", "presses a key of the ZQ-410", &RealTimeServer::PressKey},
+    {"say TEXT", "lets the device at the external port speak", &RealTimeServer::Say},
+    {"speed N", "makes the instrument so many times faster than real", &RealTimeServer::SetSpeed},
+    {"state", "prints lamps, mirror, fan, filter, shutter and position of the optical unit",
+     &RealTimeServer::PrintState},
+    {"quit", "ends the program, as Ctrl-C does", &RealTimeServer::Quit},
+}};
 
 std::string RealTimeServer::Command(const std::string& line, Time now) {
   std::istringstream words(line);
   std::string name;
   words >> name;
-  const auto verb = std::find_if(Verbs.begin(), Verbs.end(), [&name](const Verb& one) { return one.name == name; });
-  if (verb != Verbs.end()) {
-    return (this->*verb->act)(words, now);
+  const auto command = std::find_if(Commands.begin(), Commands.end(), [&name](const CommandForm& one) {
+    return one.form.substr(0, one.form.find(' ')) == name;
+  });
+  if (command != Commands.end()) {
+    return (this->*command->act)(words, now);
   }
   return name.empty() ? name : fmt::format("there is no command \"{}\"; the commands are {}", name, AllForms());
 }
@@ -193,16 +202,17 @@ std::string RealTimeServer::Insert(std::istringstream& words, Time now) {
   std::string name;
   std::string size = "10";
   words >> name >> size;
-  const auto iSize = std::find_if(CuvetteSizes.begin(), CuvetteSizes.end(),
-                                  [&size](int iOne) { return std::to_string(iOne) == size; });
-  if (iSize == CuvetteSizes.end()) {
-    return fmt::format("there is no cuvette of {} mm; the sizes are {}", size, fmt::join(CuvetteSizes, ", "));
+  const std::vector<int> sizes = simulator::CuvetteHolder::Sizes();
+  const auto known =
+      std::find_if(sizes.begin(), sizes.end(), [&size](int iOne) { return std::to_string(iOne) == size; });
+  if (known == sizes.end()) {
+    return fmt::format("there is no cuvette of {} mm; the sizes are {}", size, fmt::join(sizes, ", "));
   }
   const auto sample = name.empty() ? std::optional(m_sample) : common::FindSample(name, now);
   if (!sample) {
     return NoSample(name);
   }
-  Insert(*iSize, *sample, now);
+  Insert(*known, *sample, now);
   return {};
 }
 

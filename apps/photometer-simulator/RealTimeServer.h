@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <sstream>
 #include <string>
+#include <string_view>
 
 #include "BoardFolder.h"
 #include "PseudoTerminal.h"
@@ -45,25 +46,15 @@ class RealTimeServer {
   /// Range of the speed.
   static constexpr double SlowestSpeed = 0.1;
   static constexpr double HighestSpeed = 100;
-  /// Of cuvettes that the holder knows, mm.
-  static constexpr std::array<int, 5> CuvetteSizes = {10, 14, 20, 40, 50};
-  /// A command for a person.
+  /// What a person says behind the command's name; returns what is wrong, empty: done.
+  using Action = std::string (RealTimeServer::*)(std::istringstream& words, simulator::Time now);
+  /// A command for a person; its form begins with its name.
   struct CommandForm {
-    const char* form;
-    const char* meaning;
+    std::string_view form;
+    std::string_view meaning;
+    Action act;
   };
-  static constexpr std::array<CommandForm, 8> Commands = {{
-      {"insert [NAME [SIZE]]",
-       "puts a cuvette into the holder, of 10 mm with the sample of --sample, or another one; with a pump the flow "
-       "cuvette, and the pump's tube into the sample"},
-      {"remove", "takes the cuvette out"},
-      {"offer NAME", "puts the pump's tube into another sample"},
-      {"key a|b", "presses a key of the ZQ-410"},
-      {"say TEXT", "lets the device at the external port speak"},
-      {"speed N", "makes the instrument so many times faster than real"},
-      {"state", "prints lamps, mirror, fan, filter, shutter and position of the optical unit"},
-      {"quit", "ends the program, as Ctrl-C does"},
-  }};
+  static const std::array<CommandForm, 8> Commands;
 
  private:
   /// A device at a port.
@@ -83,13 +74,6 @@ class RealTimeServer {
   void WritePins(simulator::Time now);
   void TakeCommands(simulator::Time now);
 
-  /// What a person says behind the command's name; returns what is wrong, empty: done.
-  using Action = std::string (RealTimeServer::*)(std::istringstream& words, simulator::Time now);
-  struct Verb {
-    const char* name;
-    Action act;
-  };
-  static const std::array<Verb, 8> Verbs;
   std::string Command(const std::string& line, simulator::Time now);
   std::string Insert(std::istringstream& words, simulator::Time now);
   std::string Offer(std::istringstream& words, simulator::Time now);

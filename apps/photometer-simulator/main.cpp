@@ -49,7 +49,7 @@ void AddOptions(CLI::App& app, Options& options) {
   app.add_option("--cuvette-after", options.cuvetteAfter, "Insert the sample after so long, s (default: on command)")
       ->check(CLI::Range(0.0, 1e6));
   app.add_option("--cuvette-size", options.cuvetteSize, "Size of the cuvette, mm")
-      ->check(CLI::IsMember(serving::RealTimeServer::CuvetteSizes));
+      ->check(CLI::IsMember(simulator::CuvetteHolder::Sizes()));
   app.add_option("--offset", options.unit.positionOffset, "Steps by which the monochromator is out of place")
       ->check(CLI::Range(-100, 100));
   app.add_option("--stray-light", options.unit.strayLight, "Share of the light that passes beside the sample")

@@ -26,6 +26,14 @@ constexpr Time ChatterPeriod = 400;  // µs in which a chattering contact keeps 
 
 }  // namespace
 
+std::vector<int> CuvetteHolder::Sizes() {
+  std::vector<int> sizes;
+  for (const Pattern& pattern : Patterns) {
+    if (pattern.iSize != Fixation) sizes.push_back(pattern.iSize);
+  }
+  return sizes;
+}
+
 void CuvetteHolder::Insert(int iSize, Time at) {
   const auto later = [at](const Change& change) { return change.at >= at; };
   m_Changes.erase(std::find_if(m_Changes.begin(), m_Changes.end(), later), m_Changes.end());

@@ -37,9 +37,12 @@ class CuvetteHolder final : public PinSource {
   static constexpr std::uint32_t FirstPin = 10;
   static constexpr std::size_t PinCount = 3;
 
+  /// Of the cuvettes that it knows, mm.
+  [[nodiscard]] static std::vector<int> Sizes();
+
   explicit CuvetteHolder(CuvetteHolderSettings settings = {}) : m_Settings(settings) {}
 
-  /// A cuvette of 10, 14, 20, 40 or 50 mm, or the fixation; another size leaves the switches open. Replaces later
+  /// A cuvette of one of these sizes, or the fixation; another size leaves the switches open. Replaces later
   /// changes.
   void Insert(int iSize, Time at);
   void Remove(Time at) { Insert(0, at); }
