@@ -17,8 +17,6 @@ namespace {
 
 using namespace platform;  // NOLINT(google-build-using-namespace)
 
-using simulator::FaultKind;
-
 // ---- Initialize ----
 
 TEST(Lifecycle, FailedInitializeCanBeRepeated) {
