@@ -40,10 +40,6 @@ struct Fault {
 
 class FaultPlan {
  public:
-  FaultPlan() = default;
-  /// A plan of `nFaults` faults of all kinds, drawn from a seed, among the first `dwCommands` commands.
-  static FaultPlan FromSeed(std::uint64_t seed, std::size_t nFaults, std::uint32_t dwCommands);
-
   void Add(Fault fault);
   void Clear();
   /// Counts a command and returns the faults that befall it, in the order in which they were added.
