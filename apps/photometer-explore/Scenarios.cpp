@@ -24,7 +24,7 @@ constexpr std::string_view WaitSteps = "step host 0 wait-idle 120000\n";
 
 constexpr std::string_view StartUpSteps = "step host 0 initialize 2\nstep host 0 wait-idle 120000\n";
 
-constexpr std::array<Procedure, 20> Procedures{{
+constexpr std::array<Procedure, 21> Procedures{{
     {"start-up", "", EventKind::Callback, "OnNotify", 39, 1},
     {"measure", "step host 0 measure 340 1 0 0 0 0 0 500\n", EventKind::Callback, "OnNotify", 17, 1},
     {"scan", "step host 0 scan 500 502 340 0 0 0\n", EventKind::Callback, "OnNotify", 17, 1},
@@ -49,8 +49,8 @@ constexpr std::array<Procedure, 20> Procedures{{
      "step host 1500 measure 340 1 0 0 0 0 0 500\nstep host 3000 cancel\n",
      EventKind::Callback, "", -1, 1},
     {"cancelled-flush",
-     "profile mode 2\nprofile zq420 1\nstep host 0 open-sipper\nstep host 300 ping\nstep host 100 flush 3\n"
-     "step host 1000 cancel-flush\nstep host 1000 status\n",
+     "profile mode 2\nprofile zq420 1\nstep host 0 ping\nstep host 100 flush 3\nstep host 1000 cancel-flush\n"
+     "step host 1000 open-sipper\nstep host 1000 status\n",
      EventKind::Callback, "", -1, 1},
     {"host-files",
      "fault no-folder 0 900000\nstep host 0 log-files\nstep host 0 cancel-flush\nstep host 0 log-files\n"
@@ -58,6 +58,9 @@ constexpr std::array<Procedure, 20> Procedures{{
      EventKind::Callback, "", -1, 1},
     {"two-lifecycles",
      "step second 3 open-sipper\nstep second 40000 shutdown\nstep third 3 open-sipper\nstep third 40000 shutdown\n",
+     EventKind::Callback, "", -1, 1},
+    // Each line end behind the "ok" to $H comes so late that the data command has to wait for it.
+    {"late-line-ends", "fault unit-answer 0 5 72 0 60000 2 0\nstep host 0 measure 340 1 0 0 0 0 0 500\n",
      EventKind::Callback, "", -1, 1},
     {"switch-off-between", "step host 0 write-optical :2466300D\nstep host 0 measure 340 1 0 0 0 0 0 500\n",
      EventKind::Callback, "", -1, 1},
