@@ -206,8 +206,8 @@ int FailSitesOf(const std::string& name, const ModeOptions& options) {
   return result.findings.empty() ? Sound : Broken;
 }
 
-/// To standard output: the sites that none of these procedures reaches.
-void TellNeverReached(const std::vector<std::string>& names, const std::string& sourceFolder) {
+/// To standard output: the sites that none of these procedures reaches. `Broken` when there are any.
+int TellNeverReached(const std::vector<std::string>& names, const std::string& sourceFolder) {
   std::vector<photometer::platform::ReachedSite> reached;
   for (const std::string& name : names) {
     const auto sites = SitesOf(*ProcedurePlan(name));
@@ -217,9 +217,11 @@ void TellNeverReached(const std::vector<std::string>& names, const std::string& 
   if (all.empty()) {
     std::cout << fmt::format("there are no sources below \"{}/src\" to compare with\n", sourceFolder);
   }
-  for (const auto& site : NeverReached(all, reached)) {
+  const auto never = NeverReached(all, reached);
+  for (const auto& site : never) {
     std::cout << fmt::format("never reached: {}\n", photometer::platform::ToText(site));
   }
+  return never.empty() ? Sound : Broken;
 }
 
 }  // namespace
@@ -235,10 +237,8 @@ int FailSites(const std::string& name, const ModeOptions& options) {
   }
   const int iResult = pool.End();
   // One procedure reaches a few only, and the rest would tell nothing.
-  if (name == "all") {
-    TellNeverReached(names, options.sourceFolder);
-  }
-  return iResult;
+  const int iNever = name == "all" ? TellNeverReached(names, options.sourceFolder) : Sound;
+  return iResult == Sound ? iNever : iResult;
 }
 
 int List() {
