@@ -12,10 +12,7 @@ bool EndSequence::NotifyFinished(DWORD dwRequestId) {
   return true;
 }
 
-bool EndSequence::NotifyCancelled(DWORD dwRequestId) {
-  m_Sink.NotifyCode(dwRequestId, NOTIFY_CANCELLED, 100);
-  return !m_State.IsStopping();
-}
+void EndSequence::NotifyCancelled(DWORD dwRequestId) { m_Sink.NotifyCode(dwRequestId, NOTIFY_CANCELLED, 100); }
 
 void EndSequence::Report(const char* procedure, LONG iResult) {
   if (iResult != 0 && !m_State.IsStopping()) {

@@ -23,8 +23,8 @@ class EndSequence {
   /// Decides the one end of a run, once: true when it finished, and `OnNotify` 17 was called; false when a cancel came
   /// before.
   bool NotifyFinished(DWORD dwRequestId);
-  /// `OnNotify` 18. True: the log may say so; false when the device stops, which ends a pump's cycle as a cancel does.
-  bool NotifyCancelled(DWORD dwRequestId);
+  /// `OnNotify` 18.
+  void NotifyCancelled(DWORD dwRequestId);
   /// Appends to the log and the error list, unless the run failed because the device was shut down. 0: nothing.
   void Report(const char* procedure, LONG iResult);
   /// Parks the mirror and switches the halogen lamp off. Failures are ignored.

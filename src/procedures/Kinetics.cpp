@@ -151,7 +151,7 @@ bool Kinetics::WaitForCycle() {
 
 double Kinetics::CycleMinutes() const {
   if (m_Request.m_dwInterval != 0) {
-    return static_cast<double>(m_dwCycle) * m_Request.m_dwInterval / 60.0;
+    return static_cast<double>(m_dwCycle) * Interval() / 1000.0 / 60.0;
   }
   return static_cast<double>(m_nElapsed) / 1000.0 / 60.0;
 }
@@ -192,9 +192,8 @@ void Kinetics::Finish(LONG iResult) {
   m_End.Report("Kinetics", iResult);
   m_End.MakeSafe();
   if (EndsCancelled(iResult)) {
-    if (m_End.NotifyCancelled(m_Request.m_dwRequestId)) {
-      LogPhotometer("[Kinetics] Measurement was canceled.");
-    }
+    m_End.NotifyCancelled(m_Request.m_dwRequestId);
+    LogPhotometer("[Kinetics] Measurement was canceled.");
   }
   m_End.React(iResult);
   m_End.GiveBack();

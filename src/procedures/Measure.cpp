@@ -40,8 +40,8 @@ void Measure::Run() {
   if (bDrawn) {
     iResult = MeasureAll();
   }
-  // A cancel that ended the intake counts, too.
-  if (iResult == 0 && !CancelSeen() && bDrawn) {
+  const bool bCancelSeen = iResult == 0 && CancelSeen();  // one that ended the intake counts, too
+  if (iResult == 0 && bDrawn && !bCancelSeen) {
     LogPhotometerF(FALSE, "[Measure] delegate action [Photometer_Measurement_Completed]...");
     m_bCanceled = !m_End.NotifyFinished(m_Request.m_dwRequestId);
   }
@@ -159,9 +159,8 @@ void Measure::Finish(LONG iResult) {
   m_End.Report("Measure", iResult);
   m_End.MakeSafe();
   if (m_bCanceled) {
-    if (m_End.NotifyCancelled(m_Request.m_dwRequestId)) {
-      LogPhotometer("[Measure] Measurement was canceled.");
-    }
+    m_End.NotifyCancelled(m_Request.m_dwRequestId);
+    LogPhotometer("[Measure] Measurement was canceled.");
   }
   m_End.React(iResult);
   m_End.GiveBack();

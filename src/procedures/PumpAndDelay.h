@@ -12,7 +12,8 @@ class PumpAndDelay {
   PumpAndDelay(DeviceState& state, HostSink& sink, Pumps& pumps) : m_State(state), m_Sink(sink), m_Pumps(pumps) {}
 
   /// For the stored measure request. True: go on. False: end the run with `*pResult` as its error; 0: none, the cycle
-  /// was cancelled, or has been reported as the pump's own rules say.
+  /// was cancelled, or its failure told as that pump's is: `OnPumpError` for the ZQ-420, a line in the log for the
+  /// ZQ-410.
   bool Run(LONG* pResult);
 
  private:

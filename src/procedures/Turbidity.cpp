@@ -73,9 +73,8 @@ void Turbidity::Deliver(const MeasureValues& values) {
 void Turbidity::Finish(LONG iResult) {
   m_End.Report("MeasureTurbidity", iResult);
   if (EndsCancelled(iResult)) {
-    if (m_End.NotifyCancelled(m_Request.m_dwRequestId)) {
-      LogPhotometer("[MeasureTurbidityProc] Measurement was canceled.");
-    }
+    m_End.NotifyCancelled(m_Request.m_dwRequestId);
+    LogPhotometer("[MeasureTurbidityProc] Measurement was canceled.");
   }
   m_End.React(iResult);
   m_End.GiveBack();

@@ -68,7 +68,8 @@ DWORD Pumps::Pump(DWORD dwSeconds) {
   const bool bZQ410 = m_State.Lock()->m_PumpInfo.m_iOperatingMode == MODE_ZQ_410;
   const DWORD dwResult = bZQ410 ? PumpZQ410() : PumpZQ420(dwSeconds);
   if (IsPumpCancelled(dwResult)) {
-    m_State.Lock()->m_Status.bCancel = TRUE;
+    const auto state = m_State.Lock();
+    state->m_Status.bCancel = state->m_Status.bCancel || !m_State.IsStopping();
   } else if (dwResult != 0 && !bZQ410) {
     m_Sink.Notify([dwResult](IPhotometerSink& sink) { sink.OnPumpError(0, dwResult); });
   }

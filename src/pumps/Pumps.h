@@ -19,7 +19,8 @@ namespace photometer {
 
 inline constexpr DWORD ZQ410_CANCELLED = 516;
 
-/// A cancel came during the cycle: it stopped the ZQ-420, while the ZQ-410 has run to its end.
+/// A cancel came during the cycle: it stopped the ZQ-420, as the device's stop does, while the ZQ-410 has run to its
+/// end.
 constexpr bool IsPumpCancelled(DWORD dwResult) { return dwResult == ZQ410_CANCELLED || dwResult == ZQ420_CANCELLED; }
 
 /// The number of a cycle that failed or was cancelled: it ends a procedure without an error of its own.
@@ -41,8 +42,8 @@ class Pumps {
   bool IsPumpInUse();
   /// Gives the ZQ-410 its parameters, 0 to 999 each. 0 at once with the ZQ-420, which takes none.
   DWORD SetPump(DWORD dwPumpTime, DWORD dwPumpParam2);
-  /// Runs a cycle of the attached pump. A cancelled one sets the cancel flag: the run ends with it, though a flush was
-  /// meant, or the device stops. A failure of the ZQ-420 is reported with `OnPumpError`.
+  /// Runs a cycle of the attached pump. A cancelled one sets the cancel flag, unless the device stops: the run ends
+  /// with it, though a flush was meant. A failure of the ZQ-420 is reported with `OnPumpError`.
   DWORD Pump(DWORD dwSeconds);
   /// A cycle of the ZQ-410. A cancel does not shorten it; the result says so at its end.
   DWORD PumpZQ410();
