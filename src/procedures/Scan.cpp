@@ -74,7 +74,8 @@ ScanPositions Scan::Positions() const {
 bool Scan::DrawSample(LONG* pResult) {
   const bool bInUse = m_Pumps.IsPumpInUse();
   NKDbgPrintfW(bInUse ? "Pump in use..." : "Pump not in use !");
-  const DWORD dwResult = bInUse ? m_Pumps.PumpStep(m_Params, m_Request.m_dwRequestId) : 0;
+  const PhotometerParameters params = m_State.Lock()->m_Params;  // pump times as the host has set them since the start
+  const DWORD dwResult = bInUse ? m_Pumps.PumpStep(params, m_Request.m_dwRequestId) : 0;
   *pResult = IsPumpStopCode(dwResult) ? 0 : static_cast<LONG>(dwResult);
   return !CancelSeen() && dwResult == 0;
 }
@@ -271,9 +272,8 @@ void Scan::Finish(LONG iResult) {
   m_End.MakeSafe();
   if (EndsCancelled(iResult)) {
     StorePosition(UNKNOWN);  // the next move is sent, wherever it goes
-    if (m_End.NotifyCancelled(m_Request.m_dwRequestId)) {
-      LogPhotometerF(TRUE, "[Scan] Canceled by user... iResult= %d", iResult);
-    }
+    m_End.NotifyCancelled(m_Request.m_dwRequestId);
+    LogPhotometerF(TRUE, "[Scan] Canceled by user... iResult= %d", iResult);
     iResult = 0;
   }
   m_End.React(iResult);

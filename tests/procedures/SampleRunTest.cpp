@@ -178,6 +178,35 @@ TEST(SampleRun, ShutdownWhileItsPumpRunsIsNoCancelInTheLog) {
   }
 }
 
+TEST(SampleRun, CancelBeforeAShutdownStandsInTheLog) {
+  for (const Start& start : {StartOf(SCAN), StartOf(KINETICS), StartOf(TurbidityRequest{RUN_ID, 1, 2})}) {
+    World world;
+    Device device(world);
+    ASSERT_TRUE(device.StartUp());
+    ASSERT_EQ(start(*device.operator->()), S_OK);
+    platform::Sleep(600);
+    EXPECT_EQ(device->CancelMeasurement(), S_OK);
+    device.Close();
+    EXPECT_EQ(world.LogLines("anceled"), 1U);
+  }
+}
+
+TEST(SampleRun, PumpTimesGivenAtItsStart) {
+  const std::pair<Start, simulator::Time> cases[] = {
+      {StartOf(MeasureOfADrawnSample()), 9}, {StartOf(SCAN), 9}, {StartOf(KINETICS), 5}};
+  for (const auto& [start, seconds] : cases) {
+    simulator::SipperZQ420 pump;
+    World world;
+    world.board.PlugPort(u"COM6:", pump);
+    Device device(world);
+    StartUpWithPump(world, device, 2);
+    world.sink.On("OnNotify(9, 25", [&] { device->SetPumpParameters(9, 1, 0); });
+    ASSERT_EQ(start(*device.operator->()), S_OK);
+    platform::Sleep(14'000);
+    EXPECT_EQ(Pumped(pump), std::vector<simulator::Time>{seconds});
+  }
+}
+
 TEST(SampleRun, PumpNumbersThatAreNoErrorOfAScan) {
   std::vector<DWORD> numbers(700);
   std::iota(numbers.begin(), numbers.end(), 0U);
