@@ -31,7 +31,8 @@
 ///   earlier `Shutdown` or `WriteOpticalPort` are waited for before: until 10 s have passed without one, 60 s where a
 ///   motion was asked for. `Shutdown` from another thread ends all these waits.
 /// - `Shutdown`, and the last `Release`, return within about 3 s, whatever runs.
-/// - `OpenSipperPort` takes turns with both, and so waits for an `Initialize` in progress.
+/// - `OpenSipperPort` takes turns with both: it waits for an `Initialize` that brings the device up. While one still
+///   ends an earlier start, or waits for a thread of it, the answer is 0 within 0.1 s.
 /// - `SetUVLamp` with a session calls the host, after a callback that runs has returned: hold no lock that a callback
 ///   takes.
 ///
@@ -119,8 +120,8 @@ class IPhotometer {
   /// Asks the ZQ-420 for what is not known yet: its data, then its running time. State lock.
   virtual void RequestSipperData() = 0;
   /// Starts a flush beside whatever runs. The time, s, counts for the ZQ-420; the ZQ-410 has one of its own. 0; E_FAIL
-  /// when not initialised (the flush runs all the same) or without a thread, and, with no flush, after `Shutdown` until
-  /// the next `Initialize`. It ends with `OnFlushCompleted` or `OnPumpError`. State lock.
+  /// when not initialised (the flush runs all the same) or without an event or thread, and, with no flush, after
+  /// `Shutdown` until the next `Initialize`. It ends with `OnFlushCompleted` or `OnPumpError`. State lock.
   virtual HRESULT StartFlush(DWORD dwFlushTime) = 0;
   /// Ends every flush and cycle of the ZQ-420: a run that draws its sample, or is about to, ends as cancelled. The
   /// ZQ-410 goes on. Always 0. State lock.
@@ -177,9 +178,9 @@ class IPhotometer {
   virtual HRESULT StartWaveLengthTest() = 0;
   /// Counts as activity now. Always 0. State lock.
   virtual HRESULT ResetActivityTime() = 0;
-  /// Opens the port of the pump ZQ-420 again, after `OnSipperPortLost`. 1; 0 when that fails, before `Initialize` and
-  /// while the device is shut down. A port that is open is lost by it, and the pump with it: 0. Waits for its turn; in
-  /// a callback all others wait with it. State lock.
+  /// Opens the port of the pump ZQ-420 again, after `OnSipperPortLost`. 1; 0 when that fails, and while the device
+  /// is not up. A port that is open is lost by it, and the pump with it: 0. Waits for its turn; in a callback all
+  /// others wait with it. State lock.
   virtual LONG OpenSipperPort() = 0;
 
  protected:

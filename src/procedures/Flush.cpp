@@ -20,9 +20,10 @@ HRESULT Flush::StartFlush(DWORD dwFlushTime) {
   const auto state = m_State.Lock();
   state->m_dwFlushTime = dwFlushTime;
   const HANDLE hOwnCancel = CreateEventW(TRUE, FALSE, nullptr);
-  if (hOwnCancel != 0) {
-    m_CancelEvents.push_back(hOwnCancel);
+  if (hOwnCancel == 0) {
+    return E_FAIL;
   }
+  m_CancelEvents.push_back(hOwnCancel);
   if (!m_Threads.Start("FlushProc", [this, hOwnCancel] { FlushProc(hOwnCancel); })) {
     CloseCancelEvent(hOwnCancel);
     return E_FAIL;
@@ -69,9 +70,6 @@ DWORD Flush::RunPump(HANDLE hCancel) {
 }
 
 void Flush::CloseCancelEvent(HANDLE hCancel) {
-  if (hCancel == 0) {
-    return;
-  }
   const auto state = m_State.Lock();
   std::erase(m_CancelEvents, hCancel);
   CloseHandle(hCancel);

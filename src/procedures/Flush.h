@@ -20,7 +20,7 @@ class Flush {
       : m_State(state), m_Sink(sink), m_Threads(threads), m_External(external), m_Pumps(pumps) {}
 
   /// Starts the flush, whether or not the device is initialised. `dwFlushTime`: for the ZQ-420, s. E_FAIL: the device
-  /// is not initialised (the flush runs all the same), or the thread cannot be created.
+  /// is not initialised (the flush runs all the same), or its event or thread cannot be created.
   HRESULT StartFlush(DWORD dwFlushTime);
   /// Stops every cycle of a ZQ-420, a procedure's too. Always 0.
   HRESULT CancelFlush();
@@ -28,8 +28,7 @@ class Flush {
   void SignalCancel();
 
  private:
-  /// Thread procedure. `hCancel`: this flush's cancel event, which it closes; 0: there is none, and
-  /// the pumps' common one serves.
+  /// Thread procedure. `hCancel`: this flush's cancel event, which it closes.
   void FlushProc(HANDLE hCancel);
   DWORD RunPump(HANDLE hCancel);
   void CloseCancelEvent(HANDLE hCancel);

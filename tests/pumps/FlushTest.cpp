@@ -54,6 +54,8 @@ TEST(Flush, Ends) {
     EXPECT_EQ(bench.host.Calls(), Texts{c.call});
     bench.world.kernel.threads.Start(1);
     EXPECT_EQ(bench.flush.StartFlush(3), E_FAIL) << "without a thread";
+    bench.world.kernel.events.Start(1);
+    EXPECT_EQ(bench.flush.StartFlush(3), E_FAIL) << "without an event";
   }
 }
 
