@@ -79,17 +79,23 @@ constexpr std::array PumpFaultKinds = {
         {"flood", "text=TEXT over and over, without an end byte, from delay=MS on"}, simulator::PumpKind::None, Flood},
 };
 
+/// Commands that belong together.
+struct LetterGroup {
+  FaultForm form;
+  std::string_view letters;
+};
+
 constexpr std::array Letters = {
-    FaultForm{"*", "any command"},
-    FaultForm{"F r H", "optical unit: filter, mirror, shutter"},
-    FaultForm{"h d f", "halogen lamp, deuterium lamp, fan"},
-    FaultForm{"z M S", "home, move, speed of the monochromator"},
-    FaultForm{"(space)", "release of the monochromator's motor, as \"late: :delay=500\""},
-    FaultForm{"o g A i", "power and gain of the detectors, converter speed, measurement length"},
-    FaultForm{"a s v", "readings, stream of readings, version"},
-    FaultForm{"T G t", "turbidity: power, gain, readings"},
-    FaultForm{"H V Y 1 2", "ZQ-410: parameters, version, answer to its keep-alive, cycle, flush"},
-    FaultForm{"p d t s e", "ZQ-420: ping, data, running time, start, stop"},
+    LetterGroup{{"*", "any command"}, "*"},
+    LetterGroup{{"F r H", "optical unit: filter, mirror, shutter"}, "FrH"},
+    LetterGroup{{"h d f", "halogen lamp, deuterium lamp, fan"}, "hdf"},
+    LetterGroup{{"z M S", "home, move, speed of the monochromator"}, "zMS"},
+    LetterGroup{{"(space)", "release of the monochromator's motor, as \"late: :delay=500\""}, " "},
+    LetterGroup{{"o g A i", "power and gain of the detectors, converter speed, measurement length"}, "ogAi"},
+    LetterGroup{{"a s v", "readings, stream of readings, version"}, "asv"},
+    LetterGroup{{"T G t", "turbidity: power, gain, readings"}, "TGt"},
+    LetterGroup{{"H V Y 1 2", "ZQ-410: parameters, version, answer to its keep-alive, cycle, flush"}, "HVY12"},
+    LetterGroup{{"p d t s e", "ZQ-420: ping, data, running time, start, stop"}, "pdtse"},
 };
 
 template <typename Kind, std::size_t Count>
@@ -135,6 +141,11 @@ std::optional<std::uint32_t> ParseNumber(std::string_view text) {
   return error == std::errc() && pStop == text.data() + text.size() ? std::optional(dwNumber) : std::nullopt;
 }
 
+bool IsLetter(char letter) {
+  return std::any_of(Letters.begin(), Letters.end(),
+                     [letter](const LetterGroup& group) { return group.letters.find(letter) != group.letters.npos; });
+}
+
 /// Takes `name=value`; false: no such name, or no number.
 bool TakeValue(const std::string& part, simulator::Fault& fault) {
   const std::size_t nEquals = std::min(part.find('='), part.size());
@@ -175,10 +186,10 @@ std::string_view Missing(std::string_view needed, const std::vector<std::string>
 }
 
 std::string Lacks(const std::string& text, std::string_view form) {
-  return fmt::format("\"{}\" does nothing without its value; add :{}", text, form);
+  return fmt::format("\"{}\" lacks its value; add :{}", text, form);
 }
 
-/// A pump has an error for what it may fail at, and for nothing else.
+/// A pump has an error for what it may fail at, and for nothing else. Empty: nothing is wrong.
 std::string ComplainAboutError(const std::string& text, const simulator::Fault& fault, simulator::PumpKind pump) {
   if (fault.kind != FaultKind::Error) {
     return {};
@@ -198,7 +209,7 @@ std::string ComplainAboutError(const std::string& text, const simulator::Fault& 
 std::vector<FaultForm> CommandFaults() { return FormsOf(CommandFaultKinds); }
 std::vector<FaultForm> StreamFaults() { return FormsOf(StreamFaultKinds); }
 std::vector<FaultForm> PumpFaults() { return FormsOf(PumpFaultKinds); }
-std::vector<FaultForm> FaultLetters() { return {Letters.begin(), Letters.end()}; }
+std::vector<FaultForm> FaultLetters() { return FormsOf(Letters); }
 
 std::variant<simulator::Fault, std::string> ParseFault(const std::string& text) {
   const std::vector<std::string> parts = SplitAtColons(text);
@@ -210,6 +221,9 @@ std::variant<simulator::Fault, std::string> ParseFault(const std::string& text) 
   }
   if (parts.size() < 2 || parts[1].size() != 1) {
     return fmt::format("the command's letter is missing; {}", Form);
+  }
+  if (!IsLetter(parts[1][0])) {
+    return fmt::format("no command has the letter \"{}\"; the letters are {}", parts[1], Names(FaultLetters()));
   }
   simulator::Fault fault;
   fault.kind = pKind->kind;
@@ -228,26 +242,34 @@ std::variant<simulator::Fault, std::string> ParseFault(const std::string& text) 
   return fault;
 }
 
+namespace {
+
+std::string AddCommandFault(const std::string& text, simulator::Instrument& instrument) {
+  const auto fault = ParseFault(text);
+  if (const auto* pComplaint = std::get_if<std::string>(&fault)) {
+    return *pComplaint;
+  }
+  std::string complaint = ComplainAboutError(text, std::get<simulator::Fault>(fault), instrument.pump);
+  if (complaint.empty()) {
+    instrument.PumpLine()->Faults().Add(std::get<simulator::Fault>(fault));
+  }
+  return complaint;
+}
+
+}  // namespace
+
 std::string AddPumpFault(const std::string& text, simulator::Instrument& instrument, simulator::Time now) {
   if (instrument.PumpLine() == nullptr) {
     return "there is no pump that could have it; give --pump zq410 or zq420";
   }
   const std::vector<std::string> parts = SplitAtColons(text);
   const PumpFaultKind* pKind = FindKind(PumpFaultKinds, parts[0]);
+  if (pKind == nullptr && FindKind(CommandFaultKinds, parts[0]) != nullptr) {
+    return AddCommandFault(text, instrument);
+  }
   if (pKind == nullptr) {
-    if (FindKind(CommandFaultKinds, parts[0]) == nullptr) {
-      return fmt::format("\"{}\" is no fault of a pump; give {}, {}", parts[0], Names(CommandFaults()),
-                         Names(PumpFaults()));
-    }
-    const auto fault = ParseFault(text);
-    if (const auto* pComplaint = std::get_if<std::string>(&fault)) {
-      return *pComplaint;
-    }
-    std::string complaint = ComplainAboutError(text, std::get<simulator::Fault>(fault), instrument.pump);
-    if (complaint.empty()) {
-      instrument.PumpLine()->Faults().Add(std::get<simulator::Fault>(fault));
-    }
-    return complaint;
+    return fmt::format("\"{}\" is no fault of a pump; give {}, {}", parts[0], Names(CommandFaults()),
+                       Names(PumpFaults()));
   }
   if (pKind->pump != simulator::PumpKind::None && pKind->pump != instrument.pump) {
     return fmt::format("\"{}\" is a fault of the other pump", pKind->form.name);
