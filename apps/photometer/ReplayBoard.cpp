@@ -9,6 +9,7 @@
 #include "SimulatedInstrument.h"
 #include "platform/Forwarding.h"
 #include "platform/Platform.h"
+#include "platform/Sanitizers.h"
 #include "platform/virtual/FirstComePolicy.h"
 #include "platform/virtual/VirtualBoard.h"
 
@@ -74,6 +75,7 @@ class Director {
 
   /// Time has passed.
   void Look(simulator::Time now) {
+    const layer::UnobservedScope scope;
     for (int iDue = m_cues.TakeRequests(now); iDue > 0; --iDue) {
       m_run.Raise();
     }
@@ -118,6 +120,7 @@ class ReplayPorts final : public layer::ForwardingSerialPorts {
   }
 
   HANDLE Open(const std::u16string& name) override {
+    const layer::UnobservedScope scope;
     const HANDLE handle = m_target.Open(name);
     if (handle != layer::INVALID_HANDLE_VALUE) {
       m_open[handle] = &m_ports.at(name);
@@ -127,6 +130,7 @@ class ReplayPorts final : public layer::ForwardingSerialPorts {
   }
 
   bool Write(HANDLE handle, const void* pBuffer, DWORD dwBytes, DWORD* pBytesWritten) override {
+    const layer::UnobservedScope scope;
     const auto open = m_open.find(handle);
     if (open != m_open.end()) {
       Play(*open->second, {static_cast<const char*>(pBuffer), dwBytes});
@@ -135,6 +139,7 @@ class ReplayPorts final : public layer::ForwardingSerialPorts {
   }
 
   bool Close(HANDLE handle) override {
+    const layer::UnobservedScope scope;
     if (const auto open = m_open.find(handle); open != m_open.end()) {
       open->second->SetOpen(false);
       m_open.erase(open);

@@ -1,5 +1,8 @@
 // A planted lost wake-up that first come, first served never shows: what each policy promises to find, and in how many
 // runs.
+#include <array>
+#include <atomic>
+#include <cstddef>
 #include <set>
 #include <string>
 #include <tuple>
@@ -207,17 +210,18 @@ TEST(ExhaustivePolicyTest, AScenarioThatDoesNotRepeatItselfIsReported) {
 
 /// The order in which two threads begin (a, b) and wake (A, B) while the main one is in its third call.
 std::string OrderUnder(const char* decisions) {
-  std::string order;
+  std::array<std::atomic<char>, 4> order{};
+  std::atomic<std::size_t> nNext{0};
   OnVirtualBoard world(With(std::make_shared<ReplayPolicy>(ParseDecisions(decisions).value())));
   for (const auto& [name, begun, woken] : {std::tuple("A", 'a', 'A'), {"B", 'b', 'B'}}) {
-    world.Run(name, [&order, begun, woken] {
-      order += begun;
+    world.Run(name, [&order, &nNext, begun, woken] {
+      order.at(nNext++) = begun;
       Sleep(1);
-      order += woken;
+      order.at(nNext++) = woken;
     });
   }
   Sleep(5);
-  return order;
+  return {order.begin(), order.end()};
 }
 
 TEST(DecisionsTest, AHoldUpThatIsLeftOutLeavesTheOthersTheirPlaces) {
