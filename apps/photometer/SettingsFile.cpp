@@ -41,9 +41,7 @@ constexpr std::array Orders = {
     Order{"HalogenMin", &InstrumentSettings::HalogenMin, "UVMax", &InstrumentSettings::UVMax},
 };
 
-std::string LineOfDelivery(const SettingsKey& key) {
-  InstrumentSettings delivery;
-  photometer::SetDefaultSettings(&delivery);
+std::string LineOnDelivery(const SettingsKey& key, const InstrumentSettings& delivery) {
   const std::string value = photometer::FormatSettingsValue(key, delivery);
   // A list of 24 entries tells nobody anything here.
   return std::string(key.name) + "=" + (value.size() > 40 ? "..." : value);
@@ -147,9 +145,11 @@ void SettingsFile::ReadKey(const SettingsKey& key, std::string_view raw, int iLi
 }
 
 void SettingsFile::FindMissing() {
+  InstrumentSettings delivery;
+  photometer::SetDefaultSettings(&delivery);
   for (const SettingsKey& key : photometer::SettingsKeys()) {
     if (LineOf(key.name) == 0) {
-      Add(0, key.name, fmt::format("is missing; add a line {}", LineOfDelivery(key)), !key.bCounted);
+      Add(0, key.name, fmt::format("is missing; add a line {}", LineOnDelivery(key, delivery)), !key.bCounted);
     }
   }
 }
