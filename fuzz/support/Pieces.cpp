@@ -36,8 +36,12 @@ std::vector<Piece> TakePieces(std::string_view input) {
   std::vector<Step> steps(TakeByte(&input) % MOST_PIECES);
   std::ranges::generate(steps, [&input] { return TakeStep(&input); });
   std::vector<Piece> pieces;
+  std::size_t nLongPauses = 0;
   while (!input.empty()) {
-    const Step step = steps.empty() ? Step{0, 0} : steps[pieces.size() % steps.size()];
+    Step step = steps.empty() ? Step{0, 0} : steps[pieces.size() % steps.size()];
+    if (step.pause == LONG_PAUSE && ++nLongPauses > MOST_LONG_PAUSES) {
+      step.pause = 0;
+    }
     const bool bAll = step.nBytes == 0 || pieces.size() + 1 >= MOST_PIECES;
     pieces.push_back({std::string(input.substr(0, bAll ? input.size() : step.nBytes)), step.pause});
     input.remove_prefix(pieces.back().bytes.size());
