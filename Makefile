@@ -30,6 +30,8 @@ explore soak: build-explore
 
 explore:
 	@tools/explore $(JOBS)
+	@echo "== 100,000 runs of each fuzz target"
+	@tools/fuzz --seed 1 --jobs $(JOBS)
 
 # Other seeds each day; a finding is counted, recorded and does not end it.
 soak:
