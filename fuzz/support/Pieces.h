@@ -22,8 +22,8 @@ struct Piece {
 
 /// Longer than the 60 s after which a device counts as silent, µs.
 inline constexpr simulator::Time LONG_PAUSE = 61'000'000;
-/// Further ones are no pauses at all: a silent minute takes longer to run than all the rest of an input, and a third one
-/// meets nothing that still waits.
+/// Further ones are no pauses at all: a silent minute takes longer to run than all the rest of an input, and a third
+/// one meets nothing that still waits.
 inline constexpr std::size_t MOST_LONG_PAUSES = 2;
 /// More pieces are joined to the last one: all pauses but the long ones take 1.3 s together.
 inline constexpr std::size_t MOST_PIECES = 64;
