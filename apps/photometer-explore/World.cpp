@@ -70,7 +70,7 @@ World::World(const Plan& itsPlan, const WorldOptions& options)
   });
   watched.OnCommand([this] {
     const UnobservedScope scope;
-    return !instrument.unit.IsIdle();
+    return !instrument.unit.IsIdle() || instrument.unit.IsAnswering();
   });
   for (const char16_t* name : {OpticalPort, ExternalPort, SipperPort}) {
     Plug(name);

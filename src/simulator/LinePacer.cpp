@@ -29,6 +29,11 @@ Time LinePacer::NextByte() const {
   return m_Runs.front().start + Duration(m_Runs.front().nTaken + 1);
 }
 
+bool LinePacer::HoldsOtherThan(std::string_view bytes) const {
+  return std::ranges::any_of(
+      m_Runs, [bytes](const Run& run) { return run.strBytes.find_first_not_of(bytes) != std::string::npos; });
+}
+
 std::size_t LinePacer::CompleteBytes(const Run& run, Time now) const {
   if (now < run.start) return 0;
   const std::uint64_t nSinceStart = (now - run.start) * m_dwBaud / BitsOfAMillionBytes;

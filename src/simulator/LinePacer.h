@@ -24,6 +24,8 @@ class LinePacer {
   [[nodiscard]] Time NextByte() const;
   /// The bytes complete up to `now`, each once.
   std::string Take(Time now);
+  /// A byte other than these waits.
+  [[nodiscard]] bool HoldsOtherThan(std::string_view bytes) const;
   /// Forgets what has not been taken.
   void Clear() { m_Runs.clear(); }
   /// How long the line needs for a number of bytes without a pause, µs, rounded up.

@@ -92,6 +92,8 @@ class OpticalUnit final : public SerialDevice {
   void ForgetCommands() { m_Received.clear(); }
   /// Nothing is carried out and nothing waits.
   [[nodiscard]] bool IsIdle() const { return !m_Action && m_Queue.empty(); }
+  /// More of an answer than its line end has yet to leave the unit.
+  [[nodiscard]] bool IsAnswering() const { return m_Pacer.HoldsOtherThan("\r\n"); }
   /// The absorbance of the present sample as this instrument must find it, stray light included.
   [[nodiscard]] double ApparentAbsorbance(double wavelength, Time now) const;
 

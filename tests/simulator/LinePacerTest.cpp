@@ -23,7 +23,9 @@ TEST(LinePacer, QueuesBehindWhatWaitsAndPausesBetweenRuns) {
   pacer.Send(10'000, "d");
   EXPECT_EQ(pacer.NextByte(), 1042u);
   EXPECT_EQ(pacer.Take(2083), "a");
+  EXPECT_TRUE(pacer.HoldsOtherThan("bd"));
   EXPECT_EQ(pacer.Take(3125), "bc");
+  EXPECT_FALSE(pacer.HoldsOtherThan("bd"));
   EXPECT_EQ(pacer.NextByte(), 11'042u);
   pacer.Clear();
   EXPECT_EQ(pacer.Take(Never / 1'000'000'000), "");
