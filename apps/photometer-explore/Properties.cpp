@@ -221,6 +221,9 @@ Finding OneError(const Evidence& evidence) {
     if (RuleOf(run) == nullptr && run.name != "Timer" && run.Called("OnError") > 1) {
       return run.name + " reported " + std::to_string(run.Called("OnError")) + " errors";
     }
+    if (run.Called("OnPumpError") > 1) {
+      return run.name + " reported " + std::to_string(run.Called("OnPumpError")) + " failed pumps";
+    }
   }
   return std::nullopt;
 }
@@ -505,7 +508,7 @@ constexpr std::array<Property, 33> Table{{
     {"cancelled only when asked", "a procedure is cancelled only when that was asked for while it ran",
      CancelledOnlyWhenAsked},
     {"no cancel lost", "a procedure that was cancelled does not finish", NoCancelLost},
-    {"one error", "what is no procedure reports an error once", OneError},
+    {"one error", "what is no procedure reports an error once, and each thread a failed pump once", OneError},
     {"each answer heard", "with the line and the system in order, no command is given up", EachAnswerHeard},
     {"one error record", "the error list has one record for each failed procedure", OneErrorRecord},
     {"complete results", "delivered values are numbers, in order, and none is missing between two", CompleteResults},

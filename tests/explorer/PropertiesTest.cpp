@@ -31,6 +31,7 @@ constexpr Told OfCheck{EventKind::Callback, "OnError", 7, -3};
 constexpr Told Unanswered{EventKind::Callback, "OnError", 0, 112};
 constexpr Told Written{EventKind::ErrorRecord, "record"};
 constexpr Told PumpFailed{EventKind::PumpFailed, "pump", 512};
+constexpr Told PumpError{EventKind::Callback, "OnPumpError", 0, 612};
 constexpr Told LampOn{EventKind::OpticalCommand, "$h1", 'h', 1};
 constexpr Told LampOff{EventKind::OpticalCommand, "$h0", 'h', 0};
 constexpr Told MoveTooEarly{EventKind::OpticalCommand, "$M5", 'M', 5, 1 + Early};
@@ -75,6 +76,8 @@ TEST(Properties, OfTheEndsOfARun) {
       {"measure", "Measure", {Started, Cancelled, Written, Error}, true, "one end"},
       {"kinetics", "Kinetics", {Started, Cancelled, Written, Error}, true, ""},
       {"holmium", "HolmiumOxideScan", {Started, Cancelled}, true, "one end"},
+      {"measure", "Measure", {Started, PumpFailed, PumpError}, false, ""},
+      {"measure", "Measure", {Started, PumpFailed, PumpError, PumpError}, false, "one error"},
       {"holmium", "HolmiumOxideScan", {Started, PumpFailed}, false, "one end"},
       {"check", "WavelengthCheckProc", {Started, Written, Error, OfCheck}, false, ""},
       {"check", "WavelengthCheckProc", {Started, Written, Error}, false, "one end"},
