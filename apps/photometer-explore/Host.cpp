@@ -31,6 +31,8 @@ constexpr DWORD SettlingTime = 1000;
 /// The answer that a fault holds up longest is there by then, ms.
 constexpr DWORD LatestAnswer = 70'000;
 constexpr double AgainWavelength = 500.0;
+/// Of either pump for a second, ms.
+constexpr DWORD LongestFlush = 10'000;
 
 constexpr double GlassAbsorbance = 0.5;
 /// Ten times what the noise makes of it.
@@ -387,16 +389,44 @@ void Host::CompareSettings() {
 
 // ---- the next start ----
 
+void Host::CheckLamp(IPhotometer& device) {
+  const LONG lTold = device.GetUVLampState();
+  platform::Sleep(SettlingTime);
+  const bool bKnown = m_world.IsLineSound() && m_world.IsSystemSound() && m_world.IsUnitKnown() && lTold >= 0;
+  // The timer may have switched it off meanwhile.
+  if (bKnown && device.GetUVLampState() == lTold && UnitState().bDeuterium != (lTold == 1)) {
+    m_world.ledger.NoteViolation("lamp as told", "the device says that the deuterium lamp is " +
+                                                     std::string(lTold == 1 ? "on" : "off") + ", and it is not");
+  }
+}
+
+void Host::FlushAgain(IPhotometer& device) {
+  if (!m_world.IsPumpSound()) {
+    return;
+  }
+  m_world.WaitForPump(LongestRun);
+  device.SendSipperPing();
+  platform::Sleep(SettlingTime);
+  const std::size_t nBefore = m_world.ledger.Called("OnFlushCompleted");
+  Perform({"flush", {1}, {}}, false);
+  platform::Sleep(LongestFlush);
+  if (m_world.ledger.Called("OnFlushCompleted") == nBefore) {
+    m_world.ledger.NoteViolation("next start", "a flush does not complete with the pump in order");
+  }
+}
+
 void Host::StartAgain() {
   constexpr std::string_view Property = "next start";
   m_world.EndFaults();
   InsertCuvette(0);
-  platform::Sleep(m_world.IsLineSound() ? SettlingTime : LatestAnswer);
+  platform::Sleep(m_world.IsLineSound() && !m_world.ArePumpsLate() ? SettlingTime : LatestAnswer);
   IPhotometer* const pDevice = m_pDevice;
   if (pDevice == nullptr || m_world.WasUnitLost() || !BecomeIdle() || !pDevice->GetStatus().bInitialized) {
     return;
   }
   Perform({"set-sink", {1}, {}}, false);
+  CheckLamp(*pDevice);
+  FlushAgain(*pDevice);
   std::vector<double> blanks;
   for (const MeasureValue& value : Measure(Property, {AgainWavelength})) {
     blanks.push_back(value.dValue / value.dValueRef);

@@ -65,6 +65,9 @@ class Host {
   /// Parts of `Recover`.
   bool StartUp();
   void MeasureGlass();
+  /// Parts of `StartAgain`.
+  void CheckLamp(photometer::IPhotometer& device);
+  void FlushAgain(photometer::IPhotometer& device);
   /// A measurement leaves the unit set to the same as it did in `StartAgain`, whatever had happened before that.
   void CompareSettings();
   void FailRecovery(const std::string& text);

@@ -1,5 +1,6 @@
 #include "Ledger.h"
 
+#include <algorithm>
 #include <bit>
 
 #include "platform/Sanitizers.h"
@@ -41,6 +42,13 @@ void Ledger::NoteResult(DWORD dwRequestId, const photometer::MeasureValues& valu
     }
     m_values.push_back(value);
   }
+}
+
+std::size_t Ledger::Called(std::string_view callback) const {
+  const UnobservedScope scope;
+  return static_cast<std::size_t>(std::ranges::count_if(m_events, [callback](const Event& event) {
+    return event.kind == EventKind::Callback && event.name == callback;
+  }));
 }
 
 void Ledger::ForbidCallbacks() {

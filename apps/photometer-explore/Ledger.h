@@ -74,6 +74,8 @@ class Ledger {
   [[nodiscard]] bool CallbacksForbidden() const { return m_bForbidden; }
 
   [[nodiscard]] const std::vector<Event>& Events() const { return m_events; }
+  /// How often a callback was made.
+  [[nodiscard]] std::size_t Called(std::string_view callback) const;
   [[nodiscard]] const photometer::MeasureValues& Values() const { return m_values; }
   [[nodiscard]] const std::vector<Violation>& Violations() const { return m_violations; }
   /// Over all events and values.

@@ -497,7 +497,7 @@ Finding NothingLeft(const Evidence& evidence) { return First(evidence.leftovers)
 /// Noted by whoever sees it.
 Finding SeenOnTheWay(const Evidence& /*evidence*/) { return std::nullopt; }
 
-constexpr std::array<Property, 33> Table{{
+constexpr std::array<Property, 34> Table{{
     {"board rules", "no deadlock, no cycle of locks, no lock held across a wait, no closed handle used, no spinning",
      BoardRules},
     {"one end", "each started procedure ends once, in one of the ways that its rules allow", OneEnd},
@@ -531,7 +531,8 @@ constexpr std::array<Property, 33> Table{{
     {"references", "the last Release finds no reference left", SeenOnTheWay},
     {"no crash", "the process survives the run, and the run ends", SeenOnTheWay},
     {"whole settings", "the settings' file is whole, old or new", SeenOnTheWay},
-    {"next start", "with everything in order again, the same device measures, and right", SeenOnTheWay},
+    {"next start", "with everything in order again, the same device measures right, and flushes", SeenOnTheWay},
+    {"lamp as told", "behind the programme the deuterium lamp burns when the device says so", SeenOnTheWay},
     {"right settings", "after the programme a measurement sets the unit as a fresh device does", SeenOnTheWay},
     {"recovery", "with everything in order a start-up and a measurement succeed and give right values", SeenOnTheWay},
 }};

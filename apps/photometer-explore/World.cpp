@@ -4,6 +4,7 @@
 #include <array>
 
 #include "Faults.h"
+#include "ProcedureRuns.h"
 #include "platform/Platform.h"
 #include "platform/Sanitizers.h"
 
@@ -17,6 +18,8 @@ namespace {
 constexpr std::uint64_t MicrosecondsPerMillisecond = 1000;
 /// Between two looks at something that has to end, ms.
 constexpr DWORD LookPeriod = 5;
+/// The same where looking takes long, ms.
+constexpr DWORD LongLookPeriod = 1000;
 
 constexpr std::array<double, 6> ZeroWavelengths{500, 700, 365, 436, 580, 850};
 /// Shortest sound cycle of the instrument's keep-alives, µs.
@@ -216,6 +219,24 @@ bool World::IsUnitKnown() const {
   });
 }
 
+bool World::IsPumpSound() const {
+  constexpr std::array<std::string_view, 5> Meddling{"operating-mode", "port-settings", "sipper-detected",
+                                                     "open-sipper", "write-external"};
+  const Profile& profile = plan.profile;
+  const bool bThere =
+      (profile.dwOperatingMode == 1 && profile.bZQ410) || (profile.dwOperatingMode == 2 && profile.bZQ420);
+  return bThere && IsSystemSound() &&
+         std::ranges::none_of(
+             plan.steps,
+             [&](const Step& step) { return std::ranges::find(Meddling, step.operation.name) != Meddling.end(); }) &&
+         std::ranges::none_of(plan.faults, [](const Clause& fault) { return fault.name == "unplug"; });
+}
+
+bool World::ArePumpsLate() const {
+  return std::ranges::any_of(
+      plan.faults, [](const Clause& fault) { return fault.name == "zq410-answer" || fault.name == "zq420-answer"; });
+}
+
 bool World::WasLightSound() const {
   using simulator::FaultKind;
   constexpr std::array<FaultKind, 6> InTheirPlaces{FaultKind::Silence, FaultKind::SilentExecution,
@@ -238,6 +259,19 @@ void World::Heal() {
   // Answers that are still to come, by a fault or by a command that was given up, are not the next start's.
   instrument.unit.SwitchPower(board.Now(), false);
   instrument.unit.SwitchPower(board.Now(), true);
+}
+
+void World::WaitForPump(DWORD dwMilliseconds) const {
+  const std::uint64_t nLimit = board.Now() + dwMilliseconds * MicrosecondsPerMillisecond;
+  const auto isAsked = [this] {
+    const UnobservedScope scope;
+    return std::ranges::any_of(FindRuns(ledger).runs, [](const ProcedureRun& run) {
+      return run.nEnd == ProcedureRun::npos && (run.name == "FlushProc" || run.name == "UpdatePumpParProc");
+    });
+  };
+  while (board.Now() < nLimit && isAsked()) {
+    platform::Sleep(LongLookPeriod);
+  }
 }
 
 bool World::WaitForThreads(DWORD dwMilliseconds) const {

@@ -71,11 +71,17 @@ class World {
   /// Nothing but the device set the unit, and no byte that is no answer looked like one: the device can know what the
   /// unit is set to.
   [[nodiscard]] bool IsUnitKnown() const;
+  /// The pump of the operating mode is there and its port open, and the host leaves both alone.
+  [[nodiscard]] bool IsPumpSound() const;
+  /// Answers of the pumps may still be to come.
+  [[nodiscard]] bool ArePumpsLate() const;
   /// The light of the start-ups was that of the lamp alone, with all bytes in their places: the offset that they found
   /// is the unit's.
   [[nodiscard]] bool WasLightSound() const;
   /// No fault begins any more, and those that have begun end; everything is plugged in, switched on and empty.
   void Heal();
+  /// Waits until no thread of the host's asks a pump any more, at most so many milliseconds.
+  void WaitForPump(DWORD dwMilliseconds) const;
   /// Waits until the library's threads have ended. False: not within so many milliseconds.
   [[nodiscard]] bool WaitForThreads(DWORD dwMilliseconds) const;
 
