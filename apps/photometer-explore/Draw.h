@@ -8,7 +8,14 @@
 
 namespace explorer {
 
-enum class Subject : std::uint64_t { Board = 101, Instrument = 102, Programme = 103, Requests = 104, Faults = 105 };
+enum class Subject : std::uint64_t {
+  Board = 101,
+  Instrument = 102,
+  Programme = 103,
+  Requests = 104,
+  Faults = 105,
+  Sequels = 106
+};
 
 /// SplitMix64: every build and machine draws the same numbers.
 class Draw {

@@ -25,6 +25,7 @@ constexpr std::uint64_t MostFaults = 6;
 constexpr std::uint64_t LatestCallback = 80;
 constexpr std::uint64_t LatestPoint = 60'000;
 constexpr std::uint64_t LongestWait = 4000;
+constexpr std::uint64_t LongestSequel = 2000;
 
 struct ActorName {
   Actor actor;
@@ -100,6 +101,28 @@ Step DrawStep(Draw& draw, Draw& requests, const Profile& profile) {
   return step;
 }
 
+/// What soon comes to nothing by a second thought: the device is started again while the unit is still at something,
+/// the lamp goes off while it is about to be lit.
+std::optional<Clause> SequelOf(const Clause& operation) {
+  if (operation.name == "shutdown") {
+    return Clause{"initialize", {2}, {}};
+  }
+  return operation.name == "uv-lamp" && operation.Is(0) ? std::optional(Clause{"uv-lamp", {0, 1}, {}}) : std::nullopt;
+}
+
+void AddSequels(std::uint64_t seed, std::vector<Step>* pSteps) {
+  Draw draw(seed, Subject::Sequels);
+  for (std::size_t i = 0; i < pSteps->size(); ++i) {
+    const Step& step = (*pSteps)[i];
+    const std::optional<Clause> sequel = SequelOf(step.operation);
+    if (!sequel || step.actor == Actor::Callback || step.actor == Actor::Point || draw.OneIn(2)) {
+      continue;
+    }
+    const std::uint64_t nWhen = draw.OneIn(2) ? 0 : draw.Below(LongestSequel);
+    pSteps->insert(pSteps->begin() + static_cast<std::ptrdiff_t>(i) + 1, Step{step.actor, nWhen, *sequel});
+  }
+}
+
 }  // namespace
 
 Plan DrawPlan(std::uint64_t seed, const PlanOptions& options) {
@@ -114,6 +137,7 @@ Plan DrawPlan(std::uint64_t seed, const PlanOptions& options) {
   for (std::uint64_t n = 1 + draw.Below(MostSteps); n > 0; --n) {
     plan.steps.push_back(DrawStep(draw, requests, plan.profile));
   }
+  AddSequels(seed, &plan.steps);
   if (options.bFaults) {
     Draw faults(seed, Subject::Faults);
     for (std::uint64_t n = faults.Below(MostFaults); n > 0; --n) {
