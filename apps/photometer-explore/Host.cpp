@@ -389,12 +389,16 @@ void Host::CompareSettings() {
 
 // ---- the next start ----
 
-void Host::CheckLamp(IPhotometer& device) {
-  const LONG lTold = device.GetUVLampState();
+void Host::CheckLamp() {
+  IPhotometer* const pDevice = m_pDevice;
+  const bool bKnown = m_world.IsLineSound() && m_world.IsSystemSound() && m_world.IsUnitKnown();
+  if (pDevice == nullptr || !bKnown || pDevice->GetStatus().bBusy || !pDevice->GetStatus().bInitialized) {
+    return;
+  }
+  const LONG lTold = pDevice->GetUVLampState();
   platform::Sleep(SettlingTime);
-  const bool bKnown = m_world.IsLineSound() && m_world.IsSystemSound() && m_world.IsUnitKnown() && lTold >= 0;
   // The timer may have switched it off meanwhile.
-  if (bKnown && device.GetUVLampState() == lTold && UnitState().bDeuterium != (lTold == 1)) {
+  if (lTold >= 0 && pDevice->GetUVLampState() == lTold && UnitState().bDeuterium != (lTold == 1)) {
     m_world.ledger.NoteViolation("lamp as told", "the device says that the deuterium lamp is " +
                                                      std::string(lTold == 1 ? "on" : "off") + ", and it is not");
   }
@@ -425,7 +429,6 @@ void Host::StartAgain() {
     return;
   }
   Perform({"set-sink", {1}, {}}, false);
-  CheckLamp(*pDevice);
   FlushAgain(*pDevice);
   std::vector<double> blanks;
   for (const MeasureValue& value : Measure(Property, {AgainWavelength})) {

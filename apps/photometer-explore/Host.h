@@ -33,6 +33,8 @@ class Host {
   void RunProgramme();
   /// With everything in order again the device, if it is up, must measure right.
   void StartAgain();
+  /// With nothing wrong and nothing running the deuterium lamp must burn when the device says so.
+  void CheckLamp();
   /// What runs has to end by itself; then the device is shut down and given back.
   void Close();
   /// A new start with everything in order, and a measurement with right values.
@@ -65,8 +67,7 @@ class Host {
   /// Parts of `Recover`.
   bool StartUp();
   void MeasureGlass();
-  /// Parts of `StartAgain`.
-  void CheckLamp(photometer::IPhotometer& device);
+  /// A part of `StartAgain`.
   void FlushAgain(photometer::IPhotometer& device);
   /// A measurement leaves the unit set to the same as it did in `StartAgain`, whatever had happened before that.
   void CompareSettings();

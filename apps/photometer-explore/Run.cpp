@@ -76,6 +76,9 @@ void Play(const Plan& plan, const RunOptions& options, Outcome* pOutcome) {
     if (plan.bRecovery && !options.onHeal) {
       host.StartAgain();
     }
+    if (!options.onHeal) {
+      host.CheckLamp();
+    }
     host.Close();
     if (options.onHeal) {
       options.onHeal();

@@ -82,10 +82,12 @@ constexpr std::string_view PumpMeasure =
     "profile mode 1\nprofile zq410 1\nstep host 0 initialize 2\nstep host 0 wait-idle 120000\n"
     "step host 0 insert-cuvette 10\nstep host 1500 measure 340 1 0 0 0 0 0 500\n";
 
-constexpr std::array<Special, 9> Specials{{
+constexpr std::array<Special, 10> Specials{{
     {"two-pump-exchanges", PumpMeasure, EventKind::Callback, "OnNotify", 25, 1, 2, "update-pump 2 2 0"},
     {"flush-beside-pump", PumpMeasure, EventKind::Callback, "OnNotify", 25, 1, 2, "flush 1"},
     {"cancel-against-countdown", PumpMeasure, EventKind::Callback, "OnDelayCountdown", -1, 2, 20, "cancel"},
+    {"lamp-off-against-warm-up", "step host 0 initialize 2\nstep host 0 wait-idle 120000\nstep host 0 uv-lamp 1 1\n",
+     EventKind::Callback, "OnLampSwitching", -1, 1, 20, "uv-lamp 0 0"},
     {"pump-lost-and-found",
      "profile mode 1\nprofile zq410 1\nstep host 0 initialize 2\nstep host 0 wait-idle 120000\n"
      "fault zq410-off 5000 9000\nstep host 6000 status\n",
