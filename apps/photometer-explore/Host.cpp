@@ -167,7 +167,9 @@ std::int64_t Host::Initialize(IPhotometer& device, std::uint32_t dwVariant) {
   if (!IsInsideCallback()) {
     m_world.ledger.AllowCallbacks();
   }
+  ++m_iStarts;
   const HRESULT result = device.Initialize(dwVariant == 0 ? nullptr : &params, dwVariant == 1 ? nullptr : &calibration);
+  --m_iStarts;
   if (!IsInsideCallback() && (result == S_OK || result == E_FAIL)) {
     m_bHalfUp = result == E_FAIL;
   }
@@ -179,8 +181,12 @@ std::int64_t Host::Shutdown(IPhotometer& device) {
     return device.Shutdown();
   }
   const std::uint64_t nStart = m_world.board.Now();
+  ++m_iShutdowns;
   m_world.ledger.ForbidCallbacks();
   const HRESULT result = device.Shutdown();
+  if (--m_iShutdowns == 0 && m_iStarts > 0) {
+    m_world.ledger.AllowCallbacks();  // a start that waited for its turn behind this call brings the device up now
+  }
   const std::uint64_t nTook = m_world.board.Now() - nStart;
   if (nTook > ShutdownLimit) {
     m_world.ledger.NoteViolation("Shutdown within 3 s", "Shutdown took " + std::to_string(nTook / 1000) + " ms");

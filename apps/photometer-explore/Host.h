@@ -89,6 +89,9 @@ class Host {
   std::atomic<int> m_iActors{0};
   std::atomic<bool> m_bProgrammeEnded{false};
   std::atomic<bool> m_bHalfUp{false};
+  /// Calls of `Initialize` and `Shutdown` that have not returned.
+  std::atomic<int> m_iStarts{0};
+  std::atomic<int> m_iShutdowns{0};
   std::atomic<DWORD> m_dwRequests{0};
   std::atomic<DWORD> m_dwCallbackThread{0};
   /// What the unit was set to behind the measurement of `StartAgain`.
