@@ -8,6 +8,14 @@
 #include "Modes.h"
 #include "platform/Sanitizers.h"
 
+#ifdef PHOTOMETER_THREAD_SANITIZER
+/// A race ends the process of its seed and counts as a finding; else it would only be printed.
+extern "C" __attribute__((visibility("default"))) const char*
+__tsan_default_options() {  // NOLINT(bugprone-reserved-identifier)
+  return "halt_on_error=1:second_deadlock_stack=1";
+}
+#endif
+
 namespace {
 
 using namespace explorer;  // NOLINT(google-build-using-namespace): this program is all of it
