@@ -38,17 +38,19 @@ constexpr std::string_view ANSWERED_BY_A_WORD = "FoHgirhdAS fTGv";
 constexpr std::string_view OK = "ok";
 constexpr std::string_view ERROR_WORD = "error";
 
-/// Behind the answer at the front of `text`; 0: it is not complete.
+/// Behind the answer at the front of `text`; 0: it is not complete. The same however the line splits it: an error
+/// counts also when what follows it makes up the bytes of a reading.
 std::size_t EndOfAnswer(std::string_view text, std::size_t nBytes) {
-  if (nBytes != A_WORD && text.size() >= nBytes) {
-    return nBytes;
-  }
-  const std::size_t nOk = nBytes == A_WORD ? text.find(OK) : std::string_view::npos;
-  const std::size_t nError = text.find(ERROR_WORD);
+  const bool bWord = nBytes == A_WORD;
+  const std::size_t nError = text.substr(0, bWord ? text.size() : nBytes).find(ERROR_WORD);
+  const std::size_t nOk = bWord ? text.find(OK) : std::string_view::npos;
   if (nOk < nError) {
     return nOk + OK.size();
   }
-  return nError == std::string_view::npos ? 0 : nError + ERROR_WORD.size();
+  if (nError != std::string_view::npos) {
+    return nError + ERROR_WORD.size();
+  }
+  return !bWord && text.size() >= nBytes ? nBytes : 0;
 }
 
 }  // namespace

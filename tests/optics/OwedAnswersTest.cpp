@@ -25,6 +25,7 @@ TEST(OwedAnswers, EachCommandOfTheSetIsOwedItsAnswer) {
       {{"$a3\r"}, {reading.substr(1)}, true},
       {{"$i5\r$a3\r$i1\r"}, {"ok\r\n", reading, "ok"}, false},
       {{"$t\r"}, {std::string(95, 't')}, true},
+      {{"$a3\r$i5\r$i6\r"}, {"error\r\nok\r\nok\r\n....."}, false},
       {{"$s5000\r"}, {"\x01"}, false},
       {{"$x1\r", "$\r", "hello\r", "\r"}, {}, false},
   };
