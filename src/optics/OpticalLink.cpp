@@ -69,15 +69,22 @@ void OpticalLink::KeepReceived(std::string_view bytes) {
 // ---- raw writes ----
 
 BOOL OpticalLink::WriteOpticalRaw(std::string_view bytes) {
+  std::size_t nOwed = 0;
   {
     const auto state = m_State.Lock();
+    nOwed = m_Owed.Count();
     NoteBacklog(m_Owed.Note(bytes) ? Backlog::Stream : Backlog::Answer);
+    nOwed = m_Owed.Count() - nOwed;
   }
   if (m_Port.Write(bytes)) {
     return TRUE;
   }
   const auto state = m_State.Lock();
-  m_Owed.Forget();  // a line that takes nothing brings nothing
+  if (m_Port.IsOpen() || m_Port.IsLost()) {
+    m_Owed.Forget();  // a line that takes nothing brings nothing
+  } else {
+    m_Owed.TakeBack(nOwed);  // the device has closed it, and the unit is still at what it was told before
+  }
   return FALSE;
 }
 

@@ -80,6 +80,8 @@ void OwedAnswers::OweAnswerTo(char letter) {
   }
 }
 
+void OwedAnswers::TakeBack(std::size_t nAnswers) { m_Owed.resize(m_Owed.size() - std::min(nAnswers, m_Owed.size())); }
+
 void OwedAnswers::NoteBytes(std::size_t nBytes) { Owe(nBytes, ANSWER_LIMIT); }
 
 void OwedAnswers::Owe(std::size_t nBytes, DWORD dwLimit) {

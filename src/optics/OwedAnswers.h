@@ -20,6 +20,8 @@ class OwedAnswers {
   /// Bytes that are about to be written without an exchange. A command may come in several pieces. True: one of them
   /// begins a stream, whose length nobody knows.
   bool Note(std::string_view written);
+  /// The last so many answers are owed no longer: what asked for them was not written.
+  void TakeBack(std::size_t nAnswers);
   /// So many bytes of an answer are still to come.
   void NoteBytes(std::size_t nBytes);
   /// Bytes that came while no exchange waited.
@@ -28,6 +30,7 @@ class OwedAnswers {
 
   /// How long the next answer may still take, ms. 0: none is owed, or it is given up.
   [[nodiscard]] DWORD Rest() const;
+  [[nodiscard]] std::size_t Count() const { return m_Owed.size(); }
 
  private:
   void OweAnswerTo(char letter);

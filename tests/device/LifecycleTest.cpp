@@ -115,6 +115,18 @@ TEST(Lifecycle, InitializeWhileAStartUpRuns) {
   }
 }
 
+TEST(Lifecycle, InitializeBehindTwoShutdownsAmidAMotion) {
+  Bench b;
+  ASSERT_EQ(b.device.Initialize(), S_OK);
+  const std::u16string version = b.device->GetStatus().szFirmwareVersion;
+  Sleep(1000);
+  ASSERT_EQ(b.world.Written().back(), "$z");
+  EXPECT_EQ(b.device->Shutdown(), S_OK);
+  EXPECT_EQ(b.device->Shutdown(), S_OK);
+  EXPECT_TRUE(b.device.StartUp());
+  EXPECT_EQ(b.device->GetStatus().szFirmwareVersion, version) << "what the first one asked for is still owed";
+}
+
 TEST(Lifecycle, NoUnitOrNoPort) {
   const struct {
     const char* logged;
