@@ -43,6 +43,7 @@ else()
 endif()
 if(PHOTOMETER_BUILD_FUZZERS)
   add_compile_options(-fsanitize=fuzzer-no-link)
+  set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)  # the same programs, and so the same runs, in every folder
 endif()
 if(PHOTOMETER_COVERAGE)
   add_compile_options(-fprofile-instr-generate -fcoverage-mapping)
