@@ -5,7 +5,6 @@
 #include <cstddef>
 #include <set>
 #include <string>
-#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -213,11 +212,11 @@ std::string OrderUnder(const char* decisions) {
   std::array<std::atomic<char>, 4> order{};
   std::atomic<std::size_t> nNext{0};
   OnVirtualBoard world(With(std::make_shared<ReplayPolicy>(ParseDecisions(decisions).value())));
-  for (const auto& [name, begun, woken] : {std::tuple("A", 'a', 'A'), {"B", 'b', 'B'}}) {
-    world.Run(name, [&order, &nNext, begun, woken] {
-      order.at(nNext++) = begun;
+  for (const char* marks : {"aA", "bB"}) {
+    world.Run(marks, [&order, &nNext, marks] {
+      order.at(nNext++) = marks[0];
       Sleep(1);
-      order.at(nNext++) = woken;
+      order.at(nNext++) = marks[1];
     });
   }
   Sleep(5);
