@@ -230,7 +230,9 @@ void OpticalLink::WaitForOwedAnswers() {
     }
   }
   const auto state = m_State.Lock();
-  m_Owed.Forget();
+  if (!m_State.IsStopping()) {  // what a stop has interrupted is still to come, and with it what the stop asks for
+    m_Owed.Forget();
+  }
 }
 
 // The reader may be held up for longer than the line is quiet.

@@ -80,7 +80,12 @@ void OwedAnswers::OweAnswerTo(char letter) {
   }
 }
 
-void OwedAnswers::TakeBack(std::size_t nAnswers) { m_Owed.resize(m_Owed.size() - std::min(nAnswers, m_Owed.size())); }
+void OwedAnswers::TakeBack(std::size_t nAnswers) {
+  m_Owed.resize(m_Owed.size() - std::min(nAnswers, m_Owed.size()));
+  if (m_Owed.empty()) {
+    m_strReceived.clear();
+  }
+}
 
 void OwedAnswers::NoteBytes(std::size_t nBytes) { Owe(nBytes, ANSWER_LIMIT); }
 

@@ -2,6 +2,7 @@
 #include <functional>
 #include <sstream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -125,6 +126,22 @@ TEST(Lifecycle, InitializeBehindTwoShutdownsAmidAMotion) {
   EXPECT_EQ(b.device->Shutdown(), S_OK);
   EXPECT_TRUE(b.device.StartUp());
   EXPECT_EQ(b.device->GetStatus().szFirmwareVersion, version) << "what the first one asked for is still owed";
+}
+
+TEST(Lifecycle, InitializeBehindAShutdownOfAWaitForOwedAnswers) {
+  Bench b;
+  ASSERT_TRUE(b.device.StartUp());
+  const std::u16string version = b.device->GetStatus().szFirmwareVersion;
+  const std::string_view thereAndBack = "$M9000\r$M100\r";
+  for (int i = 0; i < 6; ++i) {
+    b.device->WriteOpticalPort(reinterpret_cast<const BYTE*>(thereAndBack.data()),
+                               static_cast<DWORD>(thereAndBack.size()));
+  }
+  ASSERT_EQ(b.StartMeasure({500.0}), S_OK);
+  Sleep(100);
+  EXPECT_EQ(b.device->Shutdown(), S_OK);
+  EXPECT_TRUE(b.device.StartUp());
+  EXPECT_EQ(b.device->GetStatus().szFirmwareVersion, version);
 }
 
 TEST(Lifecycle, NoUnitOrNoPort) {
