@@ -18,11 +18,11 @@ constexpr std::uint64_t FLUSH_LIMIT = 600'000;
 
 HRESULT Flush::StartFlush(DWORD dwFlushTime) {
   const auto state = m_State.Lock();
-  state->m_dwFlushTime = dwFlushTime;
   const HANDLE hOwnCancel = CreateEventW(TRUE, FALSE, nullptr);
   if (hOwnCancel == 0) {
     return E_FAIL;
   }
+  state->m_dwFlushTime = dwFlushTime;
   m_CancelEvents.push_back(hOwnCancel);
   if (!m_Threads.Start("FlushProc", [this, hOwnCancel] { FlushProc(hOwnCancel); })) {
     CloseCancelEvent(hOwnCancel);
