@@ -29,6 +29,7 @@ format:
 explore soak: build-explore
 
 explore:
+	@tools/setup clang
 	@tools/explore $(JOBS)
 	@echo "== 100,000 runs of each fuzz target"
 	@tools/fuzz --seed 1 --jobs $(JOBS)
