@@ -103,8 +103,9 @@ class IPhotometer {
   /// Applies the stored settings again; 19200, 8, none when `Initialize` was given operating mode 1. Always 0. State
   /// lock.
   virtual HRESULT ResetExternalPortSettings() = 0;
-  /// Stores pump time (s), second parameter and settling time (s) for the runs that follow. The ZQ-410 takes 0 to 999
-  /// of the first two: beyond, a run that pumps ends with error 531. State lock.
+  /// Stores pump time (s), second parameter and settling time (s) for the runs that follow, and for a measurement or
+  /// spectrum that has yet to draw its sample. The ZQ-410 takes 0 to 999 of the first two: beyond, a run that pumps
+  /// ends with error 531. State lock.
   virtual void SetPumpParameters(DWORD dwPumpTime, DWORD dwPumpParam2, DWORD dwDelayTime) = 0;
   /// Says whether a sipper pump is there. State lock.
   virtual void SetSipperDetected(BOOL bDetected) = 0;
