@@ -1,7 +1,7 @@
 #include "Bench.h"
 
 #include <algorithm>
-#include <ranges>
+#include <numeric>
 
 #include "simulator/WireNumber.h"
 
@@ -24,8 +24,10 @@ void Bench::Set(const std::vector<std::string>& commands) {
 }
 
 void Bench::MoveTo(double wavelength) {
+  std::vector<int> positions(12'500);
+  std::iota(positions.begin(), positions.end(), 2000);
   const auto isBelow = [wavelength](int i) { return WavelengthPolynomial{}.At(i) < wavelength; };
-  const int iPosition = *std::ranges::partition_point(std::views::iota(2000, 14500), isBelow);
+  const int iPosition = *std::ranges::partition_point(positions, isBelow);
   Set({"o1", "M" + std::to_string(iPosition)});
 }
 
