@@ -102,7 +102,7 @@ int Explore(ModeOptions options) {
 namespace {
 
 /// From the first seed on every `nJobs`-th one.
-int CompareEvery(ExplorationOptions exploration) {
+int CompareEvery(const ExplorationOptions& exploration) {
   for (std::uint64_t seed = exploration.nFirstSeed; seed <= exploration.nLastSeed; seed += exploration.nJobs) {
     const Plan plan = DrawPlan(seed, exploration.plan);
     RunOptions run = exploration.run;

@@ -337,7 +337,7 @@ Finding CompleteResults(const Evidence& evidence) {
         delivery.AllowGap();
       }
       for (std::int64_t i = 0; i < pEvent->c; ++i) {
-        const Finding finding = delivery.Take(evidence.ledger.Values()[static_cast<std::size_t>(pEvent->b + i)]);
+        Finding finding = delivery.Take(evidence.ledger.Values()[static_cast<std::size_t>(pEvent->b + i)]);
         if (finding) {
           return finding;
         }

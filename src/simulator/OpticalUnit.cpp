@@ -240,7 +240,7 @@ void OpticalUnit::GoHome(Time at) {
 
 Time OpticalUnit::ConversionTime() const {
   constexpr Time Unit = 50;  // µs; 5 ms at the slowest setting 9
-  const auto nSlowness = static_cast<Time>(m_iADSpeed + 1);
+  const auto nSlowness = static_cast<Time>(m_iADSpeed) + 1;
   return Unit * nSlowness * nSlowness;
 }
 
