@@ -1,12 +1,12 @@
 #include "Blank.h"
 
 #include <cmath>
-#include <fstream>
 #include <sstream>
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include "InputFile.h"
 #include "ReadableText.h"
 #include "ResultHeader.h"
 #include "WavelengthList.h"
@@ -150,13 +150,11 @@ std::string Blank::Builder::Finish() {
 }
 
 std::variant<Blank, std::string> Blank::Load(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  std::string contents(GreatestFile + 1, '\0');
-  if (!file || !file.read(contents.data(), static_cast<std::streamsize>(contents.size())).eof()) {
-    return fmt::format("{} cannot be read; {}", path, WhatToDo);
+  const InputText input = LoadInput(path, GreatestFile);
+  if (!input.complaint.empty()) {
+    return input.complaint;
   }
-  contents.resize(static_cast<std::size_t>(file.gcount()));
-  return Parse(path, contents);
+  return Parse(path, input.text);
 }
 
 std::variant<Blank, std::string> Blank::Parse(const std::string& path, std::string_view contents) {

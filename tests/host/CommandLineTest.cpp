@@ -63,6 +63,7 @@ TEST(CommandLine, RefusesBadInputAndSaysWhatIsWrong) {
       {{"scan", "--simulate", "--no-uv", "--from", "300"}, {"--from", "300 nm", "330 to 1100 nm"}},
       {{"scan", "--simulate", "--no-uv", "--lamp", "deuterium"}, {"--lamp", "--no-uv"}},
       {{"scan", "--simulate", "--blank", "/nowhere/b.csv"}, {"--blank", "/nowhere/b.csv cannot be read"}},
+      {{"scan", "--simulate", "--blank", "/tmp"}, {"--blank", "/tmp is no file"}},
       {{"scan", "--simulate", "--output", "/tmp"}, {"--output", "/tmp is a folder"}},
       {{"scan", "--simulate", "--plot", "s.png"}, {"--plot", "s.png", "ends in .svg"}},
       {{"scan", "--simulate", "--defect", "rust"}, {"--defect", "\"rust\" is no defect", "weak-halogen"}},
