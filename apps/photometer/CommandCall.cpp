@@ -1,6 +1,7 @@
 #include "CommandCall.h"
 
 #include <algorithm>
+#include <utility>
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -130,6 +131,26 @@ std::variant<NamedCommand, std::string> FindNamedCommand(const std::vector<std::
   }
   return continuations.empty() ? fmt::format("there is no command \"{}\"{}", name, Hint(name, names))
                                : fmt::format("\"{}\" is half a command; say {}", name, continuations);
+}
+
+std::variant<std::unique_ptr<CommandCall>, Refusal> PrepareCommandCall(const std::vector<std::string>& words,
+                                                                       Workplace* pWorkplace) {
+  auto found = FindNamedCommand(words);
+  if (const auto* pComplaint = std::get_if<std::string>(&found)) {
+    return Refusal{*pComplaint, "photometer --help"};
+  }
+  auto& named = std::get<NamedCommand>(found);
+  auto call = std::make_unique<CommandCall>(*named.pEntry, pWorkplace);
+  if (const std::string complaint = call->Parse(std::move(named.options)); !complaint.empty()) {
+    return Refusal{complaint, call->Name() + " --help"};
+  }
+  return call;
+}
+
+ExitCode Refuse(Console& console, const Refusal& refusal) {
+  console.messages << "photometer: " << refusal.text << "\nNothing was started. \"" << refusal.helpCall
+                   << "\" tells what is possible.\n";
+  return ExitCode::BadInput;
 }
 
 std::string Hint(const std::string& word, const std::vector<std::string>& candidates) {

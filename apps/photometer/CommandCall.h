@@ -47,6 +47,20 @@ struct NamedCommand {
 /// Finds a name of one word or two, or says what is wrong. There is at least one word.
 std::variant<NamedCommand, std::string> FindNamedCommand(const std::vector<std::string>& words);
 
+/// Why a call is not run.
+struct Refusal {
+  std::string text;
+  /// The call that tells what is possible.
+  std::string helpCall;
+};
+
+/// A call ready to be run, or why there is none. There is at least one word.
+std::variant<std::unique_ptr<CommandCall>, Refusal> PrepareCommandCall(const std::vector<std::string>& words,
+                                                                       Workplace* pWorkplace);
+
+/// Tells the person; the exit code of bad input.
+ExitCode Refuse(Console& console, const Refusal& refusal);
+
 /// `; did you mean "..."?`, or nothing when no candidate is near.
 std::string Hint(const std::string& word, const std::vector<std::string>& candidates);
 

@@ -22,38 +22,26 @@ std::string Overview() {
   return text + "\nExit codes:\n" + ExitCodeTable();
 }
 
-ExitCode Complain(Console& console, const std::string& text, const std::string& helpCall) {
-  console.messages << "photometer: " << text << "\nNothing was started. \"" << helpCall
-                   << "\" tells what is possible.\n";
-  return ExitCode::BadInput;
-}
-
 /// For the build: a page on standard output, or all of them in a folder.
 ExitCode PrintManual(const std::vector<std::string>& arguments, Console& console) {
   const std::string& what = arguments.size() > 1 ? arguments[1] : "photometer";
   if (arguments[0] == "--manual-pages") {
     const std::string complaint = arguments.size() > 1 ? WriteManualPages(what) : "a folder is missing";
     return complaint.empty() ? ExitCode::Success
-                             : Complain(console, "--manual-pages: " + complaint, "photometer --help");
+                             : Refuse(console, {"--manual-pages: " + complaint, "photometer --help"});
   }
   const CommandEntry* pEntry = FindCommand(what);
   if (pEntry == nullptr && what != "photometer") {
-    return Complain(console, fmt::format("--manual-page: there is no command \"{}\"", what), "photometer --help");
+    return Refuse(console, {fmt::format("--manual-page: there is no command \"{}\"", what), "photometer --help"});
   }
   return Print(console, pEntry == nullptr ? ProgramManualPage() : CommandManualPage(*pEntry));
 }
 
 ExitCode RunCommandCall(const std::vector<std::string>& arguments, Console& console) {
-  const auto found = FindNamedCommand(arguments);
-  if (const auto* pComplaint = std::get_if<std::string>(&found)) {
-    return Complain(console, *pComplaint, "photometer --help");
-  }
-  const auto& named = std::get<NamedCommand>(found);
-  CommandCall call(*named.pEntry, console.pWorkplace);
-  if (const std::string complaint = call.Parse(named.options); !complaint.empty()) {
-    return Complain(console, complaint, call.Name() + " --help");
-  }
-  return call.Run(console);
+  const auto prepared = PrepareCommandCall(arguments, console.pWorkplace);
+  const auto* pRefusal = std::get_if<Refusal>(&prepared);
+  return pRefusal != nullptr ? Refuse(console, *pRefusal)
+                             : std::get<std::unique_ptr<CommandCall>>(prepared)->Run(console);
 }
 
 }  // namespace

@@ -1,8 +1,6 @@
-// Input: the words of a call of `photometer`, a line each. Nothing is started: a call is only run when its words have
-// been refused before. Checks: a refused call ends with exit code 2, writes no results, and says what is wrong, that
-// nothing was started, and where to look.
-#include "CommandLine.h"
-
+// Input: the words of a call of `photometer`, a line each. They are parsed and checked, and nothing is started.
+// Checks: a refused call ends with exit code 2, writes no results, and says what is wrong, that nothing was started,
+// and where to look.
 #include <sstream>
 
 #include "CommandCall.h"
@@ -14,24 +12,14 @@ namespace {
 using fuzz::Require;
 using Words = std::vector<std::string>;
 
-/// What is wrong with the call; empty when it would be run.
-std::string Refusal(const Words& words) {
-  const auto found = host::FindNamedCommand(words);
-  if (const auto* pComplaint = std::get_if<std::string>(&found)) {
-    return *pComplaint;
-  }
-  const auto& named = std::get<host::NamedCommand>(found);
-  return host::CommandCall(*named.pEntry, nullptr).Parse(named.options);
-}
-
-void CheckRefused(const Words& words, const std::string& refusal) {
+void CheckRefused(const host::Refusal& refusal) {
   std::ostringstream results;
   std::ostringstream messages;
   host::Interrupt interrupt;
   host::Console console{results, messages, false, interrupt};
-  Require(host::RunCommandLine(words, console) == host::ExitCode::BadInput, "a refused call ends with exit code 2");
+  Require(host::Refuse(console, refusal) == host::ExitCode::BadInput, "a refused call ends with exit code 2");
   Require(results.str().empty(), "a refused call has no results");
-  fuzz::RequireMessage(messages.str(), refusal);
+  fuzz::RequireMessage(messages.str(), refusal.text);
   Require(messages.str().starts_with("photometer: ") &&
               messages.str().find("\nNothing was started. \"photometer ") != std::string::npos,
           "who speaks, and what to do: " + messages.str());
@@ -48,8 +36,9 @@ void Check(std::string_view input) {
     return;
   }
   std::ranges::replace(words, "-", "standard-input");  // not to be read here
-  if (const std::string refusal = Refusal(words); !refusal.empty()) {
-    CheckRefused(words, refusal);
+  const auto prepared = host::PrepareCommandCall(words, nullptr);
+  if (const auto* pRefusal = std::get_if<host::Refusal>(&prepared)) {
+    CheckRefused(*pRefusal);
   }
 }
 
