@@ -1,6 +1,7 @@
 // Input: a settings file, as the host's commands check and show it.
 // Checks: findings name file and line, can be shown, and are bounded; a file without faults is one that the instrument
-// takes as complete, and with the same numbers; both reports can be made of any file, and the JSON one can be read.
+// takes as complete, and with the same numbers; the table can be made of any file, and the JSON report of one that
+// lacks few keys can be read.
 #include <algorithm>
 
 #include <nlohmann/json.hpp>
@@ -17,6 +18,9 @@ using host::SettingsFile;
 
 /// Those of lines, and one for each key that is missing or contradicts another.
 constexpr std::size_t MOST_FINDINGS = 300;
+/// A file that lacks most keys has a report of one sentence many times, and making and reading it as JSON takes half of
+/// the time.
+constexpr std::size_t MOST_FINDINGS_AS_JSON = 20;
 
 void CheckFindings(const SettingsFile& file, int iLines) {
   Require(file.Findings().size() <= MOST_FINDINGS, "findings are bounded");
@@ -31,6 +35,9 @@ void CheckFindings(const SettingsFile& file, int iLines) {
 void CheckReports(const SettingsFile& file) {
   fuzz::RequirePrintable(host::FormatSettingsTable(file));
   fuzz::RequirePrintable(host::FormatFindings(file));
+  if (file.Findings().size() > MOST_FINDINGS_AS_JSON) {
+    return;
+  }
   const auto json = nlohmann::json::parse(host::FormatSettingsJson(file));
   Require(json.at("complete").get<bool>() == !host::HasFaults(file), "the JSON report says whether it is complete");
   Require(json.at("findings").size() == file.Findings().size(), "the JSON report has all findings");
