@@ -34,7 +34,7 @@ bool OpticalExchange::Send(std::string_view strCommand) {
   }
   m_Link.SetExchanging(true);
   m_Link.m_Buffer.Clear();
-  return m_Link.m_Port.Write(strCommand) != FALSE;
+  return m_Link.m_Port.Write(strCommand) == PortWrite::Written;
 }
 
 OpticalExchange::Arrival OpticalExchange::Receive(std::string& reply, DWORD dwMilliseconds) {

@@ -76,16 +76,14 @@ BOOL OpticalLink::WriteOpticalRaw(std::string_view bytes) {
     NoteBacklog(m_Owed.Note(bytes) ? Backlog::Stream : Backlog::Answer);
     nOwed = m_Owed.Count() - nOwed;
   }
-  if (m_Port.Write(bytes)) {
-    return TRUE;
-  }
+  const PortWrite result = m_Port.Write(bytes);
   const auto state = m_State.Lock();
-  if (m_Port.IsOpen() || m_Port.IsLost()) {
-    m_Owed.Forget();  // a line that takes nothing brings nothing
-  } else {
-    m_Owed.TakeBack(nOwed);  // the device has closed it, and the unit is still at what it was told before
+  if (result == PortWrite::Failed) {
+    m_Owed.Forget();  // what takes nothing brings nothing
+  } else if (result == PortWrite::Closed) {
+    m_Owed.TakeBack(nOwed);  // the unit is still at what it was told before
   }
-  return FALSE;
+  return result == PortWrite::Written;
 }
 
 BOOL OpticalLink::WriteBetweenExchanges(std::string_view bytes) {

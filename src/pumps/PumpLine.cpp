@@ -16,7 +16,7 @@ constexpr DWORD QUIET_LIMIT = 2000;
 
 BOOL PumpLine::Write(std::string_view bytes) {
   m_dwTrafficTick = GetTickCount();
-  return m_Port.Write(bytes);
+  return m_Port.Write(bytes) == PortWrite::Written;
 }
 
 bool PumpLine::TakeBlock(std::string_view bytes, FrameReader* pFrames) {

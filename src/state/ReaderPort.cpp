@@ -176,10 +176,15 @@ bool ReaderPort::ReadBlocks(HANDLE hPort, const PortReader& reader) {
 
 // ---- the open port ----
 
-BOOL ReaderPort::Write(std::string_view bytes) {
+PortWrite ReaderPort::Write(std::string_view bytes) {
   const Use use(*this);
   DWORD dwWritten = 0;
-  return IsUsable(use.Handle()) && WriteFile(use.Handle(), bytes.data(), static_cast<DWORD>(bytes.size()), &dwWritten);
+  if (IsUsable(use.Handle()) && WriteFile(use.Handle(), bytes.data(), static_cast<DWORD>(bytes.size()), &dwWritten)) {
+    return PortWrite::Written;
+  }
+  const HANDLE hNow = m_hPort;  // closing the port breaks a write off, and it may even be open anew
+  return hNow == INVALID_HANDLE_VALUE || (hNow == use.Handle() && IsUsable(hNow)) ? PortWrite::Failed
+                                                                                  : PortWrite::Closed;
 }
 
 BOOL ReaderPort::Apply(const LineSettings& settings) {

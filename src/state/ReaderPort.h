@@ -28,6 +28,15 @@ struct LineSettings {
   DWORD dwParity;
 };
 
+/// What became of a write.
+enum class PortWrite {
+  Written,
+  /// The line takes nothing: the write failed, or the port is lost.
+  Failed,
+  /// The port is not open, or the device has closed it meanwhile.
+  Closed
+};
+
 /// What a port's reader does. All is called on its thread, without a lock.
 struct PortReader {
   /// Of the thread, in reports.
@@ -58,8 +67,8 @@ class ReaderPort {
   BOOL Open(const LineSettings& settings, PortReader reader);
   /// Closes the port. A waiting read ends, and the reader with it.
   void Close();
-  /// Writes with one write call. False: the port is not open, or the write failed.
-  BOOL Write(std::string_view bytes);
+  /// Writes with one write call.
+  PortWrite Write(std::string_view bytes);
   /// Gives the open port other settings. False: it is not open, or does not take them.
   BOOL Apply(const LineSettings& settings);
 

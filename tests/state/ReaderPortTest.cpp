@@ -105,10 +105,10 @@ TEST(ReaderPort, FailedOpeningLeavesNothingAndCanBeRepeated) {
     c.fault(bench.world);
     EXPECT_FALSE(bench.Open());
     EXPECT_TRUE(bench.port.IsLost());
-    EXPECT_FALSE(bench.port.Write("text"));
+    EXPECT_EQ(bench.port.Write("text"), PortWrite::Failed);
     bench.world.Plug();
     EXPECT_TRUE(bench.Open());
-    EXPECT_TRUE(bench.port.Write("text"));
+    EXPECT_EQ(bench.port.Write("text"), PortWrite::Written);
   }
 }
 
@@ -141,14 +141,28 @@ TEST(ReaderPort, HandleStaysOpenWhileAWriteUsesIt) {
   Bench bench;
   ASSERT_TRUE(bench.Open());
   bench.world.ports.beforeWrite = [](std::string_view) { Sleep(50); };
-  std::atomic<BOOL> bWritten = FALSE;
-  ASSERT_TRUE(bench.threads.Start("writer", [&] { bWritten = bench.port.Write("text"); }));
+  std::atomic<PortWrite> result = PortWrite::Failed;
+  ASSERT_TRUE(bench.threads.Start("writer", [&] { result = bench.port.Write("text"); }));
   Sleep(1);
   const std::uint64_t nStart = bench.world.board.Now();
   bench.port.Close();
   EXPECT_LE(bench.world.board.Now() - nStart, 55'000U);
-  EXPECT_FALSE(bench.port.Write("more"));
-  EXPECT_TRUE(bWritten);
+  EXPECT_EQ(bench.port.Write("more"), PortWrite::Closed);
+  EXPECT_EQ(result, PortWrite::Written);
+}
+
+TEST(ReaderPort, WriteThatIsBrokenOffByClosingFindsThePortOpenAnew) {
+  Bench bench;
+  ASSERT_TRUE(bench.Open());
+  bench.world.ports.beforeWrite = [](std::string_view) { Sleep(200); };
+  bench.world.ports.writes.Start(1);
+  std::atomic<PortWrite> result = PortWrite::Written;
+  ASSERT_TRUE(bench.threads.Start("writer", [&] { result = bench.port.Write("text"); }));
+  Sleep(1);
+  bench.port.Close();
+  ASSERT_TRUE(bench.Open());
+  Sleep(200);
+  EXPECT_EQ(result, PortWrite::Closed);
 }
 
 TEST(ReaderPort, BlockThatOutlastsThePort) {
