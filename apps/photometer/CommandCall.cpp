@@ -34,6 +34,9 @@ std::string HelpFoot(const CommandEntry& entry) {
 std::string InPlainWords(const CLI::App& app, const CLI::Error& error) {
   std::string words = error.what();
   const std::string name = words.substr(0, words.find_first_of(": "));
+  if (app.get_option_no_throw("--" + name) != nullptr) {  // of a flag it tells the name without its dashes
+    return fmt::format("--{}: takes no value; leave out what follows the \"=\"", name);
+  }
   const CLI::Option* pOption = app.get_option_no_throw(name);
   if (pOption == nullptr) {
     return words;
@@ -64,6 +67,10 @@ CommandCall::CommandCall(const CommandEntry& entry, Workplace* pWorkplace)
     m_pCommand->Join(*pWorkplace);
   }
   m_pCommand->AddOptions(m_app);
+  // The parser takes any number there, and throws at a large one what is no error of its own.
+  for (CLI::Option* pOption : m_app.get_options()) {
+    pOption->disable_flag_override(pOption->get_expected_max() == 0);
+  }
 }
 
 std::string CommandCall::Parse(std::vector<std::string> options) {

@@ -64,6 +64,8 @@ TEST(CommandLine, RefusesBadInputAndSaysWhatIsWrong) {
       {{"scan", "--simulate", "--no-uv", "--lamp", "deuterium"}, {"--lamp", "--no-uv"}},
       {{"scan", "--simulate", "--blank", "/nowhere/b.csv"}, {"--blank", "/nowhere/b.csv cannot be read"}},
       {{"scan", "--simulate", "--blank", "/tmp"}, {"--blank", "/tmp is no file"}},
+      {{"scan", "--simulate", "--no-uv=99999999999999999999"}, {"--no-uv: takes no value", "leave out"}},
+      {{"scan", "--simulate", "--turbidity=3"}, {"--turbidity: takes no value"}},
       {{"scan", "--simulate", "--output", "/tmp"}, {"--output", "/tmp is a folder"}},
       {{"scan", "--simulate", "--plot", "s.png"}, {"--plot", "s.png", "ends in .svg"}},
       {{"scan", "--simulate", "--defect", "rust"}, {"--defect", "\"rust\" is no defect", "weak-halogen"}},
