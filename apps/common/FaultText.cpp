@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <iterator>
 #include <optional>
 #include <string_view>
 #include <vector>
@@ -79,14 +80,18 @@ constexpr std::array PumpFaultKinds = {
         {"flood", "text=TEXT over and over, without an end byte, from delay=MS on"}, simulator::PumpKind::None, Flood},
 };
 
+/// Who hears the commands.
+enum class Hearer { Each, OpticalUnit, ZQ410, ZQ420 };
+
 /// Commands that belong together.
 struct LetterGroup {
   FaultForm form;
   std::string_view letters;
+  Hearer hearer = Hearer::OpticalUnit;
 };
 
 constexpr std::array Letters = {
-    LetterGroup{{"*", "any command"}, "*"},
+    LetterGroup{{"*", "any command"}, "*", Hearer::Each},
     LetterGroup{{"F r H", "optical unit: filter, mirror, shutter"}, "FrH"},
     LetterGroup{{"h d f", "halogen lamp, deuterium lamp, fan"}, "hdf"},
     LetterGroup{{"z M S", "home, move, speed of the monochromator"}, "zMS"},
@@ -94,15 +99,16 @@ constexpr std::array Letters = {
     LetterGroup{{"o g A i", "power and gain of the detectors, converter speed, measurement length"}, "ogAi"},
     LetterGroup{{"a s v", "readings, stream of readings, version"}, "asv"},
     LetterGroup{{"T G t", "turbidity: power, gain, readings"}, "TGt"},
-    LetterGroup{{"H V Y 1 2", "ZQ-410: parameters, version, answer to its keep-alive, cycle, flush"}, "HVY12"},
-    LetterGroup{{"p d t s e", "ZQ-420: ping, data, running time, start, stop"}, "pdtse"},
+    LetterGroup{
+        {"H V Y 1 2", "ZQ-410: parameters, version, answer to its keep-alive, cycle, flush"}, "HVY12", Hearer::ZQ410},
+    LetterGroup{{"p d t s e", "ZQ-420: ping, data, running time, start, stop"}, "pdtse", Hearer::ZQ420},
 };
 
-template <typename Kind, std::size_t Count>
-std::vector<FaultForm> FormsOf(const std::array<Kind, Count>& kinds) {
+template <typename Kinds>
+std::vector<FaultForm> FormsOf(const Kinds& kinds) {
   std::vector<FaultForm> forms;
-  forms.reserve(Count);
-  for (const Kind& kind : kinds) {
+  forms.reserve(kinds.size());
+  for (const auto& kind : kinds) {
     forms.push_back(kind.form);
   }
   return forms;
@@ -141,9 +147,26 @@ std::optional<std::uint32_t> ParseNumber(std::string_view text) {
   return error == std::errc() && pStop == text.data() + text.size() ? std::optional(dwNumber) : std::nullopt;
 }
 
-bool IsLetter(char letter) {
-  return std::any_of(Letters.begin(), Letters.end(),
-                     [letter](const LetterGroup& group) { return group.letters.find(letter) != group.letters.npos; });
+std::vector<LetterGroup> LettersOf(Hearer hearer) {
+  std::vector<LetterGroup> groups;
+  std::copy_if(Letters.begin(), Letters.end(), std::back_inserter(groups),
+               [hearer](const LetterGroup& group) { return group.hearer == hearer || group.hearer == Hearer::Each; });
+  return groups;
+}
+
+/// Empty: the device has commands with this letter.
+std::string ComplainAboutLetter(char letter, Hearer hearer) {
+  const std::vector<LetterGroup> groups = LettersOf(hearer);
+  if (std::any_of(groups.begin(), groups.end(), [letter](const LetterGroup& group) {
+        return group.letters.find(letter) != std::string_view::npos;
+      })) {
+    return {};
+  }
+  const char* const name = hearer == Hearer::OpticalUnit ? "optical unit"
+                           : hearer == Hearer::ZQ410     ? "ZQ-410"
+                                                         : "ZQ-420";
+  return fmt::format("no command of the {} has the letter \"{}\"; the letters are {}", name, letter,
+                     Names(FormsOf(groups)));
 }
 
 /// Takes `name=value`; false: no such name, or no number.
@@ -211,7 +234,9 @@ std::vector<FaultForm> StreamFaults() { return FormsOf(StreamFaultKinds); }
 std::vector<FaultForm> PumpFaults() { return FormsOf(PumpFaultKinds); }
 std::vector<FaultForm> FaultLetters() { return FormsOf(Letters); }
 
-std::variant<simulator::Fault, std::string> ParseFault(const std::string& text) {
+namespace {
+
+std::variant<simulator::Fault, std::string> ParseFaultOf(Hearer hearer, const std::string& text) {
   const std::vector<std::string> parts = SplitAtColons(text);
   const CommandFaultKind* pCommand = FindKind(CommandFaultKinds, parts[0]);
   const CommandFaultKind* pKind = pCommand != nullptr ? pCommand : FindKind(StreamFaultKinds, parts[0]);
@@ -222,8 +247,8 @@ std::variant<simulator::Fault, std::string> ParseFault(const std::string& text) 
   if (parts.size() < 2 || parts[1].size() != 1) {
     return fmt::format("the command's letter is missing; {}", Form);
   }
-  if (!IsLetter(parts[1][0])) {
-    return fmt::format("no command has the letter \"{}\"; the letters are {}", parts[1], Names(FaultLetters()));
+  if (std::string complaint = ComplainAboutLetter(parts[1][0], hearer); !complaint.empty()) {
+    return complaint;
   }
   simulator::Fault fault;
   fault.kind = pKind->kind;
@@ -242,10 +267,9 @@ std::variant<simulator::Fault, std::string> ParseFault(const std::string& text) 
   return fault;
 }
 
-namespace {
-
 std::string AddCommandFault(const std::string& text, simulator::Instrument& instrument) {
-  const auto fault = ParseFault(text);
+  const bool bZQ410 = instrument.pump == simulator::PumpKind::ZQ410;
+  const auto fault = ParseFaultOf(bZQ410 ? Hearer::ZQ410 : Hearer::ZQ420, text);
   if (const auto* pComplaint = std::get_if<std::string>(&fault)) {
     return *pComplaint;
   }
@@ -257,6 +281,10 @@ std::string AddCommandFault(const std::string& text, simulator::Instrument& inst
 }
 
 }  // namespace
+
+std::variant<simulator::Fault, std::string> ParseFault(const std::string& text) {
+  return ParseFaultOf(Hearer::OpticalUnit, text);
+}
 
 std::string AddPumpFault(const std::string& text, simulator::Instrument& instrument, simulator::Time now) {
   if (instrument.PumpLine() == nullptr) {

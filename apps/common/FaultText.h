@@ -32,7 +32,7 @@ std::vector<FaultForm> PumpFaults();
 /// What LETTER may be.
 std::vector<FaultForm> FaultLetters();
 
-/// The fault, or what is wrong with the text.
+/// The fault of the optical unit, or what is wrong with the text.
 std::variant<simulator::Fault, std::string> ParseFault(const std::string& text);
 
 /// Gives the instrument's pump a fault; delays count from `now`. Returns what is wrong with the text, or with the pump;

@@ -90,6 +90,8 @@ TEST(CommandLine, RefusesBadInputAndSaysWhatIsWrong) {
       {{"info", "--simulate", "--pump", "zq420", "--pump-fault", "keep-alive-stops"}, {"of the other pump"}},
       {{"info", "--simulate", "--pump", "zq410", "--pump-fault", "flood:rate=5"}, {"\"rate=5\" cannot be used"}},
       {{"info", "--simulate", "--pump", "zq410", "--pump-fault", "no-trailer:s"}, {"no fault of a pump", "silence, "}},
+      {{"info", "--simulate", "--pump", "zq410", "--pump-fault", "late:F:delay=5"},
+       {"of the ZQ-410 has", "\"F\"", "H V"}},
       {{"info", "--simulate", "--pump", "zq410", "--pump-fault", "late:V"}, {"lacks its value", "add :delay=MS"}},
       {{"info", "--simulate", "--pump", "zq410", "--pump-fault", "error:V"}, {"\"error:V\"", "error:1 or error:2"}},
       {{"info", "--simulate", "--pump", "zq420", "--pump-fault", "error:e:count=3"}, {"give error:s:count=N"}},

@@ -132,9 +132,9 @@ TEST(FaultText, TakesKindCommandAndValues) {
   EXPECT_EQ(fault.nth, 2U);
   EXPECT_EQ(fault.delay, 500'000U);
   EXPECT_EQ(std::get<simulator::Fault>(common::ParseFault("lost:*:*:first=1:count=2")).letter, 0);
-  for (const char* text :
-       {"", "late", "late:", "late:ab", "late:q:delay=5", "late:a:x", "late:a:1:delay=", "late:a:1:dealy=3", "fire:a",
-        "late:a", "garbage:a:text", "split:a:count=3", "stop-after:s:2"}) {
+  for (const char* text : {"", "late", "late:", "late:ab", "late:q:delay=5", "late:V:delay=5", "late:a:x",
+                           "late:a:1:delay=", "late:a:1:dealy=3", "fire:a", "late:a", "garbage:a:text",
+                           "split:a:count=3", "stop-after:s:2"}) {
     EXPECT_TRUE(std::holds_alternative<std::string>(common::ParseFault(text))) << text;
   }
 }
