@@ -164,14 +164,21 @@ std::int64_t Host::SetSink(IPhotometer& device, bool bSet) {
 std::int64_t Host::Initialize(IPhotometer& device, std::uint32_t dwVariant) {
   const PhotometerParameters params = m_world.Parameters();
   const CalibrationData calibration = m_world.Calibration();
-  if (!IsInsideCallback()) {
-    m_world.ledger.AllowCallbacks();
+  const auto start = [&] {
+    return device.Initialize(dwVariant == 0 ? nullptr : &params, dwVariant == 1 ? nullptr : &calibration);
+  };
+  if (IsInsideCallback()) {
+    return start();
   }
+  m_world.ledger.AllowCallbacks();
   ++m_iStarts;
-  const HRESULT result = device.Initialize(dwVariant == 0 ? nullptr : &params, dwVariant == 1 ? nullptr : &calibration);
-  --m_iStarts;
-  if (!IsInsideCallback() && (result == S_OK || result == E_FAIL)) {
+  const HRESULT result = start();
+  if (result == S_OK || result == E_FAIL) {
     m_bHalfUp = result == E_FAIL;
+    m_bDown = false;
+  }
+  if (--m_iStarts == 0 && m_bDown) {
+    m_world.ledger.ForbidCallbacks();  // it was refused, and the device is as it was
   }
   return result;
 }
@@ -183,6 +190,7 @@ std::int64_t Host::Shutdown(IPhotometer& device) {
   const std::uint64_t nStart = m_world.board.Now();
   ++m_iShutdowns;
   m_world.ledger.ForbidCallbacks();
+  m_bDown = true;
   const HRESULT result = device.Shutdown();
   if (--m_iShutdowns == 0 && m_iStarts > 0) {
     m_world.ledger.AllowCallbacks();  // a start that waited for its turn behind this call brings the device up now

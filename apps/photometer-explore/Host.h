@@ -92,6 +92,8 @@ class Host {
   /// Calls of `Initialize` and `Shutdown` that have not returned.
   std::atomic<int> m_iStarts{0};
   std::atomic<int> m_iShutdowns{0};
+  /// `Shutdown` was called, and no start has brought the device up since.
+  std::atomic<bool> m_bDown{false};
   std::atomic<DWORD> m_dwRequests{0};
   std::atomic<DWORD> m_dwCallbackThread{0};
   /// What the unit was set to behind the measurement of `StartAgain`.
