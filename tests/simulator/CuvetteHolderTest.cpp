@@ -15,21 +15,6 @@ std::string Pins(CuvetteHolder& holder, Time now) {
   return strLevels;
 }
 
-TEST(CuvetteHolder, ShowsWhatStandsInIt) {
-  const std::tuple<int, const char*, const char*> cases[] = {{10, "001", "010"}, {14, "010", "001"},
-                                                             {20, "011", "011"}, {40, "110", "101"},
-                                                             {50, "111", "111"}, {-1, "100", "100"}};
-  for (const auto& [iSize, withUV, withoutUV] : cases) {
-    for (const bool bUV : {true, false}) {
-      CuvetteHolder holder({.bUV = bUV});
-      holder.Insert(iSize, 1000);
-      holder.Remove(2000);
-      EXPECT_EQ(Pins(holder, 999) + Pins(holder, 2000), "000000");
-      EXPECT_EQ(Pins(holder, 1000), bUV ? withUV : withoutUV) << iSize;
-    }
-  }
-}
-
 TEST(CuvetteHolder, BouncesTheSameWayForTheSameSeed) {
   const auto Watch = [](std::uint64_t seed) {
     CuvetteHolder holder({.seed = seed, .bounceMilliseconds = 20});

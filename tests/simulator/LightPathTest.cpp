@@ -35,27 +35,5 @@ TEST(LightPath, GivesPlausibleCountsInAllRanges) {
   }
 }
 
-TEST(LightPath, HasFiltersThatPassTheirRangeAndBlockOutsideIt) {
-  using Wheel = std::tuple<bool, int, std::vector<double>, std::vector<double>>;
-  const Wheel filters[] = {{true, 1, {340, 374}, {500}},  {true, 2, {375, 549}, {700}},
-                           {true, 3, {550, 1000}, {400}}, {false, 1, {}, {500}},
-                           {false, 2, {500}, {700}},      {false, 3, {450, 549, 670}, {700}},
-                           {false, 4, {550}, {400}}};
-  const auto absorbance = [](bool bUV, int iFilter, double wavelength) {
-    Bench bench({.bUV = bUV, .noiseLevel = 0.0});
-    bench.MoveTo(wavelength);
-    bench.Set({"r1", "h1"});
-    bench.now += 10'000'000;
-    const Counts open = bench.Measure();
-    bench.Set({"F" + std::to_string(iFilter)});
-    const Counts filtered = bench.Measure();
-    return -std::log10((filtered.sample / filtered.reference) / (open.sample / open.reference));
-  };
-  for (const auto& [bUV, iFilter, passes, blocks] : filters) {
-    for (const double wavelength : passes) EXPECT_LT(absorbance(bUV, iFilter, wavelength), 0.15) << wavelength;
-    for (const double wavelength : blocks) EXPECT_GT(absorbance(bUV, iFilter, wavelength), 2.0) << wavelength;
-  }
-}
-
 }  // namespace
 }  // namespace simulator

@@ -17,26 +17,23 @@ std::string Ask(SipperZQ420& pump, Time at, const std::string& text) {
   return strOutput;
 }
 
-TEST(SipperZQ420, AnswersWhatItIsAsked) {
+TEST(SipperZQ420, AnswersWhatItIsAskedAndCountsItsRunTime) {
   SipperZQ420 pump({.runTime = 93'784});
-  EXPECT_EQ(Ask(pump, 0, ""), "\x02p\x03");  // its announcement
-  EXPECT_EQ(Ask(pump, 2 * Second, "p"), "\x02p\x03");
-  EXPECT_EQ(Ask(pump, 4 * Second, "d"), "\2d;A12;B3;1.04\3");
-  EXPECT_EQ(Ask(pump, 6 * Second, "t"), "\x02t;1;2;3;4\x03");
-  EXPECT_EQ(Ask(pump, 8 * Second, "x"), "");
-  pump.SwitchPower(10 * Second, false);
-  EXPECT_EQ(Ask(pump, 11 * Second, "p"), "");
-}
-
-TEST(SipperZQ420, RunsBetweenStartAndStop) {
-  SipperZQ420 pump({.runTime = 5});
-  Ask(pump, 0, "p");
-  EXPECT_EQ(Ask(pump, 2 * Second, "s"), "\x02s\x03");
-  EXPECT_TRUE(pump.IsPumping());
-  EXPECT_EQ(Ask(pump, 12 * Second, "e"), "\2e\3");
-  EXPECT_FALSE(pump.IsPumping());
-  EXPECT_EQ(pump.RunTime(), 15u);
-  EXPECT_EQ(pump.Cycles(), 1u);
+  const std::pair<const char*, const char*> dialogue[] = {{"", "\x02p\x03"},  // its announcement
+                                                          {"d", "\2d;A12;B3;1.04\3"},
+                                                          {"t", "\x02t;1;2;3;4\x03"},
+                                                          {"s", "\x02s\x03"},
+                                                          {"p", "\x02p\x03"},
+                                                          {"e", "\2e\3"},
+                                                          {"t", "\x02t;1;2;3;8\x03"},
+                                                          {"x", ""}};
+  Time at = 0;
+  for (const auto& [text, answer] : dialogue) {
+    EXPECT_EQ(Ask(pump, at, text), answer) << text;
+    at += 2 * Second;
+  }
+  pump.SwitchPower(at, false);
+  EXPECT_EQ(Ask(pump, at, "p"), "");
 }
 
 }  // namespace
