@@ -87,35 +87,23 @@ class LampSink final : public RecordingSink {
   std::atomic<int> m_iQuestions = 0;
 };
 
-class LampBench {
+class LampBench : public Optics {
  public:
-  explicit LampBench(platform::VirtualBoardOptions options = {}) : world({std::move(options), {}, nullptr, true}) {
+  explicit LampBench(platform::VirtualBoardOptions options = {})
+      : Optics(WorldOptions{std::move(options), {}, nullptr, true}) {
     sink.SetSink(&host);
-    {
-      const auto guarded = state.Lock();
-      guarded->m_Params = DefaultParameters();
-      guarded->m_Params.dwUVSessionTime = 600;
-    }
-    EXPECT_TRUE(model.BuildTable() && buffer.CreateDataEvent() && state.CreateEvents() && link.OpenOpticalPort());
-    state.Lock()->m_Status.dwLastActivityTick = platform::GetTickCount();
+    SetBusy(FALSE);
+    const auto guarded = state.Lock();
+    guarded->m_Params.dwUVSessionTime = 600;
+    guarded->m_Status.dwLastActivityTick = platform::GetTickCount();
   }
-  ~LampBench() {
-    Stop();
-    world.ExpectClean();
-  }
+  ~LampBench() { Stop(); }
   LampBench(const LampBench&) = delete;
   LampBench& operator=(const LampBench&) = delete;
 
   void Stop() {
-    if (std::exchange(m_bStopped, true)) {
-      return;
-    }
     sink.CloseGate();
-    state.RaiseStop();
-    EXPECT_TRUE(threads.WaitUntilEnded(3000));
-    link.CloseOpticalPort();
-    buffer.CloseDataEvent();
-    state.CloseEvents();
+    Optics::Stop();
   }
   /// From now on: the n-th tick comes n seconds later.
   void StartTimer() {
@@ -126,8 +114,6 @@ class LampBench {
   void SleepUntilBefore(DWORD dwTick) { SleepUntil(dwTick * 1000 - 50); }
   void SleepUntilAfter(DWORD dwTick) { SleepUntil(dwTick * 1000 + 1); }
 
-  void Cache(CacheEntry entry, LONG iValue) { state.Lock()->m_Cache[entry] = iValue; }
-  [[nodiscard]] LONG Cached(CacheEntry entry) { return state.Lock()->m_Cache[entry]; }
   /// The lamp burns, at the unit and in the cache.
   void Light() {
     link.WriteOpticalRaw("$d1\r");
@@ -179,11 +165,7 @@ class LampBench {
   /// What was written to the registry: "HalLamp = 30".
   [[nodiscard]] Texts LampSeconds() const { return world.transcript.Texts("registry"); }
 
-  World world;
-
  private:
-  bool m_bStopped = false;
-
   void SleepUntil(DWORD dwMilliseconds) {
     const std::uint64_t nNow = (world.board.Now() - host.StartOfClock()) / 1000;
     ASSERT_LE(nNow, dwMilliseconds);
@@ -192,16 +174,8 @@ class LampBench {
 
  public:
   LampSink host{world.board, world.transcript};
-  DeviceState state;
-  HostSink sink;
-  WorkerThreads threads{state};
-  ReceiveBuffer buffer{state};
   ReceiveBuffer externalBuffer{state};
   ReceiveBuffer sipperBuffer{state};
-  WavelengthModel model{state};
-  OpticalLink link{state, sink, buffer, threads};
-  Detectors detectors{state, link};
-  OpticalUnit unit{state, sink, link, detectors, model};
   ExternalPort external{state, sink, externalBuffer, threads};
   SipperPort sipper{state, sink, sipperBuffer, threads};
   WarmUp warmUp{state, threads, unit, model};

@@ -1,5 +1,7 @@
 #include "PumpBench.h"
 
+#include <utility>
+
 namespace photometer::tests {
 
 namespace {
@@ -12,7 +14,7 @@ constexpr DWORD ARRIVAL = 300;
 }  // namespace
 
 PumpBench::PumpBench(LONG iMode, platform::VirtualBoardOptions options)
-    : world({std::move(options), {}, nullptr, true}),
+    : Optics(WorldOptions{std::move(options), {}, nullptr, true}),
       ports(world.tracing.GetSerialPorts()),
       m_Board(world.tracing),
       m_iMode(iMode) {
@@ -25,45 +27,37 @@ PumpBench::PumpBench(LONG iMode, platform::VirtualBoardOptions options)
   sink.SetSink(&host);
   {
     const auto guarded = state.Lock();
-    guarded->m_Params = DefaultParameters();
     guarded->m_Params.dwOperatingMode = static_cast<DWORD>(iMode);
     guarded->m_Params.PumpTime = 5;
     guarded->m_Params.PumpParam2 = 120;
     guarded->m_Params.DelayTime = 2;
     guarded->m_PumpInfo.m_iOperatingMode = iMode;
+    guarded->m_Status.bBusy = FALSE;
   }
   EXPECT_TRUE(cuvette.OpenCuvetteGpio());
-  EXPECT_TRUE(opticalBuffer.CreateDataEvent() && externalBuffer.CreateDataEvent() && sipperBuffer.CreateDataEvent());
-  EXPECT_TRUE(state.CreateEvents());
-  EXPECT_TRUE(link.OpenOpticalPort());
+  EXPECT_TRUE(externalBuffer.CreateDataEvent() && sipperBuffer.CreateDataEvent());
   platform::Sleep(ARRIVAL);  // banner and announcement are for nobody
   EXPECT_TRUE(external.OpenExternalPort());
   EXPECT_EQ(sipper.OpenSipperPort(), 1);
   platform::Sleep(ARRIVAL);
 }
 
-PumpBench::~PumpBench() {
-  Stop();
-  world.ExpectClean();
-}
+PumpBench::~PumpBench() { Stop(); }
 
 void PumpBench::Stop() {
-  if (m_bStopped) {
+  if (std::exchange(m_bStopped, true)) {
     return;
   }
-  m_bStopped = true;
   sink.CloseGate();
   state.RaiseStop();
   EXPECT_TRUE(threads.WaitUntilEnded(THREADS_END_LIMIT));
   EXPECT_FALSE(Info().m_bPumpCapture);
   external.CloseExternalPort();
   sipper.CloseSipperPort();
-  link.CloseOpticalPort();
   cuvette.CloseCuvetteGpio();
-  for (ReceiveBuffer* pBuffer : {&opticalBuffer, &externalBuffer, &sipperBuffer}) {
-    pBuffer->CloseDataEvent();
-  }
-  state.CloseEvents();
+  externalBuffer.CloseDataEvent();
+  sipperBuffer.CloseDataEvent();
+  Optics::Stop();
   platform::SetBoard(&world.tracing);
 }
 

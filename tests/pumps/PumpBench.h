@@ -10,18 +10,13 @@
 #include <gtest/gtest.h>
 
 #include "monitors/CuvetteHolder.h"
-#include "optics/OpticalLink.h"
 #include "procedures/Flush.h"
 #include "pumps/ExternalPort.h"
 #include "pumps/Pumps.h"
 #include "pumps/SipperPort.h"
 #include "simulator/SipperZQ410.h"
 #include "simulator/SipperZQ420.h"
-#include "state/DeviceState.h"
-#include "state/HostSink.h"
-#include "state/ReceiveBuffer.h"
-#include "state/WorkerThreads.h"
-#include "support/World.h"
+#include "support/Optics.h"
 
 namespace photometer::tests {
 
@@ -84,7 +79,7 @@ class SettingsPorts final : public platform::ForwardingSerialPorts {
   }
 };
 
-class PumpBench {
+class PumpBench : public Optics {
  public:
   static constexpr const char16_t* EXTERNAL = u"COM1:";
   static constexpr const char16_t* SIPPER = u"COM6:";
@@ -126,7 +121,6 @@ class PumpBench {
 
   simulator::SipperZQ410 zq410;
   simulator::SipperZQ420 zq420;
-  World world;
   SettingsPorts ports;
 
  private:
@@ -134,13 +128,8 @@ class PumpBench {
 
  public:
   PumpSink host{world.board, world.transcript};
-  DeviceState state;
-  HostSink sink;
-  WorkerThreads threads{state};
-  ReceiveBuffer opticalBuffer{state};
   ReceiveBuffer externalBuffer{state};
   ReceiveBuffer sipperBuffer{state};
-  OpticalLink link{state, sink, opticalBuffer, threads};
   CuvetteHolder cuvette{state, sink};
   ExternalPort external{state, sink, externalBuffer, threads};
   SipperPort sipper{state, sink, sipperBuffer, threads};

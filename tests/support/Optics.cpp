@@ -6,9 +6,16 @@ namespace {
 
 constexpr DWORD THREADS_END_LIMIT = 3000;
 
+/// A detector value as the unit sends it.
+std::string Bytes24(DWORD dwValue) {
+  return {static_cast<char>(dwValue >> 16U), static_cast<char>(dwValue >> 8U), static_cast<char>(dwValue)};
+}
+
 }  // namespace
 
-Optics::Optics(bool bAtOnce) : world({{}, {}, &device, bAtOnce}) {
+Optics::Optics(bool bAtOnce) : Optics(WorldOptions{{}, {}, &device, bAtOnce}) {}
+
+Optics::Optics(const WorldOptions& options) : world(options) {
   state.Lock()->m_Params = DefaultParameters();
   sink.SetSink(&world.sink);
   EXPECT_TRUE(model.BuildTable());
@@ -43,10 +50,6 @@ void ExpectLineInOrder(Optics& optics) {
   double dReference = 0.0;
   EXPECT_EQ(optics.detectors.GetADValue(nullptr, &dReference), 0U);
   EXPECT_EQ(dReference, 6.0);
-}
-
-std::string Bytes24(DWORD dwValue) {
-  return {static_cast<char>(dwValue >> 16U), static_cast<char>(dwValue >> 8U), static_cast<char>(dwValue)};
 }
 
 std::string Readings(DWORD dwSample, DWORD dwReference, int iCount) {

@@ -20,6 +20,8 @@ namespace photometer::tests {
 class Optics {
  public:
   explicit Optics(bool bAtOnce = true);
+  /// In another world, without the scripted unit.
+  explicit Optics(const WorldOptions& options);
   /// Stops, and expects that the world is clean.
   ~Optics();
   Optics(const Optics&) = delete;
@@ -48,9 +50,7 @@ class Optics {
 /// The line works: a setting and a data command are answered as they should, and nothing that comes before their
 /// answers is taken for them.
 void ExpectLineInOrder(Optics& optics);
-/// A detector value as the unit sends it.
-std::string Bytes24(DWORD dwValue);
-/// So many readings of the same values.
+/// So many readings of the same values, as the unit sends them.
 std::string Readings(DWORD dwSample, DWORD dwReference, int iCount);
 
 }  // namespace photometer::tests
