@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -40,11 +41,13 @@ struct Bench {
   Bench(const Bench&) = delete;
   Bench& operator=(const Bench&) = delete;
 
-  /// Another fault of the unit.
-  void Add(simulator::Fault fault) { world.unit.WireFaults().Add(std::move(fault)); }
   HRESULT StartMeasure(const std::vector<double>& wavelengths) {
     const MeasureRequest request = MeasureAt(wavelengths);
     return device->StartMeasure(&request);
+  }
+  /// Bytes of the host for the optical unit.
+  HRESULT Write(std::string_view bytes) {
+    return device->WriteOpticalPort(reinterpret_cast<const BYTE*>(bytes.data()), static_cast<DWORD>(bytes.size()));
   }
   /// Runs `bringDown`, which may take as long as a `Shutdown`; no callback may begin from now on.
   template <class Action>

@@ -38,7 +38,7 @@ class DisturbedRun {
       : m_Scenario(scenario), m_Bench(Options(policy, nSeed)) {
     EXPECT_TRUE(scenario.wavelengths.empty() || m_Bench.device.StartUp());
     if (scenario.fault) {
-      m_Bench.Add(*scenario.fault);
+      m_Bench.world.unit.WireFaults().Add(*scenario.fault);
     }
   }
 
@@ -120,31 +120,6 @@ TEST(BringingDown, BroughtDownAtManyPoints) {
       }
     }
   }
-}
-
-TEST(BringingDown, CommandThatOvertakesTheSwitchOffIsSwitchedOffAgain) {
-  Bench b;
-  ASSERT_TRUE(b.device.StartUp());
-  const HANDLE hWriting = CreateEventW(TRUE, FALSE, nullptr);
-  std::atomic<bool> bStopping{false};
-  // The lamp's command is decided on before the stop and written after the switch-off; the run has ended before the
-  // switch-off is over.
-  b.world.ports.beforeWrite = [&](std::string_view bytes) {
-    if (bytes.starts_with("$h") && bytes != "$h0\r") {
-      SetEvent(hWriting);
-      Sleep(100);
-    } else if (bStopping && bytes == "$ \r") {
-      bStopping = false;
-      Sleep(500);
-    }
-  };
-  ASSERT_EQ(b.StartMeasure({500.0}), S_OK);
-  WaitForSingleObject(hWriting, INFINITE);
-  bStopping = true;
-  EXPECT_EQ(b.device->Shutdown(), S_OK);
-  EXPECT_TRUE(EndsSwitchedOff(b.world.Written()));
-  b.world.ExpectSwitchedOff();
-  CloseHandle(hWriting);
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <sstream>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -116,32 +117,29 @@ TEST(Lifecycle, InitializeWhileAStartUpRuns) {
   }
 }
 
-TEST(Lifecycle, InitializeBehindTwoShutdownsAmidAMotion) {
-  Bench b;
-  ASSERT_EQ(b.device.Initialize(), S_OK);
-  const std::u16string version = b.device->GetStatus().szFirmwareVersion;
-  Sleep(1000);
-  ASSERT_EQ(b.world.Written().back(), "$z");
-  EXPECT_EQ(b.device->Shutdown(), S_OK);
-  EXPECT_EQ(b.device->Shutdown(), S_OK);
-  EXPECT_TRUE(b.device.StartUp());
-  EXPECT_EQ(b.device->GetStatus().szFirmwareVersion, version) << "what the first one asked for is still owed";
-}
-
-TEST(Lifecycle, InitializeBehindAShutdownOfAWaitForOwedAnswers) {
-  Bench b;
-  ASSERT_TRUE(b.device.StartUp());
-  const std::u16string version = b.device->GetStatus().szFirmwareVersion;
-  const std::string_view thereAndBack = "$M9000\r$M100\r";
-  for (int i = 0; i < 6; ++i) {
-    b.device->WriteOpticalPort(reinterpret_cast<const BYTE*>(thereAndBack.data()),
-                               static_cast<DWORD>(thereAndBack.size()));
+/// What a start asked for before a `Shutdown` is still owed: none of it is taken for the next start's version.
+TEST(Lifecycle, InitializeBehindAShutdownAmidAMotion) {
+  for (const bool bMeasuring : {false, true}) {
+    SCOPED_TRACE(bMeasuring ? "a measurement waits for raw writes" : "two Shutdowns in the start-up");
+    Bench b;
+    ASSERT_EQ(b.device.Initialize(), S_OK);
+    const std::u16string version = b.device->GetStatus().szFirmwareVersion;
+    if (bMeasuring) {
+      ASSERT_TRUE(b.device.WaitUntilNotBusy());
+      for (int i = 0; i < 6; ++i) {
+        b.Write("$M9000\r$M100\r");
+      }
+      ASSERT_EQ(b.StartMeasure({500.0}), S_OK);
+      Sleep(100);
+    } else {
+      Sleep(1000);
+      ASSERT_EQ(b.world.Written().back(), "$z");
+      EXPECT_EQ(b.device->Shutdown(), S_OK);
+    }
+    EXPECT_EQ(b.device->Shutdown(), S_OK);
+    EXPECT_TRUE(b.device.StartUp());
+    EXPECT_EQ(b.device->GetStatus().szFirmwareVersion, version);
   }
-  ASSERT_EQ(b.StartMeasure({500.0}), S_OK);
-  Sleep(100);
-  EXPECT_EQ(b.device->Shutdown(), S_OK);
-  EXPECT_TRUE(b.device.StartUp());
-  EXPECT_EQ(b.device->GetStatus().szFirmwareVersion, version);
 }
 
 TEST(Lifecycle, NoUnitOrNoPort) {
@@ -191,10 +189,34 @@ TEST(Lifecycle, ShutdownSwitchesOffAndIsHarmlessAtAnyTime) {
   EXPECT_EQ(b.device->Shutdown(), S_OK) << "again";
   EXPECT_EQ(b.device->CancelMeasurement(), E_FAIL);
   EXPECT_EQ(b.device->GetCuvetteState(), 0);
-  constexpr BYTE LAMP_ON[] = {'$', 'h', '1', '\r'};
-  EXPECT_EQ(b.device->WriteOpticalPort(LAMP_ON, sizeof(LAMP_ON)), S_OK);
+  EXPECT_EQ(b.Write("$h1\r"), S_OK);
   EXPECT_TRUE(b.device.StartUp());
   EXPECT_EQ(From(b.world.Written(), nBefore + SWITCH_OFF.size(), 2), (Commands{"$v", "$o1"})) << "lost, not put off";
+}
+
+TEST(Lifecycle, CommandThatOvertakesTheSwitchOffIsSwitchedOffAgain) {
+  Bench b;
+  ASSERT_TRUE(b.device.StartUp());
+  bool bWriting = false;
+  bool bStopping = false;
+  // The lamp's command is decided on before the stop and written after the switch-off; the run has ended before the
+  // switch-off is over.
+  b.world.ports.beforeWrite = [&](std::string_view bytes) {
+    if (bytes.starts_with("$h") && bytes != "$h0\r") {
+      bWriting = true;
+      Sleep(100);
+    } else if (bytes == "$f0\r" && std::exchange(bStopping, false)) {
+      Sleep(500);
+    }
+  };
+  ASSERT_EQ(b.StartMeasure({500.0}), S_OK);
+  while (!bWriting) {
+    Sleep(1);
+  }
+  bStopping = true;
+  EXPECT_EQ(b.device->Shutdown(), S_OK);
+  EXPECT_TRUE(EndsSwitchedOff(b.world.Written()));
+  b.world.ExpectSwitchedOff();
 }
 
 TEST(Lifecycle, NothingStartsOnceAShutdownHasBegun) {
@@ -216,21 +238,43 @@ TEST(Lifecycle, NothingStartsOnceAShutdownHasBegun) {
   EXPECT_EQ(b.world.LogLines("[WaveLengthTestProc]"), 0U);
 }
 
-TEST(Lifecycle, NothingElseStartsInsideInitialize) {
+/// A second host calls `second` at one scheduling point after another of `first`, each time on a device of its own.
+void AtEachPoint(const WorldOptions& options, void (*first)(Bench&), void (*second)(Bench&)) {
   std::atomic<bool> bInside{true};
-  for (std::uint64_t nPoint = 1; bInside; ++nPoint) {
-    SCOPED_TRACE(nPoint);
-    Bench b;
+  for (std::uint64_t nPoint = 1; bInside && !testing::Test::HasFailure(); ++nPoint) {
+    SCOPED_TRACE("seed " + std::to_string(options.board.seed) + ", point " + std::to_string(nPoint));
+    Bench b(options);
     std::atomic<bool> bBack{false};
-    b.world.board.RunAtPoint(b.world.board.Points() + nPoint, "second host", [&] {
+    const std::uint64_t nBefore = b.world.board.Points();
+    b.world.board.RunAtPoint(nBefore + nPoint, "second host", [&] {
       bInside = !bBack;
-      EXPECT_EQ(b.device->StartWaveLengthTest(), E_FAIL);
-      EXPECT_EQ(b.device->SetUVLamp(TRUE, 0), E_FAIL);
+      second(b);
     });
-    EXPECT_EQ(b.device.Initialize(), S_OK);
+    first(b);
     bBack = true;
-    Sleep(10);
-    ASSERT_FALSE(testing::Test::HasFailure());
+    Sleep(1000);
+  }
+}
+
+TEST(Lifecycle, NothingElseStartsInsideInitialize) {
+  const auto initialize = [](Bench& b) { EXPECT_EQ(b.device.Initialize(), S_OK); };
+  AtEachPoint({}, initialize, [](Bench& b) {
+    EXPECT_EQ(b.device->StartWaveLengthTest(), E_FAIL);
+    EXPECT_EQ(b.device->SetUVLamp(TRUE, 0), E_FAIL);
+  });
+}
+
+TEST(Lifecycle, ThePumpsPortIsAskedForAtAnyPointOfALife) {
+  for (std::uint64_t nSeed = RunCount(4); nSeed > 0; --nSeed) {
+    WorldOptions options;
+    options.board = {.seed = nSeed, .policy = Policy::Random, .bHoldUps = true};
+    const auto live = [](Bench& b) {
+      b.world.board.UnplugPort(World::PORT);  // the start-up fails at once
+      EXPECT_EQ(b.device.Initialize(), S_OK);
+      EXPECT_EQ(b.device->Shutdown(), S_OK);
+    };
+    // The board reports the use of a closed handle.
+    AtEachPoint(options, live, [](Bench& b) { b.device->OpenSipperPort(); });
   }
 }
 
@@ -247,29 +291,6 @@ TEST(Lifecycle, ShutdownsAndInitializeTakeTurns) {
     }
     EXPECT_EQ(WaitForSingleObject(hThread, 3000), WAIT_OBJECT_0);
     CloseHandle(hThread);
-  }
-}
-
-TEST(Lifecycle, ThePumpsPortIsAskedForAtAnyPointOfAShutdown) {
-  for (std::uint64_t nSeed = RunCount(8); nSeed > 0; --nSeed) {
-    std::atomic<bool> bInside{true};
-    for (std::uint64_t nPoint = 1; bInside; ++nPoint) {
-      SCOPED_TRACE("seed " + std::to_string(nSeed) + ", point " + std::to_string(nPoint));
-      WorldOptions options;
-      options.board = {.seed = nSeed, .policy = Policy::Random, .bHoldUps = true};
-      Bench b(options);
-      b.world.board.UnplugPort(World::PORT);  // the start-up fails at once
-      EXPECT_EQ(b.device.Initialize(), S_OK);
-      std::atomic<bool> bBack{false};
-      b.world.board.RunAtPoint(b.world.board.Points() + nPoint, "second host", [&] {
-        bInside = !bBack;
-        b.device->OpenSipperPort();  // the board reports the use of a closed handle
-      });
-      EXPECT_EQ(b.device->Shutdown(), S_OK);
-      bBack = true;
-      Sleep(1000);
-    }
-    ASSERT_FALSE(testing::Test::HasFailure());
   }
 }
 
@@ -349,30 +370,32 @@ TEST(Lifecycle, LastReleaseFromACallbackOnTheHostsOwnThread) {
 }
 
 TEST(Lifecycle, ShutdownBesideABlockedCallback) {
-  enum class Then { Nothing, Release, Shutdown, InitializeWaits };
-  for (const Then then : {Then::Nothing, Then::Release, Then::Shutdown, Then::InitializeWaits}) {
-    SCOPED_TRACE(static_cast<int>(then));
+  for (const std::string then : {"nothing", "Release", "Shutdown", "another Initialize"}) {
+    SCOPED_TRACE(then);
     Bench b;
     const HANDLE hGoOn = CreateEventW(TRUE, FALSE, nullptr);
     b.world.sink.On("OnNotify(0, 4, 50)", [hGoOn] { WaitForSingleObject(hGoOn, INFINITE); });
     ASSERT_EQ(b.device.Initialize(), S_OK);
     Sleep(30'000);
-    HANDLE hThread = 0;
-    if (then == Then::InitializeWaits) {
-      hThread = CreateThread([&b] { EXPECT_EQ(b.device.Initialize(), E_FAIL); }, "second host", nullptr);
+    std::atomic<int> iWaiting = 0;
+    if (then == "another Initialize") {
+      b.world.board.RunAtPoint(b.world.board.Points() + 1, "second host", [&b, &iWaiting] {
+        ++iWaiting;
+        EXPECT_EQ(b.device.Initialize(), E_FAIL);
+        --iWaiting;
+      });
       Sleep(100);
+      EXPECT_EQ(iWaiting, 1);
     }
     b.Down([&] { EXPECT_EQ(b.device->Shutdown(), S_OK); });
     EXPECT_TRUE(EndsSwitchedOff(b.world.Written()));
-    if (hThread != 0) {
-      WaitForSingleObject(hThread, INFINITE);
-      CloseHandle(hThread);
+    while (iWaiting > 0) {
+      Sleep(100);
     }
-    // The thread in the callback is not ended: no new start beside it.
-    EXPECT_EQ(b.device.Initialize(), E_FAIL);
-    if (then == Then::Shutdown) {
+    EXPECT_EQ(b.device.Initialize(), E_FAIL) << "no new start beside the thread in the callback";
+    if (then == "Shutdown") {
       b.Down([&] { EXPECT_EQ(b.device->Shutdown(), S_OK); });
-    } else if (then == Then::Release) {
+    } else if (then == "Release") {
       b.Down([&] { EXPECT_EQ(b.device->Release(), 0); });
       b.device.Forget();
     }
@@ -382,7 +405,7 @@ TEST(Lifecycle, ShutdownBesideABlockedCallback) {
     EXPECT_EQ(b.world.Written().size(), nWritten) << "touches nothing";
     b.world.ExpectSwitchedOff();
     CloseHandle(hGoOn);
-    if (then != Then::Release) {
+    if (then != "Release") {
       b.world.sink.AllowCallbacks();
       b.world.sink.On("OnNotify(0, 4, 50)", nullptr);
       EXPECT_TRUE(b.device.StartUp());

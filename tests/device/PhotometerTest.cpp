@@ -1,7 +1,6 @@
 #include <algorithm>
+#include <functional>
 #include <limits>
-#include <string>
-#include <string_view>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -56,21 +55,14 @@ TEST(Photometer, ResultsOfTheSmallOperations) {
       {"GetUVLampState", [](P& p) { return p.GetUVLampState(); }, -1, -1},
       {"GetCuvetteSize", [](P& p) { return p.GetCuvetteSize(); }, 0, 0},
       {"GetCuvetteState", [](P& p) { return p.GetCuvetteState(); }, 0, 0},
-      {"SetExternalPortSettings", [](P& p) { return p.SetExternalPortSettings(9600, 8, 0); }, 0, 0},
-      {"CancelFlush", [](P& p) { return p.CancelFlush(); }, 0, 0},
-      {"SetUVSessionTime", [](P& p) { return p.SetUVSessionTime(60); }, 0, 0},
-      {"SetWavelengthCheckInterval", [](P& p) { return p.SetWavelengthCheckInterval(60); }, 0, 0},
-      {"ResetActivityTime", [](P& p) { return p.ResetActivityTime(); }, 0, 0},
       {"CancelMeasurement", [](P& p) { return p.CancelMeasurement(); }, E_FAIL, E_FAIL},
       {"SetCalibrations(null)", [](P& p) { return p.SetWavelengthCalibrations(nullptr); }, E_POINTER, E_POINTER},
       {"SetCalibrations", [](P& p) { return p.SetWavelengthCalibrations(&entries); }, E_FAIL, 0},
       {"GetCalibration(null)", [](P& p) { return p.GetWavelengthCalibration(500.0, nullptr); }, E_POINTER, E_POINTER},
       {"GetCalibration", [](P& p) { return p.GetWavelengthCalibration(500.0, &entry); }, E_FAIL, 0},
-      {"GetCalibration elsewhere", [](P& p) { return p.GetWavelengthCalibration(600.0, &entry); }, E_FAIL, E_FAIL},
       {"WriteOpticalPort(null)", [](P& p) { return p.WriteOpticalPort(nullptr, 3); }, E_POINTER, E_POINTER},
       {"WriteOpticalPort", [](P& p) { return p.WriteOpticalPort(command, 3); }, 0, 0},
       {"WriteExternalPort", [](P& p) { return p.WriteExternalPort(nullptr, 0); }, 0, 0},
-      {"StartMeasure(null)", [](P& p) { return p.StartMeasure(nullptr); }, E_POINTER, E_POINTER},
       {"Initialize(null, null)", [](P& p) { return p.Initialize(nullptr, nullptr); }, E_POINTER, E_ACCESSDENIED},
   };
   Bench b;
@@ -83,22 +75,14 @@ TEST(Photometer, ResultsOfTheSmallOperations) {
   }
 }
 
-TEST(Photometer, SettersStoreAndAChangedModeForgetsThePump) {
+TEST(Photometer, AChangedModeForgetsThePump) {
   Bench b;
-  b.device->SetPumpDisabled(TRUE);
-  b.device->SetCuvetteSize(50);
-  EXPECT_TRUE(b.device->GetPumpInfo().m_bPumpDisabled);
-  EXPECT_EQ(b.device->GetCuvetteSize(), 50);
-  Sleep(1234);
-  b.device->ResetActivityTime();
-  EXPECT_EQ(b.device->GetStatus().dwLastActivityTick, GetTickCount());
   b.device->SetOperatingMode(1);
   b.device->SetSipperDetected(TRUE);
   b.device->SetOperatingMode(1);
   EXPECT_TRUE(b.device->GetStatus().bSipperDetected);
   b.device->SetOperatingMode(2);
   EXPECT_FALSE(b.device->GetStatus().bSipperDetected);
-  EXPECT_EQ(b.device->GetPumpInfo().m_iOperatingMode, 2);
 }
 
 TEST(Photometer, CalibrationEntries) {
@@ -130,76 +114,103 @@ TEST(Photometer, CalibrationEntries) {
 
 // ---- the start pattern ----
 
-TEST(Photometer, StartIsRefusedUnlessReady) {
-  Bench b;
-  ASSERT_EQ(b.device.Initialize(), S_OK);
-  EXPECT_EQ(b.StartMeasure({500.0}), E_FAIL) << "during the start-up";
-  ASSERT_TRUE(b.device.WaitUntilNotBusy());
-  b.world.kernel.threads.Start(1);
-  EXPECT_EQ(b.StartMeasure({500.0}), E_FAIL) << "without a thread";
-  EXPECT_FALSE(b.device->GetStatus().bBusy);
-  ASSERT_EQ(b.StartMeasure({500.0, 600.0}), S_OK);
-  EXPECT_TRUE(b.device->GetStatus().bBusy);
-  EXPECT_EQ(b.StartMeasure({500.0}), E_FAIL) << "while one runs";
-  ASSERT_TRUE(b.device.WaitUntilNotBusy());
-  EXPECT_EQ(b.world.sink.Count("OnNotify(7, 17, 100)"), 1U);
-  EXPECT_EQ(b.world.sink.Results().size(), 2U);
-  b.device->Shutdown();
-  EXPECT_EQ(b.StartMeasure({500.0}), E_FAIL) << "after Shutdown";
+using Start = std::function<HRESULT(IPhotometer&)>;
+
+template <class Request>
+Start Starting(HRESULT (IPhotometer::*pStart)(const Request*), const Request& request) {
+  return [=](IPhotometer& photometer) { return (photometer.*pStart)(&request); };
 }
 
-TEST(Photometer, UnsoundRequestsChangeNothing) {
+TEST(Photometer, StartIsRefusedUnlessReady) {
+  using P = IPhotometer;
+  struct {
+    Start start;
+    /// Before the first `Initialize`, when no wavelength can be measured, and later.
+    HRESULT before, refused;
+  } const cases[] = {
+      {Starting(&P::StartMeasure, MeasureAt({500.0})), E_INVALIDARG, E_FAIL},
+      {Starting(&P::StartScan, {9, 500.0, 502.0, 340.0, 0, FALSE, FALSE}), E_INVALIDARG, E_ACCESSDENIED},
+      {Starting(&P::StartKinetics, {9, 0, 0, 500.0, 340.0}), E_INVALIDARG, E_FAIL},
+      {Starting(&P::StartTurbidityMeasurement, {9, 1, 2}), E_FAIL, E_FAIL},
+      {Starting(&P::StartWavelengthCheck, {9, {537.0}}), E_INVALIDARG, E_FAIL},
+      {Starting(&P::StartHolmiumOxideScan, {9, 6000, 6040}), E_FAIL, E_FAIL},
+      {Starting(&P::StartSystemCheck, {9, 360.7, 0.0}), E_FAIL, E_FAIL},
+      {[](P& photometer) { return photometer.StartWaveLengthTest(); }, E_FAIL, E_FAIL},
+  };
+  int iCase = 0;
+  for (const auto& c : cases) {
+    SCOPED_TRACE(iCase++);
+    Bench b;
+    P& photometer = *b.device.operator->();
+    EXPECT_EQ(c.start(photometer), c.before) << "before Initialize";
+    ASSERT_EQ(b.device.Initialize(), S_OK);
+    EXPECT_EQ(c.start(photometer), c.refused) << "during the start-up";
+    ASSERT_TRUE(b.device.WaitUntilNotBusy());
+    b.world.kernel.threads.Start(1);
+    EXPECT_EQ(c.start(photometer), E_FAIL) << "without a thread";
+    EXPECT_FALSE(b.device->GetStatus().bBusy);
+    EXPECT_EQ(c.start(photometer), S_OK);
+    EXPECT_TRUE(b.device->GetStatus().bBusy);
+    EXPECT_EQ(c.start(photometer), c.refused) << "while one runs";
+    EXPECT_TRUE(b.device.WaitUntilNotBusy());
+    b.device->Shutdown();
+    EXPECT_EQ(c.start(photometer), c.refused) << "after Shutdown";
+  }
+}
+
+TEST(Photometer, UnsoundRequestsAreRefused) {
+  using P = IPhotometer;
   constexpr double NOT_A_NUMBER = std::numeric_limits<double>::quiet_NaN();
-  void (*const spoilers[])(MeasureRequest&) = {
-      [](MeasureRequest& r) { r.m_Wavelengths[1] = 189.9; },
-      [](MeasureRequest& r) { r.m_Wavelengths[1] = 1100.1; },
-      [](MeasureRequest& r) { r.m_Wavelengths[1] = NOT_A_NUMBER; },
-      [](MeasureRequest& r) { r.m_Wavelengths[1] = std::numeric_limits<double>::infinity(); },
-      [](MeasureRequest& r) { r.m_dwReadings = 0; },
-      [](MeasureRequest& r) { r.m_Tags.clear(); },
-      [](MeasureRequest& r) { r.m_dLampSwitchingPoint = NOT_A_NUMBER; },
+  const Start starts[] = {
+      Starting(&P::StartMeasure, MeasureAt({500.0, 189.9})),
+      Starting(&P::StartScan, {9, 502.0, 500.0, 340.0, 0, FALSE, FALSE}),
+      Starting(&P::StartKinetics, {9, 0, 0, 1100.1, 340.0}),
+      Starting(&P::StartKinetics, {9, 0, 0, 500.0, std::numeric_limits<double>::infinity()}),
+      Starting(&P::StartWavelengthCheck, {9, {537.0, 1100.01}}),
+      Starting(&P::StartHolmiumOxideScan, {9, 5000, 15001}),
+      Starting(&P::StartSystemCheck, {9, NOT_A_NUMBER, 0.0}),
   };
   Bench b;
   ASSERT_TRUE(b.device.StartUp());
-  for (const auto spoil : spoilers) {
-    MeasureRequest request = MeasureAt({500.0, 600.0});
-    spoil(request);
-    EXPECT_EQ(b.device->StartMeasure(&request), E_INVALIDARG);
-    EXPECT_FALSE(b.device->GetStatus().bBusy);
+  for (const Start& start : starts) {
+    EXPECT_EQ(start(*b.device.operator->()), E_INVALIDARG);
   }
+  EXPECT_EQ(b.device->StartMeasure(nullptr), E_POINTER);
+  EXPECT_EQ(b.device->StartScan(nullptr), E_POINTER);
+  EXPECT_EQ(b.device->StartKinetics(nullptr), E_POINTER);
+  EXPECT_EQ(b.device->StartTurbidityMeasurement(nullptr), E_POINTER);
+  EXPECT_EQ(b.device->StartWavelengthCheck(nullptr), E_POINTER);
+  EXPECT_EQ(b.device->StartHolmiumOxideScan(nullptr), E_POINTER);
+  EXPECT_EQ(b.device->StartSystemCheck(nullptr), E_POINTER);
+  EXPECT_FALSE(b.device->GetStatus().bBusy);
 }
 
 TEST(Photometer, CancelIsNeverLostAndNeverOutlivesItsRun) {
   Bench b;
   ASSERT_TRUE(b.device.StartUp());
-  ASSERT_EQ(b.StartMeasure({500.0, 600.0, 700.0}), S_OK);
-  EXPECT_EQ(b.device->CancelMeasurement(), S_OK);
-  EXPECT_EQ(b.device->CancelMeasurement(), S_OK);
-  ASSERT_TRUE(b.device.WaitUntilNotBusy());
-  EXPECT_FALSE(b.device->GetStatus().bCancel);
-  EXPECT_EQ(b.world.sink.Count("OnNotify(7, 18, 100)"), 1U);
-  EXPECT_EQ(b.world.sink.Count("OnNotify(7, 17, 100)"), 0U);
-  EXPECT_EQ(b.device->CancelMeasurement(), E_FAIL);
+  for (const bool bCancel : {true, false}) {
+    ASSERT_EQ(b.StartMeasure({500.0, 600.0, 700.0}), S_OK);
+    for (int i = 0; bCancel && i < 2; ++i) {
+      EXPECT_EQ(b.device->CancelMeasurement(), S_OK);
+    }
+    ASSERT_TRUE(b.device.WaitUntilNotBusy());
+    EXPECT_EQ(b.world.sink.Count("OnNotify(7, 18, 100)"), 1U);
+    EXPECT_EQ(b.world.sink.Count("OnNotify(7, 17, 100)"), bCancel ? 0U : 1U);
+    EXPECT_EQ(b.device->CancelMeasurement(), E_FAIL);
+  }
   EXPECT_EQ(b.world.LogLines("[Photometer] Cancel measurement ....\n"), 2U);
-  ASSERT_EQ(b.StartMeasure({500.0, 600.0, 700.0}), S_OK);
-  ASSERT_TRUE(b.device.WaitUntilNotBusy());
-  EXPECT_EQ(b.world.sink.Count("OnNotify(7, 17, 100)"), 1U);
 }
 
 // ---- raw writes ----
 
-HRESULT WriteOpticalPort(Bench& b, std::string_view bytes) {
-  return b.device->WriteOpticalPort(reinterpret_cast<const BYTE*>(bytes.data()), static_cast<DWORD>(bytes.size()));
-}
-
 TEST(Photometer, RawWritesOfTheHost) {
   Bench b;
   ASSERT_EQ(b.device.Initialize(), S_OK);
-  EXPECT_EQ(WriteOpticalPort(b, "$i7\r"), E_FAIL) << "the start-up owns the unit";
+  EXPECT_EQ(b.Write("$i7\r"), E_FAIL) << "the start-up owns the unit";
   ASSERT_TRUE(b.device.WaitUntilNotBusy());
   const Commands during = b.world.Written();
   EXPECT_EQ(std::count(during.begin(), during.end(), "$i7"), 0);
-  EXPECT_EQ(WriteOpticalPort(b, "$i7\r"), S_OK);
+  EXPECT_EQ(b.Write("$i7\r"), S_OK);
   Sleep(100);
   EXPECT_EQ(b.world.unit.State().measurementLength, 7);
 }
