@@ -11,18 +11,6 @@ namespace {
 
 // What the bytes of an answer come to, the corpus of the fuzz target shows.
 
-TEST(Detectors, ReadingInPieces) {
-  const std::string reading = Readings(1, 0, 1) + Readings(2, 0, 1) + Readings(2, 1, 1);
-  Optics optics;
-  optics.device.Script("$a3", Answer{{300, reading.substr(0, 1)}, {59 * SECOND, reading.substr(1)}});
-  double dSample = 0.0;
-  double dReference = 0.0;
-  EXPECT_EQ(optics.detectors.GetADValue(&dSample, &dReference), 0U);
-  EXPECT_DOUBLE_EQ(dSample, 5.0 / 3.0);
-  EXPECT_DOUBLE_EQ(dReference, 1.0 / 3.0);
-  EXPECT_EQ(optics.state.LastCommand(), "GetADValue");
-}
-
 TEST(Detectors, Scan) {
   const std::string points = Readings(5, 9, 10);
   struct {
@@ -31,7 +19,6 @@ TEST(Detectors, Scan) {
     DWORD dwResult;
   } const cases[] = {
       {"the end comes later", {{300, points}, {50'000, "o"}, {50'000, "k\r"}}, 0},
-      {"65 bytes are not yet too many, and never enough", {{300, points + "....."}}, 152},
       {"66 bytes", {{300, points + "......"}}, 153},
       {"error in two pieces behind some points", {{300, points.substr(0, 13) + "err"}, {5000, "or"}}, 154},
       {"error before too much", {{300, points + "error......"}}, 154},

@@ -122,18 +122,6 @@ TEST(Kinetics, ReactionOfFirstOrder) {
   }
 }
 
-TEST(Kinetics, ValidatesTheRequest) {
-  struct {
-    double dWavelength, dSwitching;
-    HRESULT expected;
-  } const cases[] = {{500.0, 0.0, S_OK}, {189.9, 340.0, E_INVALIDARG}, {500.0, HUGE_VAL, E_INVALIDARG}};
-  for (const auto& c : cases) {
-    const KineticsRequest request{RUN_ID, 1, 10, c.dWavelength, c.dSwitching};
-    EXPECT_EQ(ValidateKineticsRequest(&request, DefaultParameters()), c.expected) << c.dSwitching;
-  }
-  EXPECT_EQ(ValidateKineticsRequest(nullptr, DefaultParameters()), E_POINTER);
-}
-
 TEST(Kinetics, IntervalExceeded) {
   ReadyDevice device;
   device.ExpectFailure(StartOf(Request(1, 3)),
@@ -144,24 +132,20 @@ TEST(Kinetics, IntervalExceeded) {
   EXPECT_EQ(device.world.LogLines("|    Interval exceeded...   Interval= 3 s   Elapsed Time= 37"), 1U);
 }
 
-TEST(Kinetics, CancelledInTheLastCycle) {
-  ReadyDevice device;
-  device.AtValue(2, [&] { EXPECT_EQ(device->CancelMeasurement(), S_OK); });
-  EXPECT_EQ(device.Run(StartOf(Request(0, 10))).size(), 2U);
-  EXPECT_EQ(device.Calls("OnNotify"), (Texts{"OnNotify(9, 25, 0)", "OnNotify(9, 18, 100)"}));
-}
-
-TEST(Kinetics, CancelledInTheWait) {
-  ReadyDevice device;
-  device.AtValue(2, [&] { EXPECT_EQ(device->CancelMeasurement(), S_OK); });
-  const std::uint64_t nStart = device.world.board.Now();
-  EXPECT_EQ(device.Run(StartOf(Request(60, 600))).size(), 2U);
-  EXPECT_LT(device.world.board.Now() - nStart, 610'000'000U);
-  EXPECT_EQ(device.Calls().back(), "OnNotify(9, 18, 100)");
-  const Texts log = device.Log();
-  EXPECT_EQ(Texts(log.end() - 3, log.end()),
-            (Texts{"[Kinetics] Measurement has been canceled !", "[Kinetics] Measurement was canceled.",
-                   "[Kinetics] Thread closed with iResult= 0"}));
+TEST(Kinetics, CancelledBehindAResult) {
+  // In the last cycle, and in the wait for the next one.
+  for (const KineticsRequest& request : {Request(0, 10), Request(60, 600)}) {
+    ReadyDevice device;
+    device.AtValue(2, [&] { EXPECT_EQ(device->CancelMeasurement(), S_OK); });
+    const std::uint64_t nStart = device.world.board.Now();
+    EXPECT_EQ(device.Run(StartOf(request)).size(), 2U);
+    EXPECT_LT(device.world.board.Now() - nStart, 610'000'000U) << "no further interval is waited for";
+    EXPECT_EQ(device.Calls("OnNotify"), (Texts{"OnNotify(9, 25, 0)", "OnNotify(9, 18, 100)"}));
+    EXPECT_EQ(device.Log("[Kinetics] Measurement has been canceled !").size(), request.m_dwDuration == 0 ? 0U : 1U);
+    const Texts log = device.Log();
+    EXPECT_EQ(Texts(log.end() - 2, log.end()),
+              (Texts{"[Kinetics] Measurement was canceled.", "[Kinetics] Thread closed with iResult= 0"}));
+  }
 }
 
 }  // namespace

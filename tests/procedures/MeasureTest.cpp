@@ -99,9 +99,6 @@ TEST(Measure, StampsTagsCuvetteAndTurbidity) {
 
 TEST(Measure, ValidatesTheRequest) {
   constexpr HRESULT BAD = E_INVALIDARG;
-  const PhotometerParameters uv = DefaultParameters();
-  PhotometerParameters visible = uv;
-  visible.bUV = FALSE;
   struct {
     double dWavelength, dSwitching;
     HRESULT withUV, withoutUV;
@@ -110,18 +107,21 @@ TEST(Measure, ValidatesTheRequest) {
       {330.0, 330.0, S_OK, S_OK},      {1100.0, 350.0, S_OK, S_OK}, {1100.1, 340.0, BAD, BAD},
       {std::nan(""), 340.0, BAD, BAD}, {525.0, 329.9, BAD, BAD},    {525.0, 350.1, BAD, BAD},
   };
+  PhotometerParameters params = DefaultParameters();
   for (const auto& c : cases) {
     MeasureRequest request = MeasureAt({525.0, c.dWavelength});
     request.m_dLampSwitchingPoint = c.dSwitching;
-    EXPECT_EQ(ValidateMeasureRequest(&request, uv), c.withUV) << c.dWavelength;
-    EXPECT_EQ(ValidateMeasureRequest(&request, visible), c.withoutUV) << c.dWavelength;
-    request.m_dwReadings = 0;
-    EXPECT_EQ(ValidateMeasureRequest(&request, uv), BAD);
+    for (const BOOL bUV : {TRUE, FALSE}) {
+      params.bUV = bUV;
+      EXPECT_EQ(ValidateMeasureRequest(&request, params), bUV ? c.withUV : c.withoutUV) << c.dWavelength;
+    }
   }
-  MeasureRequest request = MeasureAt({525.0});
-  request.m_Tags.clear();
-  EXPECT_EQ(ValidateMeasureRequest(&request, uv), BAD);
-  EXPECT_EQ(ValidateMeasureRequest(nullptr, uv), E_POINTER);
+  MeasureRequest noReadings = MeasureAt({525.0});
+  noReadings.m_dwReadings = 0;
+  MeasureRequest noTags = MeasureAt({525.0});
+  noTags.m_Tags.clear();
+  EXPECT_EQ(ValidateMeasureRequest(&noReadings, params), BAD);
+  EXPECT_EQ(ValidateMeasureRequest(&noTags, params), BAD);
 }
 
 }  // namespace

@@ -96,38 +96,51 @@ MeasureRequest MeasureOfADrawnSample() {
   return request;
 }
 
-/// How long the pump has run each time, s, rounded.
-std::vector<simulator::Time> Pumped(simulator::SipperZQ420& pump) {
-  std::vector<simulator::Time> seconds;
-  const auto& received = pump.Line().Received();
-  for (std::size_t i = 1; i < received.size(); ++i) {
-    if (received[i - 1].strText == "s" && received[i].strText == "e") {
-      seconds.push_back((received[i].time - received[i - 1].time + 500'000) / 1'000'000);
-    }
+/// A device that has started up with a ZQ-420; closed, and expected to leave a clean world, at its end.
+struct PumpBench {
+  explicit PumpBench(const WorldOptions& options = {}) : world(options) {
+    world.board.PlugPort(u"COM6:", pump);
+    StartUpWithPump(world, device, 2);
   }
-  return seconds;
-}
+  ~PumpBench() {
+    device.Close();
+    world.ExpectClean();
+  }
+  PumpBench(const PumpBench&) = delete;
+  PumpBench& operator=(const PumpBench&) = delete;
+
+  void Begin(const Start& start) { EXPECT_EQ(start(*device.operator->()), S_OK); }
+  /// How long the pump has run each time, s, rounded.
+  [[nodiscard]] std::vector<simulator::Time> Pumped() {
+    std::vector<simulator::Time> seconds;
+    const auto& received = pump.Line().Received();
+    for (std::size_t i = 1; i < received.size(); ++i) {
+      if (received[i - 1].strText == "s" && received[i].strText == "e") {
+        seconds.push_back((received[i].time - received[i - 1].time + 500'000) / 1'000'000);
+      }
+    }
+    return seconds;
+  }
+
+  simulator::SipperZQ420 pump;
+  World world;
+  Device device{world};
+};
 
 using Cancel = HRESULT (IPhotometer::*)();
 
 /// A flush that starts right behind the cancel takes nothing of it away, and is not cancelled by it.
 void ExpectCancelledInAFlush(const Start& start, Cancel cancel, bool bFlushAgain) {
-  simulator::SipperZQ420 pump;
-  World world;
-  world.board.PlugPort(u"COM6:", pump);
-  Device device(world);
-  StartUpWithPump(world, device, 2);
-  device->StartFlush(60);
-  ASSERT_EQ(start(*device.operator->()), S_OK);
+  PumpBench b;
+  b.device->StartFlush(60);
+  b.Begin(start);
   platform::Sleep(2000);
-  EXPECT_EQ((device.operator->()->*cancel)(), S_OK);
-  EXPECT_TRUE(!bFlushAgain || device->StartFlush(10) == S_OK);
-  EXPECT_TRUE(device.WaitUntilNotBusy());
-  EXPECT_EQ(world.sink.Count("OnNotify(9, 18, 100)"), 1U);
+  EXPECT_EQ((b.device.operator->()->*cancel)(), S_OK);
+  EXPECT_TRUE(!bFlushAgain || b.device->StartFlush(10) == S_OK);
+  EXPECT_TRUE(b.device.WaitUntilNotBusy());
+  EXPECT_EQ(b.world.sink.Count("OnNotify(9, 18, 100)"), 1U);
   platform::Sleep(12'000);
-  EXPECT_EQ(Pumped(pump), bFlushAgain ? (std::vector<simulator::Time>{2, 10}) : std::vector<simulator::Time>{2});
-  device.Close();
-  world.ExpectClean();
+  EXPECT_EQ(b.Pumped(), bFlushAgain ? (std::vector<simulator::Time>{2, 10}) : std::vector<simulator::Time>{2});
 }
 
 TEST(SampleRun, CancelledWithTheFlushThatItsPumpWaitsFor) {
@@ -143,38 +156,27 @@ TEST(SampleRun, CancelledWithTheFlushThatItsPumpWaitsFor) {
 TEST(SampleRun, ItsStartLosesNoCancelOfAFlush) {
   for (std::uint64_t nSeed = 1; nSeed <= 20; ++nSeed) {
     SCOPED_TRACE(nSeed);
-    simulator::SipperZQ420 pump;
-    World world(Scheduled(platform::Policy::Random, nSeed));
-    world.board.PlugPort(u"COM6:", pump);
-    Device device(world);
-    StartUpWithPump(world, device, 2);
-    device->StartFlush(600);
+    PumpBench b(Scheduled(platform::Policy::Random, nSeed));
+    b.device->StartFlush(600);
     platform::Sleep(static_cast<DWORD>(nSeed % 4));
-    device->CancelFlush();
-    ASSERT_EQ(StartOf(MeasureOfADrawnSample())(*device.operator->()), S_OK);
+    b.device->CancelFlush();
+    b.Begin(StartOf(MeasureOfADrawnSample()));
     platform::Sleep(20'000);
-    EXPECT_FALSE(device->GetStatus().bBusy) << "it waits for the flush";
-    EXPECT_EQ(world.sink.Count("OnNotify(9, 17, 100)"), 1U);
-    device.Close();
-    world.ExpectClean();
+    EXPECT_FALSE(b.device->GetStatus().bBusy) << "it waits for the flush";
+    EXPECT_EQ(b.world.sink.Count("OnNotify(9, 17, 100)"), 1U);
   }
 }
 
 TEST(SampleRun, ShutdownWhileItsPumpRunsIsNoCancelInTheLog) {
   for (const Start& start : {StartOf(MeasureOfADrawnSample()), StartOf(SCAN), StartOf(KINETICS)}) {
-    simulator::SipperZQ420 pump;
-    World world;
-    world.board.PlugPort(u"COM6:", pump);
-    Device device(world);
-    StartUpWithPump(world, device, 2);
-    ASSERT_EQ(start(*device.operator->()), S_OK);
+    PumpBench b;
+    b.Begin(start);
     platform::Sleep(3000);
-    device.Close();
-    EXPECT_EQ(Pumped(pump), std::vector<simulator::Time>{3});
+    b.device.Close();
+    EXPECT_EQ(b.Pumped(), std::vector<simulator::Time>{3});
     for (const char* absent : {"anceled", "Pump(), iResult"}) {
-      EXPECT_EQ(world.LogLines(absent), 0U) << absent;
+      EXPECT_EQ(b.world.LogLines(absent), 0U) << absent;
     }
-    world.ExpectClean();
   }
 }
 
@@ -195,15 +197,11 @@ TEST(SampleRun, PumpTimesGivenAtItsStart) {
   const std::pair<Start, simulator::Time> cases[] = {
       {StartOf(MeasureOfADrawnSample()), 9}, {StartOf(SCAN), 9}, {StartOf(KINETICS), 5}};
   for (const auto& [start, seconds] : cases) {
-    simulator::SipperZQ420 pump;
-    World world;
-    world.board.PlugPort(u"COM6:", pump);
-    Device device(world);
-    StartUpWithPump(world, device, 2);
-    world.sink.On("OnNotify(9, 25", [&] { device->SetPumpParameters(9, 1, 0); });
-    ASSERT_EQ(start(*device.operator->()), S_OK);
+    PumpBench b;
+    b.world.sink.On("OnNotify(9, 25", [&] { b.device->SetPumpParameters(9, 1, 0); });
+    b.Begin(start);
     platform::Sleep(14'000);
-    EXPECT_EQ(Pumped(pump), std::vector<simulator::Time>{seconds});
+    EXPECT_EQ(b.Pumped(), std::vector<simulator::Time>{seconds});
   }
 }
 

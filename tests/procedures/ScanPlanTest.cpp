@@ -125,26 +125,23 @@ TEST(ScanPlan, Validation) {
   struct {
     const char* what;
     bool bUV;
-    double dStart, dEnd, dSwitching;
-    DWORD dwLampMode;
+    ScanRequest request;
     HRESULT expected;
   } const cases[] = {
-      {"whole range", true, 190, 1100, 350, DEUTERIUM, S_OK},
-      {"halogen lamp without the deuterium path", false, 400, 500, 340, HALOGEN, S_OK},
-      {"deuterium lamp without its path", false, 400, 500, 340, DEUTERIUM, E_INVALIDARG},
-      {"no such lamp mode", true, 400, 500, 340, 3, E_INVALIDARG},
-      {"start at the end", true, 500, 500, 340, AUTOMATIC, E_INVALIDARG},
-      {"start out of range", false, 329.9, 500, 340, AUTOMATIC, E_INVALIDARG},
-      {"end out of range", true, 400, 1100.1, 340, AUTOMATIC, E_INVALIDARG},
-      {"switching point out of range", true, 400, 500, 350.1, AUTOMATIC, E_INVALIDARG},
+      {"whole range", true, {1, 190, 1100, 350, DEUTERIUM, FALSE, FALSE}, S_OK},
+      {"halogen lamp without the deuterium path", false, {1, 400, 500, 340, HALOGEN, FALSE, FALSE}, S_OK},
+      {"deuterium lamp without its path", false, {1, 400, 500, 340, DEUTERIUM, FALSE, FALSE}, E_INVALIDARG},
+      {"no such lamp mode", true, {1, 400, 500, 340, 3, FALSE, FALSE}, E_INVALIDARG},
+      {"start at the end", true, {1, 500, 500, 340, AUTOMATIC, FALSE, FALSE}, E_INVALIDARG},
+      {"start out of range", false, {1, 329.9, 500, 340, AUTOMATIC, FALSE, FALSE}, E_INVALIDARG},
+      {"end out of range", true, {1, 400, 1100.1, 340, AUTOMATIC, FALSE, FALSE}, E_INVALIDARG},
+      {"switching point out of range", true, {1, 400, 500, 350.1, AUTOMATIC, FALSE, FALSE}, E_INVALIDARG},
   };
   PhotometerParameters params = DefaultParameters();
   for (const auto& c : cases) {
     params.bUV = c.bUV ? TRUE : FALSE;
-    const ScanRequest request{1, c.dStart, c.dEnd, c.dSwitching, c.dwLampMode, FALSE, FALSE};
-    EXPECT_EQ(ValidateScanRequest(&request, params), c.expected) << c.what;
+    EXPECT_EQ(ValidateScanRequest(&c.request, params), c.expected) << c.what;
   }
-  EXPECT_EQ(ValidateScanRequest(nullptr, params), E_POINTER);
 }
 
 }  // namespace
