@@ -6,6 +6,7 @@
 
 #include "platform/Platform.h"
 #include "state/DeviceState.h"
+#include "state/ReceiveBuffer.h"
 #include "state/WorkerThreads.h"
 #include "support/World.h"
 
@@ -37,25 +38,33 @@ TEST(DeviceState, EventsAreMadeSignalledByAStopAndGivenBack) {
   world.ExpectClean();
 }
 
-TEST(DeviceState, NoEventIsClosedWhileItIsSignalled) {
-  std::atomic<bool> bInside{true};
-  for (std::uint64_t nPoint = 1; bInside; ++nPoint) {
-    SCOPED_TRACE(nPoint);
-    World world;
-    DeviceState state;
-    EXPECT_TRUE(state.CreateEvents());
-    std::atomic<bool> bBack{false};
-    world.board.RunAtPoint(world.board.Points() + nPoint, "bringing down", [&] {
-      bInside = !bBack;
+/// Events of the device, and of a buffer, are closed at each point of their use.
+TEST(DeviceState, NoEventIsClosedWhileItIsUsed) {
+  for (const bool bBuffer : {false, true}) {
+    std::atomic<bool> bInside{true};
+    for (std::uint64_t nPoint = 1; bInside; ++nPoint) {
+      SCOPED_TRACE(nPoint);
+      World world;
+      DeviceState state;
+      ReceiveBuffer buffer(state);
+      EXPECT_TRUE(state.CreateEvents() && buffer.CreateDataEvent());
+      std::atomic<bool> bBack{false};
+      world.board.RunAtPoint(world.board.Points() + nPoint, "bringing down", [&] {
+        bInside = !bBack;
+        bBuffer ? buffer.CloseDataEvent() : state.CloseEvents();
+      });
+      state.Signal(&DeviceState::SipperLostEvent);
+      state.Reset(&DeviceState::SipperLostEvent);
+      buffer.Signal();
+      buffer.Clear();
+      state.RaiseStop();
+      bBack = true;
+      Sleep(10);
       state.CloseEvents();
-    });
-    state.Signal(&DeviceState::SipperLostEvent);
-    state.Reset(&DeviceState::SipperLostEvent);
-    state.RaiseStop();
-    bBack = true;
-    Sleep(10);
-    world.ExpectClean();
-    ASSERT_FALSE(testing::Test::HasFailure());
+      buffer.CloseDataEvent();
+      world.ExpectClean();
+      ASSERT_FALSE(testing::Test::HasFailure());
+    }
   }
 }
 

@@ -1,7 +1,4 @@
-#include <atomic>
-#include <cstdint>
 #include <string>
-#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -56,24 +53,6 @@ TEST(ReceiveBuffer, KeepsTheNewestAndReportsTheFirstDropOnly) {
   EXPECT_FALSE(bench.buffer.Overflowed());
   EXPECT_TRUE(bench.buffer.CreateDataEvent());  // a new start of the device reports again
   EXPECT_TRUE(bench.buffer.Append(std::string(ReceiveBuffer::CAPACITY + 1, 'e')));
-}
-
-TEST(ReceiveBuffer, ItsEventIsNotClosedWhileItIsUsed) {
-  std::atomic<bool> bInside{true};
-  for (std::uint64_t nPoint = 1; bInside; ++nPoint) {
-    Bench bench;
-    EXPECT_TRUE(bench.buffer.CreateDataEvent());
-    std::atomic<bool> bBack{false};
-    bench.world.board.RunAtPoint(bench.world.board.Points() + nPoint, "bringing down", [&] {
-      bInside = !bBack;
-      bench.buffer.CloseDataEvent();
-    });
-    bench.buffer.Signal();
-    bench.buffer.Clear();
-    bBack = true;
-    Sleep(10);
-    EXPECT_EQ(bench.world.Faults(), std::vector<std::string>{}) << nPoint;
-  }
 }
 
 }  // namespace

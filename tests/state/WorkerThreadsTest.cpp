@@ -37,28 +37,25 @@ TEST(WorkerThreads, GivesBackTheHandlesOfThreadsThatEnded) {
   EXPECT_TRUE(bench.pThreads->WaitUntilEnded(0));
 }
 
-TEST(WorkerThreads, WaitsForAllTogetherNoLongerThanItIsTold) {
+TEST(WorkerThreads, WaitsForAllTogetherNoLongerThanItIsToldAndKeepsTheOwnerMeanwhile) {
   Bench bench;
-  for (const DWORD dwMilliseconds : {700U, 5000U, 900U}) {
-    EXPECT_TRUE(bench.pThreads->Start("sleeper", [dwMilliseconds] { Sleep(dwMilliseconds); }));
-  }
-  EXPECT_FALSE(bench.pThreads->WaitUntilEnded(1000));
-  EXPECT_EQ(bench.world.board.Now() / 1000, 1000U);
-  EXPECT_TRUE(bench.pThreads->WaitUntilEnded(10'000));
-  EXPECT_EQ(bench.world.board.Now() / 1000, 5000U);
-}
-
-TEST(WorkerThreads, FailedWaitIsNoEnd) {
-  Bench bench;
-  const auto start = [&] { EXPECT_TRUE(bench.pThreads->Start("sleeper", [] { Sleep(1000); })); };
-  start();
+  auto pOwner = std::make_shared<int>(1);
+  const std::weak_ptr<int> pWatched = pOwner;
+  bench.pThreads->SetOwner(pOwner);
   {
     const FailingWaits waits;
-    start();
-    EXPECT_FALSE(bench.pThreads->WaitUntilEnded(5000));
+    for (const DWORD dwMilliseconds : {700U, 5000U, 900U}) {
+      EXPECT_TRUE(bench.pThreads->Start("sleeper", [dwMilliseconds] { Sleep(dwMilliseconds); }));
+    }
+    EXPECT_FALSE(bench.pThreads->WaitUntilEnded(5000)) << "a failed wait is no end";
   }
-  EXPECT_TRUE(bench.pThreads->WaitUntilEnded(5000));
+  pOwner.reset();
+  EXPECT_FALSE(bench.pThreads->WaitUntilEnded(1000));
   EXPECT_EQ(bench.world.board.Now() / 1000, 1000U);
+  EXPECT_FALSE(pWatched.expired());
+  EXPECT_TRUE(bench.pThreads->WaitUntilEnded(10'000));
+  EXPECT_EQ(bench.world.board.Now() / 1000, 5000U);
+  EXPECT_TRUE(pWatched.expired());
 }
 
 TEST(WorkerThreads, DoesNotWaitForTheCallingThread) {
@@ -68,18 +65,6 @@ TEST(WorkerThreads, DoesNotWaitForTheCallingThread) {
   EXPECT_TRUE(bench.world.WaitForThreads());
   EXPECT_TRUE(bEnded);
   bench.pThreads.reset();
-}
-
-TEST(WorkerThreads, ThreadKeepsTheOwnerAlive) {
-  Bench bench;
-  auto pOwner = std::make_shared<int>(1);
-  const std::weak_ptr<int> pWatched = pOwner;
-  bench.pThreads->SetOwner(pOwner);
-  EXPECT_TRUE(bench.pThreads->Start("keeper", [] { Sleep(1000); }));
-  pOwner.reset();
-  EXPECT_FALSE(pWatched.expired());
-  EXPECT_TRUE(bench.pThreads->WaitUntilEnded(2000));
-  EXPECT_TRUE(pWatched.expired());
 }
 
 }  // namespace
