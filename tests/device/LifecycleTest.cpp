@@ -3,7 +3,6 @@
 #include <sstream>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -197,15 +196,15 @@ TEST(Lifecycle, ShutdownSwitchesOffAndIsHarmlessAtAnyTime) {
 TEST(Lifecycle, CommandThatOvertakesTheSwitchOffIsSwitchedOffAgain) {
   Bench b;
   ASSERT_TRUE(b.device.StartUp());
-  bool bWriting = false;
-  bool bStopping = false;
+  std::atomic<bool> bWriting{false};
+  std::atomic<bool> bStopping{false};
   // The lamp's command is decided on before the stop and written after the switch-off; the run has ended before the
   // switch-off is over.
   b.world.ports.beforeWrite = [&](std::string_view bytes) {
     if (bytes.starts_with("$h") && bytes != "$h0\r") {
       bWriting = true;
       Sleep(100);
-    } else if (bytes == "$f0\r" && std::exchange(bStopping, false)) {
+    } else if (bytes == "$f0\r" && bStopping.exchange(false)) {
       Sleep(500);
     }
   };
