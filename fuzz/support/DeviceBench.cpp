@@ -9,6 +9,8 @@ using photometer::DWORD;
 constexpr DWORD THREADS_END_LIMIT = 3000;
 /// Longer than any block takes to be read, ms.
 constexpr DWORD ARRIVAL = 300;
+/// What a byte takes at 9600 baud, µs.
+constexpr simulator::Time BYTE_TIME = 1042;
 
 }  // namespace
 
@@ -60,7 +62,9 @@ DeviceBench::~DeviceBench() {
 
 void DeviceBench::Hear(const std::vector<Piece>& pieces) {
   device.Say(board->Now(), pieces);
-  photometer::Sleep(static_cast<DWORD>(TotalTime(pieces) / 1000) + ARRIVAL);
+  // On their way are the bytes, and then the answers, each at most as long as what it answers.
+  const simulator::Time onTheWay = 2 * Joined(pieces).size() * BYTE_TIME;
+  photometer::Sleep(static_cast<DWORD>((TotalTime(pieces) + onTheWay) / 1000) + ARRIVAL);
 }
 
 std::vector<std::string> FramesOf(const std::string& bytes) {
