@@ -102,7 +102,7 @@ void PumpBench::ForgetCancel() {
 }
 
 Texts PumpBench::TakeCalls() {
-  const Texts calls = host.Calls();
+  Texts calls = host.Calls();
   world.transcript.Clear();
   return calls;
 }
