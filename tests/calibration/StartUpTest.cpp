@@ -1,3 +1,5 @@
+#include <algorithm>
+#include <cmath>
 #include <string>
 #include <utility>
 #include <vector>
@@ -69,11 +71,15 @@ TEST(StartUp, DoesAllThisInThisOrder) {
   EXPECT_EQ(DebugLines(bench.world, u"[InitProc] dwPosition1= 4106, dwFilterPos= 4129"), 1U);
   EXPECT_EQ(DebugLines(bench.world, u"[InitProc] [ 1] 525.0 nm:  Value="), 1U);
 
-  EXPECT_EQ(WavelengthsOf(bench.world.sink.References()), TWO_WAVELENGTHS);
-  for (const WavelengthCalibrationEntry& zero : bench.world.sink.References()) {
+  const std::vector<WavelengthCalibrationEntry> zeros = bench.world.sink.References();
+  ASSERT_EQ(zeros.size(), 2U);
+  for (std::size_t i = 0; i < zeros.size(); ++i) {
+    EXPECT_EQ(zeros[i].dWavelength, TWO_WAVELENGTHS[i]);
+    EXPECT_GT(zeros[i].dValue, SOUND_LIGHT);
+    EXPECT_GT(zeros[i].dValueRef, SOUND_LIGHT);
     WavelengthCalibrationEntry entry{};
-    EXPECT_EQ(bench.device->GetWavelengthCalibration(zero.dWavelength, &entry), S_OK);
-    EXPECT_EQ(entry.dValue, zero.dValue);
+    EXPECT_EQ(bench.device->GetWavelengthCalibration(TWO_WAVELENGTHS[i], &entry), S_OK);
+    EXPECT_EQ(entry.dValue, zeros[i].dValue);
   }
 }
 
@@ -100,7 +106,7 @@ TEST(StartUp, ALostAnswerOfTheFilterWheelDoesNotShiftTheOffset) {
 }
 
 TEST(StartUp, RefusesALargerOffset) {
-  for (const int iOffset : {-30, -16, 16}) {
+  for (const int iOffset : {-30, -17, -16, 16, 17, 20}) {
     SCOPED_TRACE(iOffset);
     Bench bench({.positionOffset = iOffset});
     EXPECT_FALSE(bench.StartUp({525.0}));
@@ -108,6 +114,9 @@ TEST(StartUp, RefusesALargerOffset) {
                                                  "OnError(0, 4294967294) 12/4294967294 43/1 39/0"));
     EXPECT_EQ(bench.world.LogLines(RESTARTING), 3U);
     EXPECT_EQ(bench.world.LogLines("[InitProc] Aborted WAVELENGTH Test because error occurred ..."), 1U);
+    if (std::abs(iOffset) <= 20) {  // beyond, the peak is outside the spectrum
+      EXPECT_EQ(bench.world.LogLines("iOffset= " + std::to_string(iOffset) + "\n"), 3U);
+    }
     EXPECT_EQ(ErrorRecords(bench.world), Texts{"[InitProc] SetHalogenLamp returned -2"});
   }
 }
@@ -193,7 +202,6 @@ void ExpectSecondTrySucceeds(Bench& bench) {
   bench.world.unit.WireFaults().Clear();
   bench.world.unit.SetFaults({});
   bench.On(WAVELENGTH_TEST_PASSES, nullptr);
-  bench.On("10/0", nullptr);
   EXPECT_TRUE(bench.StartUp(TWO_WAVELENGTHS));
   EXPECT_TRUE(MeasuresGlassRight(bench));
 }
@@ -207,12 +215,15 @@ TEST(StartUp, EndsWithTheNumberOfTheCommandThatFails) {
     LONG iError, iSilence;
   } const cases[] = {
       {'H', LAMP, "SetShutter", 24, 22},
+      {'F', LAMP, "SetFilter", 4, 2},
       {'r', LAMP, "SetMirror", 54, 52},
       {'z', LAMP, "SetHomePosition", 84, 82},
       // A spectrum that fails three times is as good as a wrong offset.
+      {'M', SPECTRUM, "MoveMonochromator", -2, -2},
       {'a', SPECTRUM, "GetADValue", -2, -2},
       {'s', SPECTRUM, "Scan", -2, -2},
       {'r', ZERO, "SetMirror", 54, 52},
+      {'M', ZERO, "MoveMonochromator", 114, 112},
       {'h', ZERO, "SetHalogenLamp", 64, 62},
       // "error" is no reading, and what follows it is silence.
       {'a', ZERO, "GetADValue", 132, 132},
@@ -222,7 +233,11 @@ TEST(StartUp, EndsWithTheNumberOfTheCommandThatFails) {
       const bool bError = kind == FaultKind::Error;
       SCOPED_TRACE(std::string(c.command) + (bError ? " error" : " silence") + " in stage " + std::to_string(c.stage));
       Bench bench;
-      bench.On(c.stage == ZERO ? WAVELENGTH_TEST_PASSES : "10/0", [&] { bench.AddFault({kind, c.letter}); });
+      if (c.stage == ZERO) {
+        bench.On(WAVELENGTH_TEST_PASSES, [&] { bench.AddFault({kind, c.letter}); });
+      } else {
+        bench.AddFault({kind, c.letter});
+      }
       EXPECT_FALSE(bench.StartUp(TWO_WAVELENGTHS));
       ExpectFailedWith(bench, bError ? c.iError : c.iSilence, c.command);
       EXPECT_EQ(bench.Count("3/100"), c.letter == 'z' ? 1U : 0U);
@@ -259,6 +274,57 @@ TEST(StartUp, TakesTenTriesForAZeroValue) {
     } else {
       ExpectFailedWith(bench, NO_ZERO_READING, "GetADValue");
       ExpectSecondTrySucceeds(bench);
+    }
+  }
+}
+
+// ---- faults of the instrument ----
+
+/// The values of a sound instrument, within five standard deviations of their noise.
+bool AreSound(const std::vector<WavelengthCalibrationEntry>& zeros,
+              const std::vector<WavelengthCalibrationEntry>& sound) {
+  return std::equal(zeros.begin(), zeros.end(), sound.begin(), sound.end(), [](const auto& zero, const auto& other) {
+    const auto variance = [&other](double dLight) {
+      return simulator::Detector::ReadingVariance(dLight + 1600.0, other.dWavelength < HIGH_GAIN_BELOW, 1.0) / 3.0;
+    };
+    const auto agree = [&](double d, double dSound) {
+      return std::fabs(d - dSound) <= 5.0 * std::sqrt(2.0 * (variance(dSound) + variance(0.0)));
+    };
+    return agree(zero.dValue, other.dValue) && agree(zero.dValueRef, other.dValueRef);
+  });
+}
+
+TEST(StartUp, ShowsAFaultOfTheInstrument) {
+  const std::vector<double> wavelengths{345.0, 365.0, 470.0, 525.0, 600.0, 885.0};
+  std::vector<WavelengthCalibrationEntry> zeros;
+  {
+    Bench sound;
+    ASSERT_TRUE(sound.StartUp(wavelengths));
+    zeros = sound.world.sink.References();
+  }
+
+  InstrumentFaults leaking;
+  leaking.filterLeak.fill(0.5);
+  const std::pair<const char*, InstrumentFaults> cases[] = {
+      {"none", {}},
+      {"lamp off", {.halogenLevel = 0.0}},
+      {"weak lamp", {.halogenLevel = 0.5}},
+      {"filters exchanged", {.filterOrder = {0, 1, 3, 2, 4, 5, 6, 7}}},
+      {"holmium filter missing", {.filterOrder = {0, 1, 2, 3, 4, 5, 0, 7}}},
+      {"leaking filters", leaking},
+      {"mirror parked", {.stuckMirror = 0}},
+      {"mirror to the other lamp", {.stuckMirror = 2}},
+      {"high gain", {.stuckGain = true}},
+      {"normal gain", {.stuckGain = false}},
+      {"shutter closed", {.stuckShutter = true}},
+      {"shutter open", {.stuckShutter = false}},
+  };
+  for (const auto& [what, faults] : cases) {
+    for (std::uint64_t nSeed = 2; nSeed <= 4; ++nSeed) {
+      SCOPED_TRACE(std::string(what) + ", seed " + std::to_string(nSeed));
+      Bench bench({.seed = nSeed, .faults = faults});
+      const bool bPassed = bench.StartUp(wavelengths);
+      EXPECT_EQ(bPassed && AreSound(bench.world.sink.References(), zeros), what == cases[0].first);
     }
   }
 }

@@ -55,7 +55,46 @@ void ExpectPeaksFound(const Bench& bench, int iOffset = 0) {
   }
 }
 
-// ---- what it does ----
+// ---- pure parts ----
+
+TEST(WavelengthCheck, Validation) {
+  struct {
+    BOOL bUV;
+    std::vector<double> peaks;
+    HRESULT expected;
+  } const cases[] = {
+      {TRUE, {190.0, 1100.0}, S_OK}, {TRUE, {189.99}, E_INVALIDARG},  {TRUE, {500.0, 1100.01}, E_INVALIDARG},
+      {FALSE, {330.0}, S_OK},        {FALSE, {329.99}, E_INVALIDARG}, {TRUE, {std::nan("")}, E_INVALIDARG},
+  };
+  for (const auto& c : cases) {
+    PhotometerParameters params = DefaultParameters();
+    params.bUV = c.bUV;
+    const WavelengthCheckRequest request{ID, c.peaks};
+    EXPECT_EQ(ValidateWavelengthCheckRequest(&request, params), c.expected) << testing::PrintToString(c.peaks);
+  }
+}
+
+TEST(WavelengthCheck, PeakAnalysis) {
+  struct {
+    const char* what;
+    std::vector<double> absorbances;
+    std::size_t nMaximum;
+    bool bOnEdge;
+  } const cases[] = {
+      {"two steps above the nominal one", {0.1, 0.2, 0.3, 0.4, 0.9, 0.4}, 4, false},
+      {"first of equal ones", {0.1, 0.9, 0.3, 0.9, 0.1, 0.1}, 1, false},
+      {"rises to the end", {-0.5, -0.4, -0.3, -0.2, -0.1, 0.0}, 5, true},
+      {"falls from the start", {0.6, 0.5, 0.4, 0.3, 0.2, 0.1}, 0, true},
+  };
+  for (const auto& c : cases) {
+    const PeakAnalysis peak = AnalysePeak(500.2, {500.0, 500.1, 500.2, 500.2, 500.3, 500.4}, c.absorbances);
+    EXPECT_EQ(peak.nMaximum, c.nMaximum) << c.what;
+    EXPECT_EQ(peak.nNearest, 2U) << c.what;
+    EXPECT_EQ(peak.IsOnEdge(6), c.bOnEdge) << c.what;
+  }
+}
+
+// ---- on the instrument ----
 
 TEST(WavelengthCheck, FindsThePeaksAtAllOffsetsAndChangesNothing) {
   for (int iOffset = -15; iOffset <= 15; iOffset += 3) {
@@ -76,14 +115,16 @@ TEST(WavelengthCheck, FindsThePeaksAtAllOffsetsAndChangesNothing) {
 
 TEST(WavelengthCheck, Progress) {
   const std::pair<std::size_t, const char*> cases[] = {
-      {0, "OnResult(9, 0)"},
-      {3, "4/50 4/75 9:15/40 4/50 4/75 9:15/70 4/50 4/75 9:15/100 OnResult(9, 3)"},
-      {4, "4/50 4/75 9:15/32 4/50 4/75 9:15/54 4/50 4/75 9:15/76 4/50 4/75 9:15/98 OnResult(9, 4)"},
+      {0, "9:15/10 OnResult(9, 0)"},
+      {3, "9:15/10 4/50 4/75 9:15/40 4/50 4/75 9:15/70 4/50 4/75 9:15/100 OnResult(9, 3)"},
+      {7,
+       "9:15/10 4/50 4/75 9:15/22 4/50 4/75 9:15/34 4/50 4/75 9:15/46 4/50 4/75 9:15/58 4/50 4/75 9:15/70 4/50 4/75 "
+       "9:15/82 4/50 4/75 9:15/94 OnResult(9, 7)"},
   };
   for (const auto& [nPeaks, calls] : cases) {
     StartedBench bench;
     RunCheck(bench, std::vector<double>(nPeaks, 453.8));
-    EXPECT_EQ(bench.Calls(), std::string("9:25/0 9:15/10 ") + calls + " 4/100 9:17/100");
+    EXPECT_EQ(bench.Calls(), std::string("9:25/0 ") + calls + " 4/100 9:17/100");
     EXPECT_EQ(bench.world.Written().empty(), nPeaks == 0) << "without peaks the unit is left alone";
   }
 }
@@ -138,29 +179,28 @@ TEST(WavelengthCheck, HostThatDoesNotWaitForTheRemoval) {
 
 // ---- cancel and errors ----
 
-TEST(WavelengthCheck, Cancelled) {
-  struct {
-    const char* at;
-    const char* ends;
-  } const cases[] = {{"9:25/0", "9:18/100"},
-                     {"4/50", "9:18/100"},
-                     {"4/75", "9:18/100"},
-                     {"9:15/100", "9:18/100"},
-                     {"31/0", "9:18/100"},
-                     // The end has been decided.
-                     {"OnResult(9, 3)", "9:17/100"}};
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.at);
+TEST(WavelengthCheck, CancelledAnywhereEndsWith18Alone) {
+  for (const std::string at : {"9:25/0", "4/50", "4/75", "9:15/100", "31/0"}) {
+    SCOPED_TRACE(at);
     StartedBench bench;
-    if (std::string(c.at) == "31/0") {
+    if (at == "31/0") {
       bench.InsertAndWait();
     }
-    bench.On(c.at, [&] { EXPECT_EQ(bench.device->CancelMeasurement(), S_OK); });
+    bench.On(at, [&] { EXPECT_EQ(bench.device->CancelMeasurement(), S_OK); });
     RunCheck(bench);
-    EXPECT_EQ(bench.Ends(), c.ends);
-    EXPECT_EQ(bench.world.sink.Results().empty(), bench.Ends() == "9:18/100");
+    EXPECT_EQ(bench.Ends(), "9:18/100");
+    EXPECT_EQ(bench.world.sink.Results().size(), 0U);
     EXPECT_EQ(bench.Count("32/0"), 0U);
     EXPECT_FALSE(bench.device->GetStatus().bCancel);
+  }
+}
+
+TEST(WavelengthCheck, CancelAfterTheEndWasDecided) {
+  StartedBench bench;
+  bench.On("OnResult(9, 3)", [&] { bench.device->CancelMeasurement(); });
+  for (const std::vector<double>& peaks : {PEAKS, {537.0}}) {
+    RunCheck(bench, peaks);
+    EXPECT_EQ(bench.Ends(), "9:17/100") << "the late cancel does not outlive its run";
   }
 }
 

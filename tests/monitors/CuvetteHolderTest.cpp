@@ -12,6 +12,7 @@ namespace {
 
 using namespace platform;  // NOLINT(google-build-using-namespace)
 
+constexpr DWORD UNREADABLE = simulator::CuvetteHolder::Unreadable;
 /// Longer than five polls.
 constexpr DWORD LONG_ENOUGH = 150;
 
@@ -61,6 +62,12 @@ class Reader {
  private:
   HANDLE m_hThread = 0;
 };
+
+TEST(CuvetteHolder, APinThatCannotBeReadMakesThePatternAnUnknownOne) {
+  EXPECT_EQ(DecodeCuvetteState(UNREADABLE, 0, 0, TRUE), -1);
+  EXPECT_EQ(DecodeCuvetteState(0, UNREADABLE, 1, FALSE), -1);
+  EXPECT_EQ(DecodeCuvetteState(1, 1, 2, TRUE), -1);
+}
 
 TEST(CuvetteHolder, ReportsEachCuvetteOnceOnBothInstruments) {
   for (const bool bUV : {true, false}) {
@@ -114,7 +121,7 @@ TEST(CuvetteHolder, TakesTheBounceOut) {
 
 TEST(CuvetteHolder, TakesTheFixationAndUnreadablePinsForNoCuvette) {
   for (const bool bUnreadable : {false, true}) {
-    Reader reader(bUnreadable);
+    Reader reader;
     reader.Start();
     const auto fault = [&](bool bOn) {
       reader.world.holder.SetUnreadable(11, bUnreadable && bOn);

@@ -8,7 +8,10 @@
 #include <gtest/gtest.h>
 
 #include "monitors/LampBench.h"
+#include "monitors/LampHours.h"
 #include "platform/Platform.h"
+#include "simulator/SipperZQ410.h"
+#include "simulator/SipperZQ420.h"
 
 namespace photometer::tests {
 namespace {
@@ -270,6 +273,34 @@ TEST(Timer, QueriesGoOnBesideABlockedCallbackUntilTheGateCloses) {
 
 // ---- switch-off beside others ----
 
+TEST(Timer, SwitchOffBesideAnExchangeGoesOutRightAfterIt) {
+  LampBench bench;
+  bench.SetSession({1, GetTickCount() - (UV_BURNING_LIMIT - 20) * 1000U, UV_BURNING_LIMIT, 90});
+  bench.StartTimer();
+  bench.Light();
+  bench.SetBusy(TRUE);
+  EXPECT_EQ(bench.unit.SetGain(TRUE), 0U);
+  bench.SleepUntilBefore(21);
+  DWORD dwMove = 1;
+  DWORD dwGain = 1;
+  const HANDLE hThread = CreateThread(
+      [&] {
+        dwMove = bench.unit.MoveMonochromator(9000);  // takes longer than what is left before the tick
+        dwGain = bench.unit.SetGain(FALSE);
+      },
+      "driver", nullptr);
+  Sleep(60);
+  EXPECT_EQ(bench.Cached(CacheEntry::UVLamp), 0) << "decided";
+  EXPECT_EQ(bench.host.Calls(), Texts{"21000 Ready(0)"}) << "without waiting for the move";
+  EXPECT_EQ(bench.world.Written().back(), "$M9000");
+  WaitForSingleObject(hThread, INFINITE);
+  CloseHandle(hThread);
+  EXPECT_EQ(dwMove + dwGain, 0U);
+  const Texts commands = bench.world.Written();
+  EXPECT_EQ(Texts(commands.end() - 4, commands.end()), (Texts{"$M9000", "$d0", "$f0", "$g0"}));
+  bench.ExpectAgreement(false);
+}
+
 struct SwitchOff {
   /// Scheduling points from just before its tick until all is quiet.
   std::uint64_t nPoints;
@@ -327,6 +358,49 @@ TEST(Timer, ProcedureThatBeginsInTheMomentOfASwitchOffHasItsLamp) {
       EXPECT_EQ(outcomes.size(), 2U) << "lit again, and kept";
     }
   }
+}
+
+// ---- the device ----
+
+/// Ten hours with everything that runs in an instrument: the session ends, and the seconds are counted.
+TEST(Timer, TenHourSessionWithAllThreads) {
+  simulator::SipperZQ410 zq410;
+  simulator::SipperZQ420 zq420;
+  World world;
+  world.StopTracing();
+  world.board.PlugPort(u"COM1:", zq410);
+  world.board.PlugPort(u"COM6:", zq420);
+  LampSink host(world.board, world.transcript);
+  Device device(world);
+  ASSERT_TRUE(device.StartUp());
+  device->SetSink(&host);
+  device->SetOperatingMode(1);
+  host.StartClock(world.board.Now());
+  EXPECT_EQ(device->SetUVLamp(TRUE, 1), S_OK);
+  Sleep(UV_BURNING_LIMIT * 1000);
+  EXPECT_EQ(device->GetUVLampState(), 1);
+  EXPECT_TRUE(device->GetStatus().bSipperDetected);
+  Sleep(3000);
+  EXPECT_EQ(device->GetUVLampState(), 0);
+  EXPECT_EQ(host.Questions(), 36'003);
+  const Texts calls = host.Calls();
+  EXPECT_THAT(calls, testing::ElementsAre("0 WarmUpTime?", testing::MatchesRegex("60[0-9]{4} Ready.1."),
+                                          testing::MatchesRegex("3600[12][0-9]{3} Ready.0.")));
+  HANDLE hKey = 0;
+  DWORD dwSeconds = 0;
+  ASSERT_EQ(RegOpenKeyExW(u"\\Veltranometrik", &hKey), ERROR_SUCCESS);
+  EXPECT_EQ(RegQueryValueExW(hKey, DEUTERIUM_HOURS, &dwSeconds), ERROR_SUCCESS);
+  RegCloseKey(hKey);
+  const std::uint64_t nBurnt = (std::stoul(calls.back()) - std::stoul(calls.at(1))) / 1000;
+  EXPECT_TRUE(dwSeconds == nBurnt || dwSeconds == nBurnt + 1) << dwSeconds << " of " << nBurnt;
+  world.board.UnplugPort(u"COM1:");
+  Sleep(5000);
+  EXPECT_FALSE(device->GetStatus().bSipperDetected) << "supervised";
+  device.Close();
+  EXPECT_EQ(world.LogLines("Starting Thread [Timer] ..."), 1U);
+  EXPECT_NE(world.board.DebugText().find(u"[Timer] Ending Timer thread.\n\r"), std::u16string::npos);
+  world.ExpectSwitchedOff();
+  world.ExpectClean();
 }
 
 }  // namespace

@@ -27,6 +27,30 @@ TEST(SipperZQ410, AnnouncesItself) {
   EXPECT_EQ(pump.NextActivity(), Never);
 }
 
+TEST(SipperZQ410, Commands) {
+  constexpr FaultKind None = FaultKind::SurplusPoints;
+  const std::tuple<std::string, FaultKind, Time, const char*> cases[] = {
+      {"\x02H;003;120\x03", None, 10'000, "\x02h;\x03"},
+      {"\x02V;a\x03", None, 20'000, "\x02v;ZQ410;01.07\x03"},
+      {"\x02H1;a\x03", None, 5 * Second + 10'000, "\x02h1;b\x03"},
+      {"\x02H2;a\x03", None, 5 * Second + 10'000, "\x02h2;b\x03"},
+      {"\x02H1;a\x03", FaultKind::Error, 5 * Second + 10'000, "\x02h3;a\x03"},
+      {"\x02H1;a\x03", FaultKind::Silence, 60 * Second, ""},
+      {"\x02Q;a\x03", None, 60 * Second, ""},
+  };
+  for (const auto& [command, fault, after, answer] : cases) {
+    SCOPED_TRACE(command);
+    SipperZQ410 pump;
+    pump.StopKeepAlive(0);
+    RunUntil(pump, Second);
+    pump.Line().Faults().Add({.kind = fault});
+    pump.Receive(Second, command.substr(0, 3));
+    pump.Receive(Second, command.substr(3));
+    EXPECT_EQ(RunUntil(pump, Second + (after > 5 * Second ? 5 * Second : 5'000)), "");
+    EXPECT_EQ(RunUntil(pump, Second + after), answer);
+  }
+}
+
 TEST(SipperZQ410, ParametersSetTheCycleTime) {
   SipperZQ410 pump;
   pump.StopKeepAlive(0);
