@@ -85,6 +85,12 @@ std::size_t ProcedureRun::Notified(std::int64_t nCode, std::int64_t nRequestId) 
   }));
 }
 
+const Event* ProcedureRun::Notification(std::int64_t nCode) const {
+  const auto found = std::ranges::find_if(
+      events, [=](const Event* pEvent) { return pEvent->name == "OnNotify" && pEvent->b == nCode; });
+  return found == events.end() ? nullptr : *found;
+}
+
 std::size_t ProcedureRun::Called(std::string_view callback) const {
   return static_cast<std::size_t>(std::ranges::count_if(
       events, [=](const Event* pEvent) { return pEvent->kind == EventKind::Callback && pEvent->name == callback; }));
@@ -96,10 +102,8 @@ std::size_t ProcedureRun::PumpFailures() const {
 }
 
 std::int64_t ProcedureRun::RequestId() const {
-  const auto started = std::ranges::find_if(events, [](const Event* pEvent) {
-    return pEvent->kind == EventKind::Callback && pEvent->name == "OnNotify" && pEvent->b == ThreadStarted;
-  });
-  return started == events.end() ? -1 : (*started)->a;
+  const Event* pStarted = Notification(ThreadStarted);
+  return pStarted == nullptr ? -1 : pStarted->a;
 }
 
 ProcedureRuns FindRuns(const Ledger& ledger) {

@@ -9,6 +9,10 @@
 
 namespace explorer {
 
+/// What `OnNotify` tells at the end of a run.
+inline constexpr std::int64_t FinishedCode = 17;
+inline constexpr std::int64_t CancelledCode = 18;
+
 /// One thread of the library.
 struct ProcedureRun {
   std::string name;
@@ -31,6 +35,8 @@ struct ProcedureRun {
   /// How often it notified this code with this request id; −1: any.
   [[nodiscard]] std::size_t Notified(std::int64_t nCode, std::int64_t nRequestId = -1) const;
   [[nodiscard]] std::size_t Called(std::string_view name) const;
+  /// The first notification of this code; null: none.
+  [[nodiscard]] const Event* Notification(std::int64_t nCode) const;
   /// How often a pump failed in it.
   [[nodiscard]] std::size_t PumpFailures() const;
   /// The id that it was started with, by its "thread started"; −1: it has none.

@@ -2,6 +2,7 @@
 
 #include <array>
 
+#include "CancelChecks.h"
 #include "RunChecks.h"
 #include "UnitChecks.h"
 
@@ -41,7 +42,8 @@ constexpr std::array<Property, 17> Table{{
 
 std::vector<Property> AllProperties() {
   std::vector<Property> all;
-  for (const std::span<const Property> some : {RunProperties(), UnitProperties(), std::span<const Property>(Table)}) {
+  for (const std::span<const Property> some :
+       {RunProperties(), CancelProperties(), UnitProperties(), std::span<const Property>(Table)}) {
     all.insert(all.end(), some.begin(), some.end());
   }
   return all;

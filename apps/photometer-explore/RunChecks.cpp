@@ -13,17 +13,12 @@ using photometer::MeasureValue;
 
 namespace {
 
-constexpr std::int64_t Finished = 17;
-constexpr std::int64_t Cancelled = 18;
 constexpr std::int64_t TestPassed = 30;
 constexpr std::int64_t TestFailed = 35;
 constexpr std::int64_t StartUpPassed = 11;
 constexpr std::int64_t StartUpFailed = 12;
 constexpr std::int64_t StartUpEnded = 39;
 constexpr std::int64_t TestRunning = 43;
-
-/// A callback of the host holds a notification up for no longer, µs.
-constexpr std::uint64_t LongestCallback = 10'000'000;
 
 // ---- ends ----
 
@@ -56,14 +51,15 @@ const EndRule* RuleOf(const ProcedureRun& run) {
 }
 
 std::string Counts(const ProcedureRun& run) {
-  return run.name + " with request " + std::to_string(run.RequestId()) + ": " + std::to_string(run.Notified(Finished)) +
-         " times finished, " + std::to_string(run.Notified(Cancelled)) + " cancelled, " +
-         std::to_string(run.Called("OnError")) + " errors, " + std::to_string(run.PumpFailures()) + " failed pumps";
+  return run.name + " with request " + std::to_string(run.RequestId()) + ": " +
+         std::to_string(run.Notified(FinishedCode)) + " times finished, " +
+         std::to_string(run.Notified(CancelledCode)) + " cancelled, " + std::to_string(run.Called("OnError")) +
+         " errors, " + std::to_string(run.PumpFailures()) + " failed pumps";
 }
 
 unsigned EndOf(const ProcedureRun& run, const EndRule& rule) {
-  const std::size_t nFinished = run.Notified(Finished);
-  const std::size_t nCancelled = run.Notified(Cancelled);
+  const std::size_t nFinished = run.Notified(FinishedCode);
+  const std::size_t nCancelled = run.Notified(CancelledCode);
   const std::size_t nErrors = run.Called("OnError");
   unsigned nEnd = (nFinished > 0 ? F : 0) | (nCancelled > 0 ? C : 0) | (nErrors > 0 ? E : 0);
   nEnd |= run.PumpFailures() + run.Called("OnPumpError") > 0 ? P : 0;
@@ -80,7 +76,7 @@ Finding OneEnd(const Evidence& evidence) {
     if (pRule == nullptr) {
       continue;
     }
-    if (run.Notified(Finished) + run.Notified(Cancelled) > 1) {
+    if (run.Notified(FinishedCode) + run.Notified(CancelledCode) > 1) {
       return Counts(run);
     }
     const unsigned nEnd = EndOf(run, *pRule);
@@ -170,48 +166,6 @@ Finding OneThreadForEachStart(const Evidence& evidence) {
   return std::nullopt;
 }
 
-// ---- cancels ----
-
-Finding CancelledOnlyWhenAsked(const Evidence& evidence) {
-  for (const ProcedureRun& run : evidence.runs.runs) {
-    if (run.Notified(Cancelled) > 0 && !run.bCancelAsked && !run.bDisturbed) {
-      return run.name + " was cancelled, and nobody had asked for it";
-    }
-  }
-  return std::nullopt;
-}
-
-/// When a callback of the run with this code began, µs.
-std::optional<std::uint64_t> TimeOf(const ProcedureRun& run, std::int64_t nCode) {
-  for (const Event* pEvent : run.events) {
-    if (pEvent->name == "OnNotify" && pEvent->b == nCode) {
-      return pEvent->nTime;
-    }
-  }
-  return std::nullopt;
-}
-
-bool HearsCancels(const ProcedureRun& run) {
-  return RuleOf(run) != nullptr && run.name != "HolmiumOxideScan" && run.name != "SystemCheckProc";
-}
-
-Finding NoCancelLost(const Evidence& evidence) {
-  for (const ProcedureRun& run : evidence.runs.runs) {
-    const std::optional<std::uint64_t> finished = TimeOf(run, Finished);
-    if (!HearsCancels(run) || !finished) {
-      continue;
-    }
-    for (const HostCall& call : evidence.runs.calls) {
-      const bool bHeard =
-          call.name == "cancel" && call.nResult == 0 && call.nBegin > run.nBegin && call.nEnd < run.nEnd;
-      if (bHeard && evidence.ledger.Events()[call.nEnd].nTime + LongestCallback < *finished) {
-        return run.name + " finished although it had been cancelled long before";
-      }
-    }
-  }
-  return std::nullopt;
-}
-
 // ---- errors ----
 
 Finding OneError(const Evidence& evidence) {
@@ -251,7 +205,7 @@ std::size_t RecordsOf(const ProcedureRun& run) {
     return 1;
   }
   // A spectrum whose stream a cancel cut off is recorded, and not reported.
-  return run.nErrorRecords == 1 && run.name == "ScanProc" && run.Notified(Cancelled) == 1 ? 1 : 0;
+  return run.nErrorRecords == 1 && run.name == "ScanProc" && run.Notified(CancelledCode) == 1 ? 1 : 0;
 }
 
 Finding OneErrorRecord(const Evidence& evidence) {
@@ -359,15 +313,12 @@ Finding RightRequest(const Evidence& evidence) {
   return std::nullopt;
 }
 
-constexpr std::array<Property, 13> Table{{
+constexpr std::array<Property, 11> Table{{
     {"one end", "each started procedure ends once, in one of the ways that its rules allow", OneEnd},
     {"one end of a start-up", "a start-up passes or fails, once", OneEndOfStartUp},
     {"one end of a wavelength test", "a wavelength test passes or fails, once", OneEndOfTest},
     {"one end of a flush", "a flush is completed or fails, once", OneEndOfFlush},
     {"one thread for each start", "an accepted start starts one thread, a refused one none", OneThreadForEachStart},
-    {"cancelled only when asked", "a procedure is cancelled only when that was asked for while it ran",
-     CancelledOnlyWhenAsked},
-    {"no cancel lost", "a procedure that was cancelled does not finish", NoCancelLost},
     {"one error", "what is no procedure reports an error once, and each thread a failed pump once", OneError},
     {"each answer heard", "with the line and the system in order, no command is given up", EachAnswerHeard},
     {"one error record", "the error list has one record for each failed procedure", OneErrorRecord},

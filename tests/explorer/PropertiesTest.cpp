@@ -14,7 +14,8 @@ namespace {
 
 using photometer::platform::VirtualBoard;
 
-/// What one thread of the library did, by the kind of event, its name and numbers.
+/// What one thread of the library did, by the kind of event, its name and numbers. `CallBegins`: a whole call of the
+/// host that takes `a` seconds.
 struct Told {
   EventKind kind;
   const char* name;
@@ -37,21 +38,29 @@ constexpr Told LampOff{EventKind::OpticalCommand, "$h0", 'h', 0};
 constexpr Told MoveTooEarly{EventKind::OpticalCommand, "$M5", 'M', 5, 1 + Early};
 constexpr Told PortGone{EventKind::OpticalPort, "optical port", 0};
 
+constexpr Told Cancel{EventKind::CallBegins, "cancel"};
+constexpr Told LampSwitches{EventKind::Callback, "OnLampSwitching", 1};
+constexpr Told LampSwitched{EventKind::Callback, "OnLampSwitching", 0};
+constexpr Told Seconds(std::int64_t nSeconds) { return {EventKind::CallBegins, "sleep", nSeconds}; }
+constexpr Told SecondsInCallback(std::int64_t nSeconds) { return {EventKind::CallBegins, "sleep", nSeconds, 1}; }
+
 constexpr std::int32_t Back = INT32_MIN;
 
 /// The first property that a host's call `operation`, answered by 0, breaks, when its thread does all this.
-std::string Broken(const char* operation, const char* thread, const std::vector<Told>& told, bool bCancel = false,
-                   bool bLampLit = true) {
+std::string Broken(const char* operation, const char* thread, const std::vector<Told>& told, bool bLampLit = true) {
   VirtualBoard board;
   Ledger ledger(board);
   const std::int64_t nCall = ledger.BeginCall(operation, false);
   ledger.NoteThread(board.GetKernel().GetCurrentThreadId(), thread);
   ledger.EndCall(nCall, operation, 0);
-  if (bCancel) {
-    ledger.EndCall(ledger.BeginCall("cancel", false), "cancel", 0);
-  }
   for (const Told& one : told) {
-    ledger.Note(one.kind, one.name, one.a, one.b, one.c);
+    if (one.kind != EventKind::CallBegins) {
+      ledger.Note(one.kind, one.name, one.a, one.b, one.c);
+      continue;
+    }
+    const std::int64_t nOther = ledger.BeginCall(one.name, one.b != 0);
+    board.GetKernel().Sleep(static_cast<photometer::DWORD>(one.a) * 1000);
+    ledger.EndCall(nOther, one.name, 0);
   }
   ledger.Note(EventKind::ThreadEnds, thread, bLampLit ? 1 : 0);
   const std::vector<Violation> violations = Judge({ledger, FindRuns(ledger), {}, {}, true});
@@ -63,44 +72,69 @@ TEST(Properties, OfTheEndsOfARun) {
     const char* operation;
     const char* thread;
     std::vector<Told> told;
-    bool bCancel;
     const char* broken;
   } const cases[] = {
-      {"measure", "Measure", {Started, Finished}, false, ""},
-      {"measure", "Measure", {Started, Cancelled}, true, ""},
-      {"measure", "Measure", {Started, Written, Error}, false, ""},
-      {"measure", "Measure", {Started, PumpFailed}, false, ""},
-      {"measure", "Measure", {Started}, false, "one end"},
-      {"measure", "Measure", {Started, Finished, Finished}, false, "one end"},
-      {"measure", "Measure", {Started, Finished, Cancelled}, true, "one end"},
-      {"measure", "Measure", {Started, Cancelled, Written, Error}, true, "one end"},
-      {"kinetics", "Kinetics", {Started, Cancelled, Written, Error}, true, ""},
-      {"holmium", "HolmiumOxideScan", {Started, Cancelled}, true, "one end"},
-      {"measure", "Measure", {Started, PumpFailed, PumpError}, false, ""},
-      {"measure", "Measure", {Started, PumpFailed, PumpError, PumpError}, false, "one error"},
-      {"holmium", "HolmiumOxideScan", {Started, PumpFailed}, false, "one end"},
-      {"check", "WavelengthCheckProc", {Started, Written, Error, OfCheck}, false, ""},
-      {"check", "WavelengthCheckProc", {Started, Written, Error}, false, "one end"},
-      {"measure", "Measure", {Started, Cancelled}, false, "cancelled only when asked"},
-      {"measure", "Measure", {Started, Error}, false, "one error record"},
-      {"measure", "Measure", {Started, Written, Unanswered}, false, "each answer heard"},
-      {"measure", "Measure", {Started, Finished, Written}, false, "one error record"},
-      {"measure", "Measure", {LampOn, Started, Finished}, false, "halogen lamp off"},
-      {"measure", "Measure", {LampOn, Started, Finished, LampOff}, false, ""},
-      {"measure", "Measure", {LampOn, PortGone, Started, Finished}, false, ""},
-      {"measure", "Measure", {MoveTooEarly, Started, Finished}, false, "one after another"},
-      {"uv-lamp", "WarmUpProc", {Error, Written, Error}, false, "one error"},
-      {"measure", "ScanProc", {Started, Finished}, false, "one thread for each start"},
-      {"flush", "FlushProc", {}, false, "one end of a flush"},
-      {"initialize", "InitProc", {{EventKind::Callback, "OnNotify", 0, 39}}, false, "one end of a start-up"},
-      {"wavelength-test", "WaveLengthTestProc", {}, false, "one end of a wavelength test"},
-      {"measure", "Measure", {Started, {EventKind::Callback, "OnNotify", 8, 4}, Finished}, false, "right request"},
+      {"measure", "Measure", {Started, Finished}, ""},
+      {"measure", "Measure", {Cancel, Started, Cancelled}, ""},
+      {"measure", "Measure", {Started, Written, Error}, ""},
+      {"measure", "Measure", {Started, PumpFailed}, ""},
+      {"measure", "Measure", {Started}, "one end"},
+      {"measure", "Measure", {Started, Finished, Finished}, "one end"},
+      {"measure", "Measure", {Cancel, Started, Finished, Cancelled}, "one end"},
+      {"measure", "Measure", {Cancel, Started, Cancelled, Written, Error}, "one end"},
+      {"kinetics", "Kinetics", {Cancel, Started, Cancelled, Written, Error}, ""},
+      {"holmium", "HolmiumOxideScan", {Cancel, Started, Cancelled}, "one end"},
+      {"measure", "Measure", {Started, PumpFailed, PumpError}, ""},
+      {"measure", "Measure", {Started, PumpFailed, PumpError, PumpError}, "one error"},
+      {"holmium", "HolmiumOxideScan", {Started, PumpFailed}, "one end"},
+      {"check", "WavelengthCheckProc", {Started, Written, Error, OfCheck}, ""},
+      {"check", "WavelengthCheckProc", {Started, Written, Error}, "one end"},
+      {"measure", "Measure", {Started, Cancelled}, "cancelled only when asked"},
+      {"measure", "Measure", {Started, Error}, "one error record"},
+      {"measure", "Measure", {Started, Written, Unanswered}, "each answer heard"},
+      {"measure", "Measure", {Started, Finished, Written}, "one error record"},
+      {"measure", "Measure", {LampOn, Started, Finished}, "halogen lamp off"},
+      {"measure", "Measure", {LampOn, Started, Finished, LampOff}, ""},
+      {"measure", "Measure", {LampOn, PortGone, Started, Finished}, ""},
+      {"measure", "Measure", {MoveTooEarly, Started, Finished}, "one after another"},
+      {"uv-lamp", "WarmUpProc", {Error, Written, Error}, "one error"},
+      {"measure", "ScanProc", {Started, Finished}, "one thread for each start"},
+      {"flush", "FlushProc", {}, "one end of a flush"},
+      {"initialize", "InitProc", {{EventKind::Callback, "OnNotify", 0, 39}}, "one end of a start-up"},
+      {"wavelength-test", "WaveLengthTestProc", {}, "one end of a wavelength test"},
+      {"measure", "Measure", {Started, {EventKind::Callback, "OnNotify", 8, 4}, Finished}, "right request"},
   };
   for (const auto& c : cases) {
-    EXPECT_EQ(Broken(c.operation, c.thread, c.told, c.bCancel), c.broken)
+    EXPECT_EQ(Broken(c.operation, c.thread, c.told), c.broken)
         << c.thread << ", case " << &c - std::begin(cases) << " of the table";
   }
-  EXPECT_EQ(Broken("measure", "Measure", {LampOn, Started, Finished}, false, false), "") << "a lamp that is off";
+  EXPECT_EQ(Broken("measure", "Measure", {LampOn, Started, Finished}, false), "") << "a lamp that is off";
+}
+
+TEST(Properties, OfTheTimeToACancel) {
+  struct {
+    const char* operation;
+    const char* thread;
+    std::vector<Told> told;
+    const char* broken;
+  } const cases[] = {
+      {"measure", "Measure", {Started, Seconds(9), Cancel, Seconds(3), Cancelled}, ""},
+      {"measure", "Measure", {Started, Cancel, Seconds(4), Cancelled}, "cancel heard soon"},
+      {"measure", "Measure", {Started, Cancel, Seconds(9), Cancel, Cancelled}, "cancel heard soon"},
+      {"measure", "Measure", {Started, Cancelled, Cancel, Seconds(9)}, ""},
+      {"measure", "Measure", {Started, Cancel, Seconds(9), Finished}, ""},
+      {"measure", "Measure", {Started, Cancel, Seconds(11), Finished}, "no cancel lost"},
+      {"holmium", "HolmiumOxideScan", {Started, Cancel, Seconds(11), Finished}, ""},
+      {"scan", "ScanProc", {Started, LampSwitches, Cancel, Seconds(90), LampSwitched, Cancelled}, ""},
+      {"scan", "ScanProc", {Started, LampSwitches, LampSwitched, Cancel, Seconds(90), Cancelled}, "cancel heard soon"},
+      {"kinetics", "Kinetics", {Started, Cancel, Seconds(2), SecondsInCallback(9), Seconds(1), Cancelled}, ""},
+      {"kinetics", "Kinetics", {Started, Cancel, SecondsInCallback(9), Seconds(4), Cancelled}, "cancel heard soon"},
+      {"kinetics", "Kinetics", {Started, Cancel, Seconds(9), PumpFailed, Seconds(1), Cancelled}, ""},
+      {"kinetics", "Kinetics", {Started, Cancel, PumpFailed, Seconds(4), Cancelled}, "cancel heard soon"},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(Broken(c.operation, c.thread, c.told), c.broken) << "case " << &c - std::begin(cases) << " of the table";
+  }
 }
 
 TEST(Properties, OfResults) {
