@@ -17,6 +17,15 @@ constexpr int Hexadecimal = 16;
 
 }  // namespace
 
+std::string Harmless(std::string_view message) {
+  std::string text;
+  for (const char byte : message) {
+    const bool bControl = static_cast<unsigned char>(byte) < ' ' || byte == '\x7F';
+    text += bControl && byte != '\n' ? photometer::platform::Printable({&byte, 1}) : std::string(1, byte);
+  }
+  return text;
+}
+
 std::string BytesOf(std::string_view text) {
   std::string bytes;
   while (!text.empty()) {

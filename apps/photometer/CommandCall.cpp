@@ -7,6 +7,7 @@
 #include <fmt/format.h>
 
 #include "../common/WrapText.h"
+#include "ByteText.h"
 #include "Conclusion.h"
 #include "Suggestion.h"
 
@@ -155,7 +156,7 @@ std::variant<std::unique_ptr<CommandCall>, Refusal> PrepareCommandCall(const std
 }
 
 ExitCode Refuse(Console& console, const Refusal& refusal) {
-  console.messages << "photometer: " << refusal.text << "\nNothing was started. \"" << refusal.helpCall
+  console.messages << "photometer: " << Harmless(refusal.text) << "\nNothing was started. \"" << refusal.helpCall
                    << "\" tells what is possible.\n";
   return ExitCode::BadInput;
 }

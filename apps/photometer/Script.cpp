@@ -5,6 +5,7 @@
 
 #include <fmt/format.h>
 
+#include "ByteText.h"
 #include "ShellLine.h"
 #include "Words.h"
 
@@ -127,14 +128,16 @@ ExitCode Script::Run(Console& console, bool bKeepGoing) const {
 }
 
 ExitCode Script::RunLine(const Line& line, Console& console) const {
-  console.messages << Place(line) << ": " << fmt::format("{}", fmt::join(line.words, " ")) << "\n" << std::flush;
+  const auto tell = [&](const std::string& text) {
+    console.messages << Harmless(fmt::format("{}: {}\n", Place(line), text)) << std::flush;
+  };
+  tell(fmt::format("{}", fmt::join(line.words, " ")));
   // Checked again: what earlier lines have written is there by now.
   auto parsed = ShellLine::Parse(line.words, *console.pWorkplace);
   const auto* pComplaint = std::get_if<std::string>(&parsed);
   const ExitCode code = pComplaint != nullptr ? ExitCode::BadInput : std::get<ShellLine>(parsed).Run(console);
   if (code != ExitCode::Success) {
-    console.messages << fmt::format("{}: {}\n", Place(line), pComplaint != nullptr ? *pComplaint : ExitCodeText(code))
-                     << std::flush;
+    tell(pComplaint != nullptr ? *pComplaint : ExitCodeText(code));
   }
   return code;
 }

@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
+#include "ByteText.h"
 #include "LineReader.h"
 #include "ShellLine.h"
 #include "Words.h"
@@ -46,7 +47,7 @@ ExitCode Converse(LineReader& reader, Console& console) {
       return ExitCode::Success;
     }
     if (const std::string complaint = RunLine(line.strText, console, bQuit); !complaint.empty()) {
-      console.messages << complaint << "\n" << std::flush;
+      console.messages << Harmless(complaint) << "\n" << std::flush;
     }
     if (console.interrupt.EndWanted()) {
       return ExitCode::Cancelled;

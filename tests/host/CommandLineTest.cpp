@@ -38,6 +38,7 @@ TEST(CommandLine, RefusesBadInputAndSaysWhatIsWrong) {
       {{}, {"photometer COMMAND", "measure"}},
       {{"mesure"}, {"there is no command \"mesure\"", "did you mean \"measure\"?"}},
       {{"measure", "--wavelenghts", "436"}, {"no option \"--wavelenghts\"", "did you mean \"--wavelengths\"?"}},
+      {{"measure", "4\x1B[7mµ"}, {"\"4\\x1B[7mµ\" belongs to no option"}},
       {{"measure", "436"}, {"\"436\" belongs to no option"}},
       {{"measure", "--simulate"}, {"--wavelengths", "is missing"}},
       {{"measure", "--simulate", "--wavelengths"}, {"--wavelengths: has no value; write --wavelengths LIST"}},

@@ -28,6 +28,7 @@ TEST(Shell, ReadsPlainLinesAndSurvivesFailures) {
       "measure --wavelengths 525 --sample neutral:0.5 # once\n"
       "external\n"
       "mesure\n"
+      "scan\x1B[2J\n"
       "measure --wavelengths \"525\n"
       "measure --wavelengths 525 --seed 2\n"
       "board check\n"
@@ -44,7 +45,7 @@ TEST(Shell, ReadsPlainLinesAndSurvivesFailures) {
   // What a command lacked is measured by the next start-up.
   EXPECT_THAT(results, ContainsRegex(" 0\\.(499|500).*--wait-for-cuvette.*spread\n  451.00 .* 0\\.(299|300)"));
   for (const char* part :
-       {"standard input has the commands", "did you mean \"measure\"?", "has no end",
+       {"standard input has the commands", "did you mean \"measure\"?", "\"scan\\x1B[2J\"", "has no end",
         "\"--seed\" counts from the start on", "call \"photometer board check\"", "\"start-up\" takes nothing"}) {
     EXPECT_THAT(messages, HasSubstr(part));
   }
