@@ -23,6 +23,7 @@ class CommandCall {
   /// Only after a good `Parse`: prints the help, or runs the command. Once.
   ExitCode Run(Console& console);
 
+  [[nodiscard]] bool AsksForHelp() const { return m_bHelp; }
   [[nodiscard]] const CommandEntry& Entry() const { return m_entry; }
   [[nodiscard]] const CLI::App& App() const { return m_app; }
   /// As a person calls it, without options.

@@ -49,15 +49,27 @@ CueSheet::CueSheet(const Trace& trace) {
     const std::optional<PinChange> change = line.channel == "pin" ? ParsePin(line.text) : std::nullopt;
     if (change) {
       m_pins[change->dwPin].levels.push_back({cue, change->dwLevel});
-    } else if (line.channel == "host" && line.text == TraceInterrupt) {
+    } else if (line.IsOfHost(TraceInterrupt)) {
       m_requests.push_back(cue);
+    } else if (line.channel == HostChannel) {
+      m_lines[line.nNumber] = cue;
     }
   }
 }
 
-bool CueSheet::IsDue(const Cue& cue, simulator::Time now) const {
+std::optional<simulator::Time> CueSheet::TimeOf(const Cue& cue) const {
   const auto reached = m_reached.find(cue.nAfter);
-  return reached != m_reached.end() && reached->second + cue.nDelay <= now;
+  return reached == m_reached.end() ? std::nullopt : std::optional(reached->second + cue.nDelay);
+}
+
+bool CueSheet::IsDue(const Cue& cue, simulator::Time now) const {
+  const std::optional<simulator::Time> due = TimeOf(cue);
+  return due && *due <= now;
+}
+
+std::optional<simulator::Time> CueSheet::DueTime(std::size_t nLine) const {
+  const auto line = m_lines.find(nLine);
+  return line == m_lines.end() ? std::nullopt : TimeOf(line->second);
 }
 
 std::uint32_t CueSheet::ReadPin(simulator::Time now, std::uint32_t pin) {

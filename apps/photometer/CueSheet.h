@@ -1,12 +1,13 @@
-/// When things beside the ports happen in a replay, pins and a person's requests: so long after the last bytes that the
-/// host had sent by then, or after the beginning, as in the trace. So they keep their place among causes and effects
-/// when the replay is faster than the recorded run was.
+/// When things beside the ports happen in a replay, pins, a person's requests and what was typed: so long after the
+/// last bytes that the host had sent by then, or after the beginning, as in the trace. So they keep their place among
+/// causes and effects when the replay is faster than the recorded run was.
 ///
 /// Used by one thread.
 #pragma once
 
 #include <cstddef>
 #include <map>
+#include <optional>
 #include <vector>
 
 #include "Trace.h"
@@ -27,6 +28,8 @@ class CueSheet final : public simulator::PinSource {
   std::uint32_t ReadPin(simulator::Time now, std::uint32_t pin) override;
   /// Requests that have become due, each once.
   int TakeRequests(simulator::Time now);
+  /// When this line of the program's own becomes due; nothing: that is not known yet.
+  [[nodiscard]] std::optional<simulator::Time> DueTime(std::size_t nLine) const;
 
  private:
   struct Cue {
@@ -43,11 +46,14 @@ class CueSheet final : public simulator::PinSource {
     std::size_t nNow = 0;
   };
 
+  [[nodiscard]] std::optional<simulator::Time> TimeOf(const Cue& cue) const;
   [[nodiscard]] bool IsDue(const Cue& cue, simulator::Time now) const;
 
   std::map<std::size_t, simulator::Time> m_reached;
   std::map<std::uint32_t, Pin> m_pins;
   bool m_bPins = false;
+  /// By the line of the trace.
+  std::map<std::size_t, Cue> m_lines;
   std::vector<Cue> m_requests;
   std::size_t m_nTaken = 0;
 };

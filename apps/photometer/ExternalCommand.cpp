@@ -49,11 +49,11 @@ std::optional<BoardPort> ExternalCommand::NeededPort() const { return ExternalPo
 ExitCode ExternalCommand::Operate(Bench& bench) {
   EventLog log(bench.console, m_results.Format());
   log.Begin(m_header);
-  m_bInputEnded = bench.console.pInput == nullptr;
   bench.progress.Say(
-      m_bInputEnded ? "listening to the external port; nothing is sent, since standard input has the commands: a "
-                      "script in a file (\"photometer run FILE\") leaves it to the port"
-                    : "terminal on the external port; \\xNN stands for a byte, Ctrl-C or the end of the input ends it");
+      bench.console.pInput == nullptr
+          ? "listening to the external port; nothing is sent, since standard input has the commands: a "
+            "script in a file (\"photometer run FILE\") leaves it to the port"
+          : "terminal on the external port; \\xNN stands for a byte, Ctrl-C or the end of the input ends it");
   m_dwLastTick = layer::GetTickCount();
   const Outcome outcome = Follow(
       bench,
@@ -93,7 +93,11 @@ void ExternalCommand::Show(EventLog& log) {
 
 void ExternalCommand::TakeInput(Bench& bench, EventLog& log) {
   const bool bRacing = m_board.bSimulate && m_board.pace == 0;
-  const std::optional<std::string> typed = bench.console.pInput->Read(bRacing ? TypingPause : 0);
+  Input* pInput = bench.console.pInput;
+  const std::optional<std::string> typed = pInput == nullptr ? std::nullopt : pInput->Read(bRacing ? TypingPause : 0);
+  if (!typed || !typed->empty()) {
+    bench.board.Note(typed ? std::string(TraceTyped) + *typed : std::string(TraceInputEnd));
+  }
   m_strTyped += typed.value_or("");
   for (std::size_t nEnd = 0; (nEnd = m_strTyped.find('\n')) != std::string::npos;) {
     Send(bench.session.Device(), BytesOf(m_strTyped.substr(0, nEnd)) + LineEnds.at(m_strLineEnd), log);

@@ -71,10 +71,9 @@ layer::Transcript* HostBoard::Transcript() {
   return m_pTracingBoard ? &m_transcript : nullptr;
 }
 
-void HostBoard::NoteEnd(ExitCode code) {
+void HostBoard::Note(const std::string& text) {
   if (layer::Transcript* pTranscript = Transcript()) {
-    pTranscript->Note(layer::CurrentBoard().GetKernel().GetMicroseconds(), "host",
-                      fmt::format("{}{}", TraceEnd, static_cast<int>(code)));
+    pTranscript->Note(layer::CurrentBoard().GetKernel().GetMicroseconds(), HostChannel, text);
   }
 }
 

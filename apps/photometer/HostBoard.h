@@ -10,7 +10,6 @@
 #include <vector>
 
 #include "BoardOptions.h"
-#include "ExitCodes.h"
 #include "InstrumentOptions.h"
 #include "ReplayBoard.h"
 #include "SimulatedInstrument.h"
@@ -49,8 +48,8 @@ class HostBoard {
   [[nodiscard]] const std::string& Description() const { return m_strDescription; }
   /// Null without a trace file or replay.
   photometer::platform::Transcript* Transcript();
-  /// Notes the program's exit code.
-  void NoteEnd(ExitCode code);
+  /// Notes it in the channel of the program itself.
+  void Note(const std::string& text);
   /// Null on real ports and in a replay.
   SimulatedInstrument* Simulated() { return m_pSimulated.get(); }
   /// What went wrong on the virtual board; to be asked when the device is gone.

@@ -24,6 +24,8 @@ using photometer::DWORD;
 
 // The replay is as fast as the recorded run or faster, so that this is far beyond every wait of the host's, µs.
 constexpr simulator::Time LongestAfterEnd = 600'000'000;
+// Between two looks at whether a person has ended the replay, in virtual time, ms.
+constexpr DWORD LongestSleep = 1000;
 // By how much a recorded run is behind the replay between two commands, ms.
 constexpr DWORD MostAhead = 10'000;
 
@@ -67,11 +69,15 @@ class Director {
   }
 
   void Stop() {
+    m_bOver = true;
     // The second request switches the instrument off without waiting for the run.
     while (m_run.Count() < 2) {
       m_run.Raise();
     }
   }
+
+  /// It was stopped.
+  [[nodiscard]] bool IsOver() const { return m_bOver; }
 
   /// Time has passed.
   void Look(simulator::Time now) {
@@ -89,6 +95,7 @@ class Director {
   Interrupt& m_run;
   const Interrupt& m_person;
   simulator::Time m_nEnd = 0;
+  bool m_bOver = false;
 };
 
 class ReplayKernel final : public layer::ForwardingKernel {
@@ -200,6 +207,23 @@ layer::Pins& ReplayBoard::GetPins() { return m_pParts->board.GetPins(); }
 layer::Files& ReplayBoard::GetFiles() { return m_pParts->board.GetFiles(); }
 layer::Registry& ReplayBoard::GetRegistry() { return m_pParts->board.GetRegistry(); }
 layer::DebugOutput& ReplayBoard::GetDebugOutput() { return m_pParts->board.GetDebugOutput(); }
+
+bool ReplayBoard::IsDue(std::size_t nLine) const {
+  const std::optional<simulator::Time> due = m_pParts->cues.DueTime(nLine);
+  return due && *due <= m_pParts->board.Now();
+}
+
+bool ReplayBoard::WaitFor(std::size_t nLine) {
+  Director& director = m_pParts->director;
+  const layer::VirtualBoard& board = m_pParts->board;
+  while (!IsDue(nLine) && !director.IsOver()) {
+    // What comes behind bytes that were not sent yet is due nobody knows when.
+    const simulator::Time nRest = m_pParts->cues.DueTime(nLine).value_or(board.Now()) - board.Now();
+    m_pParts->kernel.Sleep(static_cast<DWORD>(std::clamp<simulator::Time>(nRest / 1000, 1, LongestSleep)));
+    director.Look(board.Now());
+  }
+  return !director.IsOver();
+}
 
 layer::Transcript& ReplayBoard::Transcript() { return m_pParts->transcript; }
 

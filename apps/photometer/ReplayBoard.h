@@ -1,11 +1,12 @@
 /// A board on which everything is as a trace recorded it: the devices at the ports, pins, lamp counters, the calendar
-/// and a person's requests to end. Time is virtual.
+/// and a person's requests to end. Time is virtual. It knows, too, when what was typed is due.
 ///
 /// A run that leaves the trace is ended by requests of its own, as a person's: when the host sends other bytes than
 /// then, when an incomplete trace is over, when the run goes on long after the trace's end, and when a person ends the
 /// replay. Everything runs on the thread that makes it.
 #pragma once
 
+#include <cstddef>
 #include <memory>
 #include <string>
 #include <vector>
@@ -30,6 +31,11 @@ class ReplayBoard final : public photometer::platform::Board {
   photometer::platform::Files& GetFiles() override;
   photometer::platform::Registry& GetRegistry() override;
   photometer::platform::DebugOutput& GetDebugOutput() override;
+
+  /// What stands in this line of the trace, one of the program's own, is due.
+  [[nodiscard]] bool IsDue(std::size_t nLine) const;
+  /// Waits until it is. False: the replay has left its trace before, or has been ended.
+  bool WaitFor(std::size_t nLine);
 
   /// What happens in the replay.
   photometer::platform::Transcript& Transcript();

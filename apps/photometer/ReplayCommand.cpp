@@ -1,15 +1,16 @@
 #include "ReplayCommand.h"
 
 #include <algorithm>
-#include <array>
 #include <sstream>
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 #include "InputFile.h"
+#include "RecordedTyping.h"
 #include "ReplayBoard.h"
 #include "ScratchFolder.h"
+#include "Words.h"
 #include "logging/LogFiles.h"
 
 namespace host {
@@ -20,32 +21,63 @@ namespace {
 constexpr std::size_t GreatestTrace = 256U << 20;
 constexpr std::size_t LinesAround = 4;
 
-/// What was typed or read while they ran stands in no trace.
-constexpr std::array<std::string_view, 4> Interactive = {"shell", "run", "external", "replay"};
+constexpr std::string_view ScriptCommandName = "run";
 
 /// Nothing: the command cannot be run again.
 const CommandEntry* FindReplayable(const std::string& name) {
   const CommandEntry* pEntry = FindCommand(name);
-  const bool bInteractive = std::find(Interactive.begin(), Interactive.end(), name) != Interactive.end();
-  const bool bTraced = pEntry != nullptr && !bInteractive &&
-                       CommandCall(*pEntry, nullptr).App().get_option_no_throw("--trace") != nullptr;
+  const bool bTraced =
+      pEntry != nullptr && CommandCall(*pEntry, nullptr).App().get_option_no_throw("--trace") != nullptr;
   return bTraced ? pEntry : nullptr;
 }
 
-/// Nothing: the files that the command reads cannot be written.
-std::optional<std::vector<std::string>> Arguments(const TraceHead& head, const ScratchFolder& folder) {
+/// The files that the recorded command read, written again.
+class RecordedFiles {
+ public:
+  /// Path of a new file of these bytes.
+  std::string Write(std::string_view bytes) {
+    const std::string path = m_folder.Write(fmt::format("{}", ++m_nFiles), bytes);
+    m_bWritten = m_bWritten && !path.empty();
+    return path;
+  }
+  /// All could be written.
+  [[nodiscard]] bool AreWritten() const { return m_bWritten; }
+
+ private:
+  ScratchFolder m_folder;
+  std::size_t m_nFiles = 0;
+  bool m_bWritten = true;
+};
+
+/// The lines of a shell or script, each with its blank.
+std::vector<TracedShellLine> Lines(const Trace& trace, RecordedFiles& files) {
+  std::vector<TracedShellLine> lines = ShellLinesOf(trace);
+  for (TracedShellLine& line : lines) {
+    if (!line.strBlank.empty()) {
+      line.strText += " --blank=" + QuoteWord(files.Write(line.strBlank));
+    }
+  }
+  return lines;
+}
+
+std::vector<std::string> Arguments(const TraceHead& head, const std::vector<TracedShellLine>& lines,
+                                   RecordedFiles& files) {
   std::vector<std::string> arguments;
-  for (const auto& [name, value] : head.options) {
+  for (const auto& [name, value] : head.call.options) {
     arguments.push_back(name.empty() ? value : fmt::format("{}={}", name, value));
   }
-  for (const auto& [option, contents] : {std::pair("--settings", &head.strSettings), {"--blank", &head.strBlank}}) {
-    const std::string path = contents->empty() ? std::string() : folder.Write(option, *contents);
-    if (path.empty() && !contents->empty()) {
-      return std::nullopt;
+  if (!head.strSettings.empty()) {
+    arguments.push_back("--settings=" + files.Write(head.strSettings));
+  }
+  if (!head.call.strBlank.empty()) {
+    arguments.push_back("--blank=" + files.Write(head.call.strBlank));
+  }
+  if (head.strCommand == ScriptCommandName) {
+    std::string script;
+    for (const TracedShellLine& line : lines) {
+      script += line.strText + "\n";
     }
-    if (!path.empty()) {
-      arguments.push_back(fmt::format("{}={}", option, path));
-    }
+    arguments.push_back(files.Write(script));
   }
   return arguments;
 }
@@ -78,10 +110,8 @@ void ReplayCommand::Check() {
   }
   m_head = std::get<TraceHead>(std::move(head));
   if (FindReplayable(m_head.strCommand) == nullptr) {
-    Complain(
-        fmt::format("1: a trace of \"{}\" cannot be replayed: it does not hold what was typed; give one of a "
-                    "command that measures or attends by itself",
-                    m_head.strCommand));
+    Complain(fmt::format("1: a trace of \"{}\" cannot be replayed; give one of a command that works on an instrument",
+                         m_head.strCommand));
   }
   if (m_bTimes && !m_head.bVirtual) {
     throw CLI::ValidationError("--times", "is for the trace of a simulated run; leave it out");
@@ -89,24 +119,25 @@ void ReplayCommand::Check() {
 }
 
 ExitCode ReplayCommand::Run(Console& console) {
-  const ScratchFolder folder;
-  const auto arguments = Arguments(m_head, folder);
-  if (!arguments) {
-    console.messages << "photometer: the settings and the blank of the trace cannot be written to a temporary folder; "
-                        "set TMPDIR to one that you may write to, and that has room\n";
+  RecordedFiles files;
+  const auto lines = Lines(*m_trace, files);
+  const auto arguments = Arguments(m_head, lines, files);
+  if (!files.AreWritten()) {
+    console.messages << "photometer: the files that the command of the trace read cannot be written to a temporary "
+                        "folder; set TMPDIR to one that you may write to, and that has room\n";
     return ExitCode::OutputFailed;
   }
   CommandCall call(*FindReplayable(m_head.strCommand), nullptr);
-  if (const std::string complaint = call.Parse(*arguments); !complaint.empty()) {
+  if (const std::string complaint = call.Parse(arguments); !complaint.empty()) {
     console.messages << fmt::format("photometer: {}:1: the command of the trace cannot be run: {}\n", m_strFile,
                                     complaint);
     return ExitCode::BadInput;
   }
-  std::string lines;
-  if (const ExitCode code = Replay(console, call, lines); code != ExitCode::Success) {
+  std::string replayed;
+  if (const ExitCode code = Replay(console, call, lines, replayed); code != ExitCode::Success) {
     return code;
   }
-  const auto replay = Trace::Read(lines);
+  const auto replay = Trace::Read(replayed);
   if (const auto* pComplaint = std::get_if<std::string>(&replay)) {
     console.messages << "internal fault: the replay's own trace: " << *pComplaint << "\n";
     return ExitCode::InternalFault;
@@ -114,15 +145,22 @@ ExitCode ReplayCommand::Run(Console& console) {
   return Report(console, std::get<Trace>(replay));
 }
 
-ExitCode ReplayCommand::Replay(Console& console, CommandCall& call, std::string& lines) const {
+ExitCode ReplayCommand::Replay(Console& console, CommandCall& call, const std::vector<TracedShellLine>& lines,
+                               std::string& text) const {
   Interrupt interrupt;
   ReplayBoard board(*m_trace, m_head, interrupt, console.interrupt);
   std::ostringstream nowhere;
   Console replayed{m_bShow ? console.results : nowhere, m_bShow ? console.messages : nowhere, false, interrupt};
   replayed.pReplay = &board;
+  // Only a request to end the program ends a shell as cancelled.
+  const std::string cancelled = fmt::format("{}{}", TraceEnd, static_cast<int>(ExitCode::Cancelled));
+  RecordedLines typed(board, lines, !m_trace->IsComplete() || m_trace->Lines().back().text == cancelled);
+  RecordedInput input(board, *m_trace);
+  replayed.pLines = &typed;
+  replayed.pInput = &input;
   call.Run(replayed);
   for (const std::string& line : board.Transcript().Lines()) {
-    lines += line + '\n';
+    text += line + '\n';
   }
   if (console.interrupt.Count() > 0) {
     console.messages << "the replay was ended\n";

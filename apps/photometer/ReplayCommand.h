@@ -7,6 +7,7 @@
 
 #include "Command.h"
 #include "CommandCall.h"
+#include "ShellTrace.h"
 #include "Trace.h"
 #include "TraceComparison.h"
 #include "TraceHead.h"
@@ -20,8 +21,9 @@ class ReplayCommand final : public Command {
   ExitCode Run(Console& console) override;
 
  private:
-  /// The lines of the replay as text; something else than `Success` comes with a message.
-  ExitCode Replay(Console& console, CommandCall& call, std::string& lines) const;
+  /// The replay's own trace as text; something else than `Success` comes with a message.
+  ExitCode Replay(Console& console, CommandCall& call, const std::vector<TracedShellLine>& lines,
+                  std::string& text) const;
   ExitCode Report(Console& console, const Trace& replay) const;
   void Tell(Console& console, const TraceDifference& difference) const;
   /// `FILE:12: ...`

@@ -114,10 +114,7 @@ ExitCode RunCommand::Run(Console& console) {
     return WriteResults(console, Perform(console, *m_pWorkplace));
   }
   Workplace own(m_board, m_instrument);
-  if (console.pReplay != nullptr) {
-    own.Take(*console.pReplay);
-  } else if (const std::string complaint = own.Open(NeededPort()); !complaint.empty()) {
-    console.messages << complaint;
+  if (!own.Open(console, NeededPort())) {
     return ExitCode::BadInput;
   }
   const ExitCode code = Perform(console, own);

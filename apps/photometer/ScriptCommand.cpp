@@ -56,8 +56,7 @@ void ScriptCommand::Check() {
 }
 
 ExitCode ScriptCommand::Run(Console& console) {
-  if (const std::string complaint = m_workplace->Open(); !complaint.empty()) {
-    console.messages << complaint;
+  if (!m_workplace->Open(console)) {
     return ExitCode::BadInput;
   }
   Console joined = console;

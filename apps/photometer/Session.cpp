@@ -76,7 +76,7 @@ int Session::Requests() {
   const int iCount = m_interrupt.Count();
   m_iNoted = std::min(m_iNoted, iCount);
   for (; m_pTranscript != nullptr && m_iNoted < iCount; ++m_iNoted) {
-    m_pTranscript->Note(layer::CurrentBoard().GetKernel().GetMicroseconds(), "host", TraceInterrupt);
+    m_pTranscript->Note(layer::CurrentBoard().GetKernel().GetMicroseconds(), HostChannel, TraceInterrupt);
   }
   return iCount;
 }

@@ -71,21 +71,22 @@ void ShellCommand::Check() {
 
 ExitCode ShellCommand::Run(Console& console) {
   Workplace workplace(m_board, m_instrument);
-  if (const std::string complaint = workplace.Open(); !complaint.empty()) {
-    console.messages << complaint;
+  if (!workplace.Open(console)) {
     return ExitCode::BadInput;
   }
   const auto complete = [&workplace](const std::string& text) { return CompleteLine(text, workplace); };
-  const std::unique_ptr<LineReader> pReader = MakeLineReader(console.interrupt, complete);
+  const std::unique_ptr<LineReader> pStandard =
+      console.pLines == nullptr ? MakeLineReader(console.interrupt, complete) : nullptr;
+  LineReader& reader = console.pLines == nullptr ? *pStandard : *console.pLines;
   Console joined = console;
   joined.pWorkplace = &workplace;
   // What is piped in is lines of the shell, to the last.
-  joined.pInput = pReader->HasTerminal() ? console.pInput : nullptr;
+  joined.pInput = reader.HasTerminal() || console.pReplay != nullptr ? console.pInput : nullptr;
   StartUpAgain(joined);
-  if (pReader->HasTerminal()) {
+  if (reader.HasTerminal()) {
     console.messages << "\"help\" lists the commands, \"quit\" switches the instrument off\n" << std::flush;
   }
-  ExitCode code = console.interrupt.EndWanted() ? ExitCode::Cancelled : Converse(*pReader, joined);
+  ExitCode code = console.interrupt.EndWanted() ? ExitCode::Cancelled : Converse(reader, joined);
   if (code == ExitCode::Success && !console.results) {
     code = ExitCode::OutputFailed;
   }

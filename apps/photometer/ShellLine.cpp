@@ -152,7 +152,14 @@ std::variant<ShellLine, std::string> ShellLine::Parse(const std::vector<std::str
 }
 
 ExitCode ShellLine::Run(Console& console) {
-  return m_pWord != nullptr ? m_pWord->run(m_words, console) : m_pCall->Run(console);
+  if (m_pWord != nullptr) {
+    console.pWorkplace->NoteLine(m_pWord->name, {});
+    return m_pWord->run(m_words, console);
+  }
+  if (!m_pCall->AsksForHelp()) {
+    console.pWorkplace->NoteLine(m_pCall->Entry().name, TakeOptions(m_pCall->App()));
+  }
+  return m_pCall->Run(console);
 }
 
 ExitCode StartUpAgain(Console& console) {

@@ -19,8 +19,8 @@ constexpr std::size_t MicrosecondDigits = 3;
 constexpr std::size_t LongestShown = 60;
 constexpr const char* WhatToDo = "give a file that \"photometer ... --trace FILE\" wrote, whole and unchanged";
 
-constexpr std::array<std::string_view, 8> PlainChannels = {"sink",     "log",  "debug",    "pin",
-                                                           "registry", "host", "settings", "blank"};
+constexpr std::array<std::string_view, 8> PlainChannels = {"sink",     "log",       "debug",         "pin",
+                                                           "registry", HostChannel, SettingsChannel, BlankChannel};
 
 bool IsDigit(char character) { return character >= '0' && character <= '9'; }
 
@@ -131,9 +131,6 @@ std::variant<Trace, std::string> Trace::Read(std::string_view text) {
   return trace;
 }
 
-bool Trace::IsComplete() const {
-  const TraceLine& last = m_lines.back();
-  return last.channel == "host" && last.text.starts_with(TraceEnd);
-}
+bool Trace::IsComplete() const { return m_lines.back().IsOfHost(TraceEnd); }
 
 }  // namespace host

@@ -18,6 +18,11 @@
 
 namespace host {
 
+/// Channels of the program itself.
+inline constexpr const char* HostChannel = "host";
+inline constexpr const char* SettingsChannel = "settings";
+inline constexpr const char* BlankChannel = "blank";
+
 struct TraceLine {
   /// In the file; the first one is 1.
   std::size_t nNumber;
@@ -29,6 +34,10 @@ struct TraceLine {
   /// Bytes that the host sent to a port, or got from one.
   [[nodiscard]] bool IsWrite() const { return channel.back() == '>'; }
   [[nodiscard]] bool IsRead() const { return channel.back() == '<'; }
+  /// The program's own line that begins with this.
+  [[nodiscard]] bool IsOfHost(std::string_view begin) const {
+    return channel == HostChannel && text.starts_with(begin);
+  }
   /// "COM2"; only of a write or read.
   [[nodiscard]] std::string_view Port() const { return std::string_view(channel).substr(0, channel.size() - 1); }
 };
@@ -51,5 +60,10 @@ class Trace {
 inline constexpr std::string_view TraceEnd = "end ";
 /// In the same channel: a person asked to end what runs.
 inline constexpr std::string_view TraceInterrupt = "interrupt";
+/// A line of a shell or script begins: before its words.
+inline constexpr std::string_view TraceCommandLine = "line ";
+/// For the external port: before what was typed. `TraceInputEnd`: nothing more comes.
+inline constexpr std::string_view TraceTyped = "typed ";
+inline constexpr std::string_view TraceInputEnd = "input-end";
 
 }  // namespace host

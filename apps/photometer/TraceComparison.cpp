@@ -54,7 +54,7 @@ std::string GroupOf(const TraceLine& line, Comparison comparison) {
   if (line.channel == "log") {
     return "log " + TagOf(line.text);
   }
-  const bool bCompared = line.IsWrite() || line.channel == "host" || line.text.starts_with("out ");
+  const bool bCompared = line.IsWrite() || line.channel == HostChannel || line.text.starts_with("out ");
   return bCompared ? line.channel : std::string();
 }
 
@@ -85,7 +85,7 @@ bool IsSame(const TraceLine& expected, const TraceLine& came, Comparison compari
     return expected.text == came.text && expected.nMicroseconds == came.nMicroseconds;
   }
   // A disk that was full then is not full now.
-  const bool bOutputFailed = expected.channel == "host" && expected.text == "end 16";
+  const bool bOutputFailed = expected.IsOfHost("end 16");
   return bOutputFailed || WithoutTimes(expected.text) == WithoutTimes(came.text);
 }
 

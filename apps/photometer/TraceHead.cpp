@@ -32,8 +32,10 @@ constexpr std::size_t GreatestFile = 64U << 20;
 constexpr const char* WhatToDo = "record the run again, with \"photometer ... --trace FILE\"";
 
 /// They name files of the machine that the run was recorded on.
-constexpr std::array<std::string_view, 8> LeftOut = {"--board", "--trace",     "--output", "--plot",
-                                                     "--force", "--host-file", Settings,   Blank};
+constexpr std::array<std::string_view, 9> LeftOut = {"--board",     "--trace", "--output", "--plot", "--force",
+                                                     "--host-file", Settings,  Blank,      "script"};
+/// They stand behind the head.
+constexpr std::array Events = {TraceInterrupt, TraceEnd, TraceCommandLine, TraceTyped, TraceInputEnd};
 
 bool IsLeftOut(std::string_view option) { return std::find(LeftOut.begin(), LeftOut.end(), option) != LeftOut.end(); }
 
@@ -111,13 +113,13 @@ bool TakeCounter(std::string_view value, TraceHead& head) {
 }
 
 bool TakeOption(std::string_view value, TraceHead& head) {
-  head.options.push_back(SplitPair(value));
-  const std::string& name = head.options.back().first;
+  head.call.options.push_back(SplitPair(value));
+  const std::string& name = head.call.options.back().first;
   return name.starts_with("--") && !IsLeftOut(name);
 }
 
 bool TakeWord(std::string_view value, TraceHead& head) {
-  head.options.emplace_back("", value);
+  head.call.options.emplace_back("", value);
   return !value.empty() && value.front() != '-';
 }
 
@@ -148,8 +150,8 @@ constexpr std::array HeadEntries = {
 };
 
 bool TakeLine(const TraceLine& line, TraceHead& head) {
-  if (line.channel != "host") {
-    (line.channel == "settings" ? head.strSettings : head.strBlank) += line.text;
+  if (line.channel != HostChannel) {
+    (line.channel == SettingsChannel ? head.strSettings : head.call.strBlank) += line.text;
     return true;
   }
   const auto [name, value] = SplitPair(line.text);
@@ -157,6 +159,8 @@ bool TakeLine(const TraceLine& line, TraceHead& head) {
                                   [&name = name](const HeadEntry& one) { return one.name == name; });
   return entry != HeadEntries.end() && entry->take(value, head);
 }
+
+}  // namespace
 
 void NoteFile(layer::Transcript& transcript, std::uint64_t nMicroseconds, const char* channel, std::string_view bytes) {
   while (!bytes.empty()) {
@@ -166,22 +170,27 @@ void NoteFile(layer::Transcript& transcript, std::uint64_t nMicroseconds, const 
   }
 }
 
-}  // namespace
+TracedOptions TakeOptions(const CLI::App& app) {
+  TracedOptions taken;
+  for (const CLI::Option* pOption : app.get_options()) {
+    const std::vector<std::string>& names = pOption->get_lnames();
+    const std::string name = names.empty() ? pOption->get_single_name() : "--" + names.front();
+    for (const std::string& value : pOption->results()) {
+      if (name == Blank) {
+        taken.strBlank = LoadInput(value, GreatestFile).text;
+      }
+      if (!IsLeftOut(name) && !value.empty()) {
+        taken.options.emplace_back(names.empty() ? "" : name, value);
+      }
+    }
+  }
+  return taken;
+}
 
 void TraceHead::TakeCommand(const CLI::App& app, const std::string& settingsPath) {
   constexpr std::string_view Program = "photometer ";
   strCommand = app.get_name().starts_with(Program) ? app.get_name().substr(Program.size()) : app.get_name();
-  for (const CLI::Option* pOption : app.get_options()) {
-    const std::string name = pOption->get_lnames().empty() ? "" : "--" + pOption->get_lnames().front();
-    for (const std::string& value : pOption->results()) {
-      if (name == Blank) {
-        strBlank = LoadInput(value, GreatestFile).text;
-      }
-      if (!IsLeftOut(name) && !value.empty()) {
-        options.emplace_back(name, value);
-      }
-    }
-  }
+  call = TakeOptions(app);
   if (!settingsPath.empty()) {
     strSettings = LoadInput(settingsPath, GreatestFile).text;
   }
@@ -204,7 +213,7 @@ void TraceHead::TakeBoard() {
 }
 
 void TraceHead::WriteTo(layer::Transcript& transcript, std::uint64_t nMicroseconds) const {
-  const auto note = [&](const std::string& text) { transcript.Note(nMicroseconds, "host", text); };
+  const auto note = [&](const std::string& text) { transcript.Note(nMicroseconds, HostChannel, text); };
   note(fmt::format("trace {}", FormVersion));
   note("library " + strLibrary);
   note(bVirtual ? "board virtual" : "board real");
@@ -217,11 +226,11 @@ void TraceHead::WriteTo(layer::Transcript& transcript, std::uint64_t nMicrosecon
     note(fmt::format("registry {} {}", name, dwValue));
   }
   note("command " + strCommand);
-  for (const auto& [name, value] : options) {
+  for (const auto& [name, value] : call.options) {
     note(name.empty() ? "word " + value : fmt::format("option {} {}", name, value));
   }
-  NoteFile(transcript, nMicroseconds, "settings", strSettings);
-  NoteFile(transcript, nMicroseconds, "blank", strBlank);
+  NoteFile(transcript, nMicroseconds, SettingsChannel, strSettings);
+  NoteFile(transcript, nMicroseconds, BlankChannel, call.strBlank);
 }
 
 std::variant<TraceHead, std::string> TraceHead::Read(const Trace& trace) {
@@ -231,7 +240,7 @@ std::variant<TraceHead, std::string> TraceHead::Read(const Trace& trace) {
   }
   bool bOver = false;
   for (const TraceLine& line : trace.Lines()) {
-    const bool bHead = IsHeadLine(line);
+    const bool bHead = IsHeadLine(line) && !(bOver && line.channel == BlankChannel);
     bOver = bOver || !bHead;
     if (bHead && (bOver || !TakeLine(line, head))) {
       return fmt::format("{}: \"{}\" cannot stand in the head of a trace; {}", line.nNumber,
@@ -246,10 +255,10 @@ std::variant<TraceHead, std::string> TraceHead::Read(const Trace& trace) {
 }
 
 bool IsHeadLine(const TraceLine& line) {
-  if (line.channel == "host") {
-    return line.text != TraceInterrupt && !line.text.starts_with(TraceEnd);
+  if (line.channel == HostChannel) {
+    return std::ranges::none_of(Events, [&line](std::string_view begin) { return line.text.starts_with(begin); });
   }
-  return line.channel == "settings" || line.channel == "blank";
+  return line.channel == SettingsChannel || line.channel == BlankChannel;
 }
 
 }  // namespace host

@@ -13,12 +13,14 @@
 ///     word on                               a word that belongs to no option
 ///
 /// Options that name files are left out. What the files held that were read stands in the channels `settings` and
-/// `blank`, a line each. After the head, `host` has `interrupt` where a person asked to end what runs, and `end CODE`
-/// as the last line of all.
+/// `blank`, a line each. After the head, `host` has `interrupt` where a person asked to end what runs, what
+/// ShellTrace.h and RecordedTyping.h tell, and `end CODE` as the last line of all.
 #pragma once
 
+#include <cstdint>
 #include <map>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <variant>
 #include <vector>
@@ -33,6 +35,17 @@ class App;
 
 namespace host {
 
+/// What a command was called with.
+struct TracedOptions {
+  /// Name with dashes and value; words have no name. Without those that name files.
+  std::vector<std::pair<std::string, std::string>> options;
+  /// Contents of the file.
+  std::string strBlank;
+};
+
+/// Of a command that has been parsed.
+TracedOptions TakeOptions(const CLI::App& app);
+
 struct TraceHead {
   std::string strLibrary;
   bool bVirtual = false;
@@ -42,11 +55,9 @@ struct TraceHead {
   /// Lamp counters by name, s.
   std::map<std::string, photometer::DWORD> registry;
   std::string strCommand;
-  /// Name with dashes and value; words have no name.
-  std::vector<std::pair<std::string, std::string>> options;
-  /// Contents of the files.
+  TracedOptions call;
+  /// Contents of the file.
   std::string strSettings;
-  std::string strBlank;
 
   /// Command, options and files of a command that has been parsed. The settings file is the one that counts, wherever
   /// it was named.
@@ -58,7 +69,11 @@ struct TraceHead {
   static std::variant<TraceHead, std::string> Read(const Trace& trace);
 };
 
-/// A line of the head, beside the files' contents.
+/// Notes the contents of a file, a line each.
+void NoteFile(photometer::platform::Transcript& transcript, std::uint64_t nMicroseconds, const char* channel,
+              std::string_view bytes);
+
+/// A line of the head, with the files' contents; also the blank of a line of a shell or script.
 bool IsHeadLine(const TraceLine& line);
 
 }  // namespace host

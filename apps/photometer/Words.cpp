@@ -82,4 +82,16 @@ std::variant<std::vector<std::string>, std::string> SplitWords(std::string_view 
   return splitter.Finish();
 }
 
+std::string QuoteWord(std::string_view word) {
+  constexpr std::string_view Plain = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-_=.,:/+";
+  if (!word.empty() && word.find_first_not_of(Plain) == std::string_view::npos) {
+    return std::string(word);
+  }
+  std::string quoted = "'";
+  for (const char character : word) {
+    quoted += character == '\'' ? "'\\''" : std::string(1, character);
+  }
+  return quoted + "'";
+}
+
 }  // namespace host

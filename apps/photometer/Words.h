@@ -13,4 +13,7 @@ namespace host {
 /// line.
 std::variant<std::vector<std::string>, std::string> SplitWords(std::string_view line);
 
+/// The word as `SplitWords` gives it back, whatever is in it.
+std::string QuoteWord(std::string_view word);
+
 }  // namespace host

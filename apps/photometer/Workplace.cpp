@@ -1,13 +1,23 @@
 #include "Workplace.h"
 
+#include <fmt/format.h>
+
+#include "ShellTrace.h"
 #include "Terminal.h"
 #include "platform/Platform.h"
 
 namespace host {
 
-std::string Workplace::Open(const std::optional<BoardPort>& port) {
+bool Workplace::Open(Console& console, const std::optional<BoardPort>& port) {
+  if (console.pReplay != nullptr) {
+    m_board.Take(*console.pReplay);
+    return true;
+  }
   const std::string complaint = m_board.Open(m_boardOptions, m_instrumentOptions, port);
-  return complaint.empty() ? complaint : "photometer: " + complaint + "\nNothing was started.\n";
+  if (!complaint.empty()) {
+    console.messages << "photometer: " << complaint << "\nNothing was started.\n";
+  }
+  return complaint.empty();
 }
 
 bool Workplace::MakeSession(Console& console) {
@@ -45,6 +55,12 @@ RunEnd Workplace::StartUp(AfterFailure after) {
   return m_startUpEnd;
 }
 
+void Workplace::NoteLine(const std::string& name, const TracedOptions& call) {
+  if (photometer::platform::Transcript* pTranscript = m_board.Transcript()) {
+    NoteShellLine(*pTranscript, photometer::platform::CurrentBoard().GetKernel().GetMicroseconds(), name, call);
+  }
+}
+
 void Workplace::EndSession() {
   m_session.reset();
   m_progress.reset();
@@ -55,7 +71,7 @@ ExitCode Workplace::Close(Console& console, ExitCode code) {
     console.messages << "internal fault: " << fault << "\n";
     code = ExitCode::InternalFault;
   }
-  m_board.NoteEnd(code);
+  m_board.Note(fmt::format("{}{}", TraceEnd, static_cast<int>(code)));
   const bool bGood = code == ExitCode::Success || code == ExitCode::CheckFailed;
   if (m_board.CloseTrace()) {
     return code;

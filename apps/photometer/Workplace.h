@@ -13,6 +13,7 @@
 #include "InstrumentOptions.h"
 #include "Progress.h"
 #include "Session.h"
+#include "TraceHead.h"
 
 namespace host {
 
@@ -30,17 +31,17 @@ class Workplace {
   Workplace(BoardOptions board, InstrumentOptions instrument)
       : m_boardOptions(std::move(board)), m_instrumentOptions(std::move(instrument)) {}
 
-  /// Makes the board, which must have this port, if one is given, beside the optical unit's. Returns what is wrong,
-  /// with "nothing was started"; empty when it stands.
-  std::string Open(const std::optional<BoardPort>& port = std::nullopt);
-  /// In place of `Open`, for a replay.
-  void Take(ReplayBoard& replay) { m_board.Take(replay); }
+  /// Makes the board, which must have this port, if one is given, beside the optical unit's; or takes that of a replay.
+  /// False, with a message: nothing was started.
+  bool Open(Console& console, const std::optional<BoardPort>& port = std::nullopt);
   /// Makes the device, if that has not been done. False, with a message: there is none.
   bool MakeSession(Console& console);
   /// Only after `MakeSession`.
   [[nodiscard]] Bench BenchFor(Console& console) { return {console, *m_progress, m_board, *m_session}; }
   /// Starts the instrument up when it is off. An instrument that is on has passed, or its start-up's end is told again.
   RunEnd StartUp(AfterFailure after);
+  /// Notes in the trace that a line of a shell or script begins.
+  void NoteLine(const std::string& name, const TracedOptions& call);
   /// Switches the instrument off and gives the device back.
   void EndSession();
   /// After `EndSession`: tells faults of the board and ends the transcript. The code, or a worse one.

@@ -1,12 +1,14 @@
 // Input: a trace, as `photometer replay` reads it.
 // Checks: either a message with the number of a line, or as many lines as there are line ends, each with a channel and
 // a time; a head that is taken has a command, and what is wrong with one is said with its line; a trace is the same as
-// itself.
+// itself; the words of its shell lines are the same when they are quoted again.
 #include <algorithm>
 
+#include "ShellTrace.h"
 #include "Trace.h"
 #include "TraceComparison.h"
 #include "TraceHead.h"
+#include "Words.h"
 #include "support/Target.h"
 
 namespace {
@@ -29,6 +31,16 @@ void Check(std::string_view input) {
   for (const host::TraceLine& line : trace.Lines()) {
     Require(!line.channel.empty() && line.nNumber > 0, "channel and number");
     fuzz::RequirePrintable(host::ShowTraceLine(line));
+  }
+  for (const host::TracedShellLine& line : host::ShellLinesOf(trace)) {
+    const auto words = host::SplitWords(line.strText);
+    if (const auto* pWords = std::get_if<std::vector<std::string>>(&words)) {
+      std::string again;
+      for (const std::string& word : *pWords) {
+        again += host::QuoteWord(word) + ' ';
+      }
+      Require(host::SplitWords(again) == words, "words are the same when they are quoted");
+    }
   }
   for (const host::Comparison comparison : {host::Comparison::Order, host::Comparison::Times}) {
     Require(!host::Compare(trace, trace, comparison), "a trace is the same as itself");

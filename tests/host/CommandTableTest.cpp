@@ -28,6 +28,11 @@ TEST(Words, AreTakenAsQuoted) {
                {"\"a \\\" b\"'c'", {"a \" bc"}}};
   for (const auto& one : cases) {
     EXPECT_EQ(std::get<Words>(SplitWords(one.line)), one.words) << one.line;
+    std::string quoted;
+    for (const std::string& word : one.words) {
+      quoted += QuoteWord(word) + " ";
+    }
+    EXPECT_EQ(std::get<Words>(SplitWords(quoted)), one.words) << quoted;
   }
   EXPECT_THAT(std::get<std::string>(SplitWords("a \"b")), HasSubstr("quote \" has no end"));
   EXPECT_THAT(std::get<std::string>(SplitWords("a\\")), HasSubstr("backslash"));

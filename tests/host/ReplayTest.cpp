@@ -1,3 +1,5 @@
+#include <signal.h>
+
 #include <fstream>
 #include <sstream>
 
@@ -7,6 +9,7 @@
 #include "Trace.h"
 #include "TraceComparison.h"
 #include "TraceHead.h"
+#include "host/ChildProcess.h"
 #include "host/Spoken.h"
 #include "support/TemporaryFolder.h"
 
@@ -16,6 +19,8 @@ namespace {
 using photometer::tests::TemporaryFolder;
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
+
+const std::string Program = std::string(PHOTOMETER_PROGRAM_FOLDER) + "/photometer";
 
 std::string Replaced(std::string text, const std::string& from, const std::string& to) {
   const std::size_t nAt = text.find(from);
@@ -113,6 +118,36 @@ TEST(Replay, SimulatedRunsRepeat) {
   }
 }
 
+/// What was typed, and what a script said, is in the trace, and the blanks that it read.
+TEST(Replay, SessionsRepeat) {
+  const TemporaryFolder folder;
+  folder.Write("script.txt", "measure --wavelengths 436,525 --label 'it'\\''s' --output " + folder.At("blank.csv") +
+                                 "\nmeasure --wavelengths 436,525 --sample neutral:0.5 --blank " +
+                                 folder.At("blank.csv") + "\nmeasure --help\nstart-up\nexternal\nquit\nturbidity\n");
+  ASSERT_EQ(Simulate({"run", folder.At("script.txt"), "--trace", folder.At("run.trace")}).code, ExitCode::Success);
+  ASSERT_EQ(
+      Simulate({"external", "--linger", "2s", "--trace", folder.At("external.trace")}, {.typed = {"a\nb", "\x01"}})
+          .code,
+      ExitCode::Success);
+  ChildProcess shell({Program, "shell", "--simulate", "--trace", folder.At("shell.trace")});
+  shell.Write("turbidity\nmesure\nmeasure --wavelengths 436,525 --blank " + folder.At("blank.csv") + "\nquit\n");
+  shell.ReadOutputUntil("");
+  ASSERT_EQ(shell.Wait(), 0);
+  ChildProcess ended({Program, "shell", "--simulate", "--trace", folder.At("ended.trace")});
+  ended.Write("turbidity\n");
+  ended.ReadOutputUntil("low");
+  ended.Signal(SIGTERM);
+  ASSERT_EQ(ended.Wait(), 12);
+  std::filesystem::remove(folder.At("script.txt"));
+  std::filesystem::remove(folder.At("blank.csv"));
+  for (const char* name : {"run", "external", "shell", "ended"}) {
+    const Spoken replayed = Speak({"replay", folder.At(name + std::string(".trace")), "--times"});
+    EXPECT_EQ(replayed.code, ExitCode::Success) << replayed.results << replayed.messages;
+  }
+  folder.Write("run.trace", Replaced(folder.Read("run.trace"), "line start-up", "line turbidity"));
+  EXPECT_EQ(Speak({"replay", folder.At("run.trace")}).code, ExitCode::TraceDiffers);
+}
+
 /// Ended by a person before the cuvette holder was looked at.
 TEST(Replay, ARunThatEndedEarlyRepeats) {
   const TemporaryFolder folder;
@@ -152,7 +187,7 @@ TEST(Replay, TellsWhereTheRunLeavesItsTrace) {
       {"another form", Replaced(text, "trace 1", "trace 2"), ExitCode::BadInput, "run.trace:1: \"trace 2\" cannot"},
       {"a file's name", Replaced(text, "option --wavelengths", "option --output"), ExitCode::BadInput, "--output"},
       {"no option", Replaced(text, "option --wavelengths", "option --wavelengthz"), ExitCode::BadInput, "wavelengthz"},
-      {"a shell", Replaced(text, "command measure", "command shell"), ExitCode::BadInput, "cannot be replayed"},
+      {"no run", Replaced(text, "command measure", "command explain"), ExitCode::BadInput, "cannot be replayed"},
       {"cut off", text.substr(0, text.size() - 1), ExitCode::BadInput, "the line is cut off"},
   };
   for (const auto& one : cases) {
