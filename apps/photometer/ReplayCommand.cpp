@@ -36,7 +36,7 @@ class RecordedFiles {
  public:
   /// Path of a new file of these bytes.
   std::string Write(std::string_view bytes) {
-    const std::string path = m_folder.Write(fmt::format("{}", ++m_nFiles), bytes);
+    std::string path = m_folder.Write(fmt::format("{}", ++m_nFiles), bytes);
     m_bWritten = m_bWritten && !path.empty();
     return path;
   }

@@ -1,5 +1,7 @@
 #include "ShellTrace.h"
 
+#include <fmt/format.h>
+
 #include "Words.h"
 
 namespace host {
@@ -20,7 +22,7 @@ void NoteShellLine(photometer::platform::Transcript& transcript, std::uint64_t n
                    const TracedOptions& call) {
   std::string text = std::string(TraceCommandLine) + name;
   for (const auto& [option, value] : call.options) {
-    text += " " + QuoteWord(option.empty() ? value : option + "=" + value);
+    text += " " + QuoteWord(option.empty() ? value : fmt::format("{}={}", option, value));
   }
   transcript.Note(nMicroseconds, HostChannel, text);
   NoteFile(transcript, nMicroseconds, BlankChannel, call.strBlank);

@@ -110,7 +110,7 @@ Spoken RunScript(const std::string& script, const Words& more = {}) {
   const std::filesystem::path before = std::filesystem::current_path();
   std::filesystem::current_path(folder.Path());
   folder.Write("s.txt", script);
-  const Spoken spoken = Simulate(Joined({"run", "s.txt"}, more));
+  Spoken spoken = Simulate(Joined({"run", "s.txt"}, more));
   std::filesystem::current_path(before);
   return spoken;
 }
