@@ -51,15 +51,15 @@ Finding NoCancelLost(const Evidence& evidence) {
 
 /// Between two places in the ledger, what the run takes for itself, µs: neither the warm-up of the deuterium lamp, nor
 /// the wait for a pump that is silent, nor what the host does inside callbacks.
-std::uint64_t OwnTime(const Ledger& ledger, const ProcedureRun& run, std::size_t nFrom, std::size_t nTo) {
+std::uint64_t OwnTime(const Evidence& evidence, const ProcedureRun& run, std::size_t nFrom, std::size_t nTo) {
   bool bLampSwitching = false;
   std::size_t nCallsInCallbacks = 0;
   std::uint64_t nTime = 0;
   for (std::size_t i = 1; i <= nTo; ++i) {
-    const Event& event = ledger.Events()[i];
+    const Event& event = evidence.ledger.Events()[i];
     const bool bOfRun = event.dwThread == run.dwThread;
     if (i > nFrom && !bLampSwitching && nCallsInCallbacks == 0) {
-      nTime += event.nTime - ledger.Events()[i - 1].nTime;
+      nTime += event.nTime - evidence.ledger.Events()[i - 1].nTime;
     }
     if (bOfRun && event.name == "OnLampSwitching") {
       bLampSwitching = event.a != 0;
@@ -67,7 +67,8 @@ std::uint64_t OwnTime(const Ledger& ledger, const ProcedureRun& run, std::size_t
       nTime = 0;
     } else if (event.kind == EventKind::CallBegins && event.b != 0) {
       ++nCallsInCallbacks;
-    } else if (event.kind == EventKind::CallEnds && nCallsInCallbacks > 0) {
+    } else if (event.kind == EventKind::CallEnds &&
+               evidence.runs.calls[static_cast<std::size_t>(event.a)].bInCallback) {
       --nCallsInCallbacks;
     }
   }
@@ -85,7 +86,7 @@ Finding CancelHeardSoon(const Evidence& evidence) {
       continue;
     }
     const auto nCancelled = static_cast<std::size_t>(pCancelled - evidence.ledger.Events().data());
-    const std::uint64_t nTime = OwnTime(evidence.ledger, run, pCancel->nEnd, nCancelled);
+    const std::uint64_t nTime = OwnTime(evidence, run, pCancel->nEnd, nCancelled);
     if (nTime > LongestStep) {
       return run.name + " ended " + std::to_string(nTime / 1000) + " ms after it had been cancelled";
     }

@@ -59,6 +59,7 @@ std::string Broken(const char* operation, const char* thread, const std::vector<
       continue;
     }
     const std::int64_t nOther = ledger.BeginCall(one.name, one.b != 0);
+    ledger.EndCall(ledger.BeginCall("status", false), "status", 0);  // another thread's, meanwhile
     board.GetKernel().Sleep(static_cast<photometer::DWORD>(one.a) * 1000);
     ledger.EndCall(nOther, one.name, 0);
   }
