@@ -19,9 +19,17 @@ constexpr int Hexadecimal = 16;
 
 std::string Harmless(std::string_view message) {
   std::string text;
+  char before = 0;
   for (const char byte : message) {
-    const bool bControl = static_cast<unsigned char>(byte) < ' ' || byte == '\x7F';
-    text += bControl && byte != '\n' ? photometer::platform::Printable({&byte, 1}) : std::string(1, byte);
+    const auto nByte = static_cast<unsigned char>(byte);
+    const bool bControl = (nByte < ' ' && byte != '\n') || byte == '\x7F';
+    if (before == '\xC2' && nByte >= 0x80 && nByte <= 0x9F) {  // U+0080 to U+009F
+      text.pop_back();
+      text += photometer::platform::Printable(std::string{before, byte});
+    } else {
+      text += bControl ? photometer::platform::Printable({&byte, 1}) : std::string(1, byte);
+    }
+    before = byte;
   }
   return text;
 }

@@ -6,8 +6,8 @@
 
 namespace host {
 
-/// A message with words of a person or file in it: control bytes, which a terminal would obey, as \xNN. Line ends and
-/// letters of every language stay.
+/// A message with words of a person or file in it: control characters, which a terminal would obey, as \xNN. Line ends
+/// and letters of every language stay.
 std::string Harmless(std::string_view message);
 
 /// The bytes that a text stands for: each \xNN is one byte, everything else stands for itself.

@@ -7,6 +7,7 @@
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
+#include "ByteText.h"
 #include "InputFile.h"
 #include "ListingFormat.h"
 #include "OutputFile.h"
@@ -25,7 +26,7 @@ using photometer::SettingsKey;
 using photometer::SettingsLine;
 
 ExitCode Complain(Console& console, const std::string& text) {
-  console.messages << "photometer: " << text << "\n";
+  console.messages << "photometer: " << Harmless(text) << "\n";
   return ExitCode::BadInput;
 }
 
