@@ -14,7 +14,7 @@ class App;
 
 namespace host {
 
-class LineReader;
+class RecordedLines;
 class ReplayBoard;
 class Workplace;
 
@@ -33,8 +33,8 @@ struct Console {
   Input* pInput = nullptr;
   /// The board of a replayed trace, which counts before the options' board. Null: nothing is replayed.
   ReplayBoard* pReplay = nullptr;
-  /// The lines of a shell. Null: those of the standard input.
-  LineReader* pLines = nullptr;
+  /// Its lines of a shell or script. Null: nothing is replayed.
+  RecordedLines* pLines = nullptr;
 };
 
 class Command {

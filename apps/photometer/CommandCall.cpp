@@ -141,6 +141,10 @@ std::variant<NamedCommand, std::string> FindNamedCommand(const std::vector<std::
                                : fmt::format("\"{}\" is half a command; say {}", name, continuations);
 }
 
+bool WorksOnInstrument(const CommandEntry& entry) {
+  return CommandCall(entry, nullptr).App().get_option_no_throw("--trace") != nullptr;
+}
+
 std::variant<std::unique_ptr<CommandCall>, Refusal> PrepareCommandCall(const std::vector<std::string>& words,
                                                                        Workplace* pWorkplace) {
   auto found = FindNamedCommand(words);

@@ -48,6 +48,9 @@ struct NamedCommand {
 /// Finds a name of one word or two, or says what is wrong. There is at least one word.
 std::variant<NamedCommand, std::string> FindNamedCommand(const std::vector<std::string>& words);
 
+/// The command works on an instrument: a trace of it can be written, and replayed.
+bool WorksOnInstrument(const CommandEntry& entry);
+
 /// Why a call is not run.
 struct Refusal {
   std::string text;

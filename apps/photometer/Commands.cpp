@@ -170,7 +170,7 @@ std::vector<CommandEntry> OtherCommands() {
           Make<ReplayCommand>,
           "Runs the command of a file that --trace wrote, in virtual time, against what the file recorded of the "
           "instrument, and compares what is sent, told and logged. Ends with 20 and the first difference when "
-          "something else comes. Traces of shell, run and external cannot be replayed.",
+          "something else comes.",
           {"photometer replay trouble.trace", "photometer replay trouble.trace --show"},
           false},
       CommandEntry{"board check",

@@ -1,5 +1,6 @@
 #include "ExitCodes.h"
 
+#include <algorithm>
 #include <array>
 
 #include <fmt/format.h>
@@ -34,6 +35,12 @@ constexpr std::array Entries = {
 }  // namespace
 
 std::span<const ExitCodeEntry> ExitCodes() { return Entries; }
+
+std::optional<ExitCode> FindExitCode(std::string_view number) {
+  const auto entry = std::ranges::find_if(
+      Entries, [number](const ExitCodeEntry& one) { return std::to_string(static_cast<int>(one.code)) == number; });
+  return entry == Entries.end() ? std::nullopt : std::optional(entry->code);
+}
 
 std::string ExitCodeText(ExitCode code) {
   std::string text = fmt::format("exit code {}", static_cast<int>(code));

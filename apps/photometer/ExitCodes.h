@@ -1,6 +1,7 @@
 /// How the program ends: one code for each kind of end, for scripts. docs/exit-codes.md holds the same table.
 #pragma once
 
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -32,6 +33,9 @@ struct ExitCodeEntry {
 
 /// All codes, lowest first.
 std::span<const ExitCodeEntry> ExitCodes();
+
+/// Of a number as text; nothing: there is no such code.
+std::optional<ExitCode> FindExitCode(std::string_view number);
 
 /// "exit code 12, cancelled: ..."
 std::string ExitCodeText(ExitCode code);

@@ -60,6 +60,10 @@ void HostBoard::NoteHead(const BoardOptions& options, const InstrumentOptions& i
   head.TakeBoard();
   if (options.pApp != nullptr) {
     head.TakeCommand(*options.pApp, instrument.SettingsPath());
+    // All lines of a script have asked for theirs before it starts; those of a shell ask one after the other.
+    if (head.strCommand != "shell") {
+      head.TakeZeros(instrument.Calibration().ZeroWavelengths);
+    }
   }
   head.WriteTo(m_transcript, layer::CurrentBoard().GetKernel().GetMicroseconds());
 }

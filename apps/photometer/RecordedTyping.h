@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "ExitCodes.h"
 #include "Input.h"
 #include "LineReader.h"
 #include "ReplayBoard.h"
@@ -18,18 +19,20 @@ namespace host {
 
 class RecordedLines final : public LineReader {
  public:
-  /// `bCancelled`: a request to end came behind the last one.
-  RecordedLines(ReplayBoard& board, std::vector<TracedShellLine> lines, bool bCancelled)
-      : m_board(board), m_lines(std::move(lines)), m_bCancelled(bCancelled) {}
+  RecordedLines(ReplayBoard& board, const Trace& trace, std::vector<TracedShellLine> lines);
 
   InputLine Read() override;
+  /// Waits for the end of the lines. The exit code then; nothing: the trace ends before, or has been left.
+  std::optional<ExitCode> End();
   [[nodiscard]] bool HasTerminal() const override { return false; }
 
  private:
   ReplayBoard& m_board;
   std::vector<TracedShellLine> m_lines;
-  bool m_bCancelled;
   std::size_t m_nNext = 0;
+  /// In the trace; 0: it has no end of the lines.
+  std::size_t m_nEnd = 0;
+  std::optional<ExitCode> m_endCode;
 };
 
 class RecordedInput final : public Input {

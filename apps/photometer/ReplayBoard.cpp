@@ -24,8 +24,9 @@ using photometer::DWORD;
 
 // The replay is as fast as the recorded run or faster, so that this is far beyond every wait of the host's, µs.
 constexpr simulator::Time LongestAfterEnd = 600'000'000;
-// Between two looks at whether a person has ended the replay, in virtual time, ms.
+// Between two looks at whether a person has ended the replay, and at bytes that something follows, in virtual time, ms.
 constexpr DWORD LongestSleep = 1000;
+constexpr DWORD SleepForBytes = 10;
 // By how much a recorded run is behind the replay between two commands, ms.
 constexpr DWORD MostAhead = 10'000;
 
@@ -217,9 +218,9 @@ bool ReplayBoard::WaitFor(std::size_t nLine) {
   Director& director = m_pParts->director;
   const layer::VirtualBoard& board = m_pParts->board;
   while (!IsDue(nLine) && !director.IsOver()) {
-    // What comes behind bytes that were not sent yet is due nobody knows when.
-    const simulator::Time nRest = m_pParts->cues.DueTime(nLine).value_or(board.Now()) - board.Now();
-    m_pParts->kernel.Sleep(static_cast<DWORD>(std::clamp<simulator::Time>(nRest / 1000, 1, LongestSleep)));
+    const std::optional<simulator::Time> due = m_pParts->cues.DueTime(nLine);
+    const simulator::Time nRest = due ? (*due - board.Now()) / 1000 : SleepForBytes;
+    m_pParts->kernel.Sleep(static_cast<DWORD>(std::clamp<simulator::Time>(nRest, 1, LongestSleep)));
     director.Look(board.Now());
   }
   return !director.IsOver();

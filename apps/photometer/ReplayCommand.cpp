@@ -6,10 +6,12 @@
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
+#include "ByteText.h"
 #include "InputFile.h"
 #include "RecordedTyping.h"
 #include "ReplayBoard.h"
 #include "ScratchFolder.h"
+#include "ShellLine.h"
 #include "Words.h"
 #include "logging/LogFiles.h"
 
@@ -26,9 +28,22 @@ constexpr std::string_view ScriptCommandName = "run";
 /// Nothing: the command cannot be run again.
 const CommandEntry* FindReplayable(const std::string& name) {
   const CommandEntry* pEntry = FindCommand(name);
-  const bool bTraced =
-      pEntry != nullptr && CommandCall(*pEntry, nullptr).App().get_option_no_throw("--trace") != nullptr;
-  return bTraced ? pEntry : nullptr;
+  return pEntry != nullptr && WorksOnInstrument(*pEntry) ? pEntry : nullptr;
+}
+
+/// Nothing but what a trace has: no line names a file of this machine.
+bool CanBeRun(const TracedShellLine& line) {
+  const auto split = SplitWords(line.strText);
+  const auto* pWords = std::get_if<std::vector<std::string>>(&split);
+  if (pWords == nullptr || pWords->empty() ||
+      std::ranges::any_of(*pWords, [](const std::string& word) { return IsLeftOut(word.substr(0, word.find('='))); })) {
+    return false;
+  }
+  const auto named = FindNamedCommand(*pWords);
+  const auto* pNamed = std::get_if<NamedCommand>(&named);
+  return pNamed != nullptr ? WorksOnInstrument(*pNamed->pEntry)
+                           : pWords->size() == 1 && std::ranges::find(ShellWords(), pWords->front(),
+                                                                      &ShellWord::name) != ShellWords().end();
 }
 
 /// The files that the recorded command read, written again.
@@ -73,7 +88,7 @@ std::vector<std::string> Arguments(const TraceHead& head, const std::vector<Trac
     arguments.push_back("--blank=" + files.Write(head.call.strBlank));
   }
   if (head.strCommand == ScriptCommandName) {
-    std::string script;
+    std::string script = "\n";  // one without lines may have been cut off, too
     for (const TracedShellLine& line : lines) {
       script += line.strText + "\n";
     }
@@ -113,6 +128,12 @@ void ReplayCommand::Check() {
     Complain(fmt::format("1: a trace of \"{}\" cannot be replayed; give one of a command that works on an instrument",
                          m_head.strCommand));
   }
+  for (const TracedShellLine& line : ShellLinesOf(*m_trace)) {
+    if (!CanBeRun(line)) {
+      Complain(fmt::format("{}: \"{}\" cannot stand in a trace; record the run again, with --trace", line.nNumber,
+                           photometer::platform::Printable(line.strText)));
+    }
+  }
   if (m_bTimes && !m_head.bVirtual) {
     throw CLI::ValidationError("--times", "is for the trace of a simulated run; leave it out");
   }
@@ -129,8 +150,8 @@ ExitCode ReplayCommand::Run(Console& console) {
   }
   CommandCall call(*FindReplayable(m_head.strCommand), nullptr);
   if (const std::string complaint = call.Parse(arguments); !complaint.empty()) {
-    console.messages << fmt::format("photometer: {}:1: the command of the trace cannot be run: {}\n", m_strFile,
-                                    complaint);
+    console.messages << Harmless(
+        fmt::format("photometer: {}:1: the command of the trace cannot be run: {}\n", m_strFile, complaint));
     return ExitCode::BadInput;
   }
   std::string replayed;
@@ -152,9 +173,7 @@ ExitCode ReplayCommand::Replay(Console& console, CommandCall& call, const std::v
   std::ostringstream nowhere;
   Console replayed{m_bShow ? console.results : nowhere, m_bShow ? console.messages : nowhere, false, interrupt};
   replayed.pReplay = &board;
-  // Only a request to end the program ends a shell as cancelled.
-  const std::string cancelled = fmt::format("{}{}", TraceEnd, static_cast<int>(ExitCode::Cancelled));
-  RecordedLines typed(board, lines, !m_trace->IsComplete() || m_trace->Lines().back().text == cancelled);
+  RecordedLines typed(board, *m_trace, lines);
   RecordedInput input(board, *m_trace);
   replayed.pLines = &typed;
   replayed.pInput = &input;

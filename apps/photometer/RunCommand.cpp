@@ -93,6 +93,10 @@ void RunCommand::Check() {
   }
   m_results.Check();
   m_results.CheckBeside("--trace", m_board.traceFile);
+  // Only a line that is run changes what the others find.
+  for (std::size_t i = 0; HasJoined() && i < m_neededZeros.size(); ++i) {
+    m_pWorkplace->AddZero(m_neededZeros[i]);
+  }
 }
 
 void RunCommand::KeepPumpParameters(DWORD dwPumpTime, DWORD dwPumpParam2) {
@@ -104,9 +108,7 @@ void RunCommand::KeepPumpParameters(DWORD dwPumpTime, DWORD dwPumpParam2) {
 
 void RunCommand::NeedZero(double dWavelength) {
   m_instrument.AddZero(dWavelength);
-  if (HasJoined()) {
-    m_pWorkplace->AddZero(dWavelength);
-  }
+  m_neededZeros.push_back(dWavelength);
 }
 
 ExitCode RunCommand::Run(Console& console) {

@@ -92,6 +92,7 @@ class RunCommand : public Command {
   ExitCode WriteResults(Console& console, ExitCode code);
 
   Holder m_holder;
+  std::vector<double> m_neededZeros;
   photometer::DWORD m_dwCuvetteWait = 0;
   /// Null: the command has an instrument of its own.
   Workplace* m_pWorkplace = nullptr;

@@ -62,7 +62,7 @@ ExitCode ScriptCommand::Run(Console& console) {
   Console joined = console;
   joined.pWorkplace = &*m_workplace;
   joined.pInput = m_strFile == "-" ? nullptr : console.pInput;
-  const ExitCode code = m_script.Run(joined, m_bKeepGoing);
+  const ExitCode code = m_workplace->EndLines(console, m_script.Run(joined, m_bKeepGoing));
   m_workplace->EndSession();
   return m_workplace->Close(console, code);
 }

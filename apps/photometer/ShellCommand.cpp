@@ -5,6 +5,7 @@
 
 #include "ByteText.h"
 #include "LineReader.h"
+#include "RecordedTyping.h"
 #include "ShellLine.h"
 #include "Words.h"
 
@@ -87,6 +88,7 @@ ExitCode ShellCommand::Run(Console& console) {
     console.messages << "\"help\" lists the commands, \"quit\" switches the instrument off\n" << std::flush;
   }
   ExitCode code = console.interrupt.EndWanted() ? ExitCode::Cancelled : Converse(reader, joined);
+  code = workplace.EndLines(console, code);
   if (code == ExitCode::Success && !console.results) {
     code = ExitCode::OutputFailed;
   }

@@ -156,7 +156,7 @@ ExitCode ShellLine::Run(Console& console) {
     console.pWorkplace->NoteLine(m_pWord->name, {});
     return m_pWord->run(m_words, console);
   }
-  if (!m_pCall->AsksForHelp()) {
+  if (!m_pCall->AsksForHelp() && WorksOnInstrument(m_pCall->Entry())) {
     console.pWorkplace->NoteLine(m_pCall->Entry().name, TakeOptions(m_pCall->App()));
   }
   return m_pCall->Run(console);

@@ -3,7 +3,8 @@
 ///     line measure --wavelengths=436,525 '--label=batch 7'
 ///
 /// with its words in quotes where they need some, without options that name files. The blank that it reads follows in
-/// the channel `blank`. A line that could not be run is not there.
+/// the channel `blank`. A line that could not be run, or does not work on the instrument, is not there. Where the lines
+/// end stands `lines-end CODE`, with the exit code so far.
 #pragma once
 
 #include <cstddef>

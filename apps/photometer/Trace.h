@@ -62,6 +62,8 @@ inline constexpr std::string_view TraceEnd = "end ";
 inline constexpr std::string_view TraceInterrupt = "interrupt";
 /// A line of a shell or script begins: before its words.
 inline constexpr std::string_view TraceCommandLine = "line ";
+/// There are no more of them: before the exit code so far.
+inline constexpr std::string_view TraceLinesEnd = "lines-end ";
 /// For the external port: before what was typed. `TraceInputEnd`: nothing more comes.
 inline constexpr std::string_view TraceTyped = "typed ";
 inline constexpr std::string_view TraceInputEnd = "input-end";

@@ -26,18 +26,16 @@ using photometer::WORD;
 
 constexpr std::string_view FormVersion = "1";
 constexpr const char* Settings = "--settings";
+constexpr const char* Zeros = "--zeros";
 constexpr const char* Blank = "--blank";
 // As the options themselves take.
 constexpr std::size_t GreatestFile = 64U << 20;
 constexpr const char* WhatToDo = "record the run again, with \"photometer ... --trace FILE\"";
 
-/// They name files of the machine that the run was recorded on.
-constexpr std::array<std::string_view, 9> LeftOut = {"--board",     "--trace", "--output", "--plot", "--force",
-                                                     "--host-file", Settings,  Blank,      "script"};
+constexpr std::array<std::string_view, 10> LeftOut = {"--board",     "--trace", "--output", "--plot", "--force",
+                                                      "--host-file", Settings,  Blank,      "--help", "script"};
 /// They stand behind the head.
-constexpr std::array Events = {TraceInterrupt, TraceEnd, TraceCommandLine, TraceTyped, TraceInputEnd};
-
-bool IsLeftOut(std::string_view option) { return std::find(LeftOut.begin(), LeftOut.end(), option) != LeftOut.end(); }
+constexpr std::array Events = {TraceInterrupt, TraceEnd, TraceCommandLine, TraceLinesEnd, TraceTyped, TraceInputEnd};
 
 template <typename Number>
 std::optional<Number> ParseNumber(std::string_view text) {
@@ -170,6 +168,8 @@ void NoteFile(layer::Transcript& transcript, std::uint64_t nMicroseconds, const 
   }
 }
 
+bool IsLeftOut(std::string_view option) { return std::ranges::find(LeftOut, option) != LeftOut.end(); }
+
 TracedOptions TakeOptions(const CLI::App& app) {
   TracedOptions taken;
   for (const CLI::Option* pOption : app.get_options()) {
@@ -193,6 +193,13 @@ void TraceHead::TakeCommand(const CLI::App& app, const std::string& settingsPath
   call = TakeOptions(app);
   if (!settingsPath.empty()) {
     strSettings = LoadInput(settingsPath, GreatestFile).text;
+  }
+}
+
+void TraceHead::TakeZeros(const std::vector<double>& wavelengths) {
+  std::erase_if(call.options, [](const auto& option) { return option.first == Zeros; });
+  if (!wavelengths.empty()) {
+    call.options.emplace_back(Zeros, fmt::format("{}", fmt::join(wavelengths, ",")));
   }
 }
 

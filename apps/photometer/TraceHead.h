@@ -43,6 +43,9 @@ struct TracedOptions {
   std::string strBlank;
 };
 
+/// An option that names a file of the machine that the run was recorded on, or has no part in the run.
+bool IsLeftOut(std::string_view option);
+
 /// Of a command that has been parsed.
 TracedOptions TakeOptions(const CLI::App& app);
 
@@ -62,6 +65,8 @@ struct TraceHead {
   /// Command, options and files of a command that has been parsed. The settings file is the one that counts, wherever
   /// it was named.
   void TakeCommand(const CLI::App& app, const std::string& settingsPath);
+  /// Wavelengths of the zero measurement, in place of those that the command was called with.
+  void TakeZeros(const std::vector<double>& wavelengths);
   /// Library, time, tick counter and registry of the board that is the layer's current one.
   void TakeBoard();
   void WriteTo(photometer::platform::Transcript& transcript, std::uint64_t nMicroseconds) const;

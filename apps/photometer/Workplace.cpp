@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 
+#include "ByteText.h"
+#include "RecordedTyping.h"
 #include "ShellTrace.h"
 #include "Terminal.h"
 #include "platform/Platform.h"
@@ -15,7 +17,7 @@ bool Workplace::Open(Console& console, const std::optional<BoardPort>& port) {
   }
   const std::string complaint = m_board.Open(m_boardOptions, m_instrumentOptions, port);
   if (!complaint.empty()) {
-    console.messages << "photometer: " << complaint << "\nNothing was started.\n";
+    console.messages << "photometer: " << Harmless(complaint) << "\nNothing was started.\n";
   }
   return complaint.empty();
 }
@@ -59,6 +61,14 @@ void Workplace::NoteLine(const std::string& name, const TracedOptions& call) {
   if (photometer::platform::Transcript* pTranscript = m_board.Transcript()) {
     NoteShellLine(*pTranscript, photometer::platform::CurrentBoard().GetKernel().GetMicroseconds(), name, call);
   }
+}
+
+ExitCode Workplace::EndLines(Console& console, ExitCode code) {
+  if (console.pLines != nullptr) {
+    code = console.pLines->End().value_or(code);
+  }
+  m_board.Note(fmt::format("{}{}", TraceLinesEnd, static_cast<int>(code)));
+  return code;
 }
 
 void Workplace::EndSession() {

@@ -42,6 +42,9 @@ class Workplace {
   RunEnd StartUp(AfterFailure after);
   /// Notes in the trace that a line of a shell or script begins.
   void NoteLine(const std::string& name, const TracedOptions& call);
+  /// Notes that there are no more of them, or, in a replay, waits until there are none. The code, or, in a replay, the
+  /// recorded one: a line that is not in the trace may have decided it.
+  ExitCode EndLines(Console& console, ExitCode code);
   /// Switches the instrument off and gives the device back.
   void EndSession();
   /// After `EndSession`: tells faults of the board and ends the transcript. The code, or a worse one.
