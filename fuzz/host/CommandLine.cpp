@@ -1,8 +1,9 @@
 // Input: the words of a call of `photometer`, a line each. They are parsed and checked, and nothing is started.
 // Checks: a refused call ends with exit code 2, writes no results, and says what is wrong, that nothing was started,
-// and where to look.
+// and where to look, without control bytes.
 #include <sstream>
 
+#include "ByteText.h"
 #include "CommandCall.h"
 #include "support/Lines.h"
 #include "support/Target.h"
@@ -19,7 +20,8 @@ void CheckRefused(const host::Refusal& refusal) {
   host::Console console{results, messages, false, interrupt};
   Require(host::Refuse(console, refusal) == host::ExitCode::BadInput, "a refused call ends with exit code 2");
   Require(results.str().empty(), "a refused call has no results");
-  fuzz::RequireMessage(messages.str(), refusal.text);
+  fuzz::RequireMessage(messages.str(), host::Harmless(refusal.text));
+  fuzz::RequirePrintable(messages.str());
   Require(messages.str().starts_with("photometer: ") &&
               messages.str().find("\nNothing was started. \"photometer ") != std::string::npos,
           "who speaks, and what to do: " + messages.str());
