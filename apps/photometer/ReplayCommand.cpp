@@ -22,6 +22,8 @@ namespace {
 // A scan of the whole range at the finest step, with its blank, has a tenth of it.
 constexpr std::size_t GreatestTrace = 256U << 20;
 constexpr std::size_t LinesAround = 4;
+// A day less than a trace may have, since a replay that leaves its trace goes on for a while, µs.
+constexpr std::uint64_t LongestReplay = 30ULL * 24 * 3600 * 1'000'000;
 
 constexpr std::string_view ScriptCommandName = "run";
 
@@ -119,6 +121,11 @@ void ReplayCommand::Check() {
     Complain(*pComplaint);
   }
   m_trace = std::get<Trace>(std::move(trace));
+  const auto late =
+      std::ranges::find_if(m_trace->Lines(), [](const TraceLine& line) { return line.nMicroseconds > LongestReplay; });
+  if (late != m_trace->Lines().end()) {
+    Complain(fmt::format("{}: the time is beyond 30 days; no longer run can be replayed", late->nNumber));
+  }
   auto head = TraceHead::Read(*m_trace);
   if (const auto* pComplaint = std::get_if<std::string>(&head)) {
     Complain(*pComplaint);

@@ -208,6 +208,7 @@ TEST(Replay, TellsWhereTheRunLeavesItsTrace) {
       {"a file's name", Replaced(text, "option --wavelengths", "option --output"), ExitCode::BadInput, "--output"},
       {"no option", Replaced(text, "option --wavelengths", "option --wavelengthz"), ExitCode::BadInput, "wavelengthz"},
       {"no run", Replaced(text, "command measure", "command explain"), ExitCode::BadInput, "cannot be replayed"},
+      {"too late", text + "2592000001.000\thost\tend 0\n", ExitCode::BadInput, "beyond 30 days"},
       {"cut off", text.substr(0, text.size() - 1), ExitCode::BadInput, "the line is cut off"},
   };
   for (const auto& one : cases) {
