@@ -7,6 +7,7 @@
 #include "../../apps/common/Roff.h"
 #include "CommandCall.h"
 #include "ManualPage.h"
+#include "TraceHead.h"
 #include "Words.h"
 #include "host/Spoken.h"
 #include "support/TemporaryFolder.h"
@@ -36,6 +37,19 @@ TEST(Words, AreTakenAsQuoted) {
   }
   EXPECT_THAT(std::get<std::string>(SplitWords("a \"b")), HasSubstr("quote \" has no end"));
   EXPECT_THAT(std::get<std::string>(SplitWords("a\\")), HasSubstr("backslash"));
+}
+
+/// A replay touches no file that its trace names.
+TEST(CommandTable, EveryOptionOfAFileStaysOutOfTraces) {
+  for (const CommandEntry& entry : Commands()) {
+    const CommandCall call(entry, nullptr);
+    for (const CLI::Option* pOption : call.App().get_options()) {
+      const std::string name = pOption->get_positional() ? pOption->get_single_name() : pOption->get_name();
+      if (WorksOnInstrument(entry) && pOption->get_type_name().starts_with("FILE")) {
+        EXPECT_TRUE(IsLeftOut(name)) << entry.name << " " << name;
+      }
+    }
+  }
 }
 
 /// The examples work in their order, in a folder of their own. Those of shells and of commands without instrument are
