@@ -68,13 +68,22 @@ std::string Broken(const char* operation, const char* thread, const std::vector<
   return violations.empty() ? "" : violations.front().property;
 }
 
+struct Case {
+  const char* operation;
+  const char* thread;
+  std::vector<Told> told;
+  const char* broken;
+};
+
+void ExpectBroken(const std::vector<Case>& cases) {
+  for (const Case& c : cases) {
+    EXPECT_EQ(Broken(c.operation, c.thread, c.told), c.broken)
+        << c.thread << ", case " << &c - cases.data() << " of the table";
+  }
+}
+
 TEST(Properties, OfTheEndsOfARun) {
-  struct {
-    const char* operation;
-    const char* thread;
-    std::vector<Told> told;
-    const char* broken;
-  } const cases[] = {
+  ExpectBroken({
       {"measure", "Measure", {Started, Finished}, ""},
       {"measure", "Measure", {Cancel, Started, Cancelled}, ""},
       {"measure", "Measure", {Started, Written, Error}, ""},
@@ -104,21 +113,12 @@ TEST(Properties, OfTheEndsOfARun) {
       {"initialize", "InitProc", {{EventKind::Callback, "OnNotify", 0, 39}}, "one end of a start-up"},
       {"wavelength-test", "WaveLengthTestProc", {}, "one end of a wavelength test"},
       {"measure", "Measure", {Started, {EventKind::Callback, "OnNotify", 8, 4}, Finished}, "right request"},
-  };
-  for (const auto& c : cases) {
-    EXPECT_EQ(Broken(c.operation, c.thread, c.told), c.broken)
-        << c.thread << ", case " << &c - std::begin(cases) << " of the table";
-  }
+  });
   EXPECT_EQ(Broken("measure", "Measure", {LampOn, Started, Finished}, false), "") << "a lamp that is off";
 }
 
 TEST(Properties, OfTheTimeToACancel) {
-  struct {
-    const char* operation;
-    const char* thread;
-    std::vector<Told> told;
-    const char* broken;
-  } const cases[] = {
+  ExpectBroken({
       {"measure", "Measure", {Started, Seconds(9), Cancel, Seconds(3), Cancelled}, ""},
       {"measure", "Measure", {Started, Cancel, Seconds(4), Cancelled}, "cancel heard soon"},
       {"measure", "Measure", {Started, Cancel, Seconds(9), Cancel, Cancelled}, "cancel heard soon"},
@@ -132,10 +132,7 @@ TEST(Properties, OfTheTimeToACancel) {
       {"kinetics", "Kinetics", {Started, Cancel, SecondsInCallback(9), Seconds(4), Cancelled}, "cancel heard soon"},
       {"kinetics", "Kinetics", {Started, Cancel, Seconds(9), PumpFailed, Seconds(1), Cancelled}, ""},
       {"kinetics", "Kinetics", {Started, Cancel, PumpFailed, Seconds(4), Cancelled}, "cancel heard soon"},
-  };
-  for (const auto& c : cases) {
-    EXPECT_EQ(Broken(c.operation, c.thread, c.told), c.broken) << "case " << &c - std::begin(cases) << " of the table";
-  }
+  });
 }
 
 TEST(Properties, OfResults) {
